@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "KxNetGetch.h"
+#include "KxRawData.h"
+#include "KxRawDataTypeCache.h"
+#include "KxString.h"
+#include "KxTSDParam.h"
+#include "KxTileExport.h"
+#include "KxWMTileDataCache.h"
+
+namespace KxC {
+
+/// The tile operations. All of them may be called from any thread at once; they work on the
+/// caller's thread. Inside the library rows count from the south (row 0 at the bottom); where an
+/// operation counts them otherwise, it says so. Levels are [0, 30].
+class KXTILE_API KxTileFetcher
+{
+public:
+    /// Nonzero (the start): tiles are kept in memory, and the memory cache owns them. A host may
+    /// write it at any time.
+    static unsigned char m_sbMemCacheUsed;
+    /// Nonzero: tile bytes are kept on disk between runs. 0 at the start. A host may write it at
+    /// any time.
+    static unsigned char m_sbLocalCacheUsed;
+
+    /// @name URLs and quadkeys
+    /// @{
+
+    /// The download URL of a tile, in the service's own convention.
+    /// @param source  null gives an empty URL
+    /// @param z, y, x  level, row from the south, column
+    static KxString GetURL(KxTSDParamItem* source, int z, int y, int x);
+
+    /// Bing Maps quadkey; rows count from the north here. Empty for z <= 0.
+    static KxString BingMapTileToQuadKey(int y, int x, int z);
+    /// The tile of a quadkey, its level being the key's length. Other digits than 0 to 3 count as
+    /// 0; of a key longer than 31 digits the bits beyond the numbers' 32 are lost.
+    static void BingMapQuadKeyToTile(const KxString& quadKey, int& y, int& x, int& z);
+
+    /// First Web Mercator level whose 256-pixel tiles are not coarser than a resolution:
+    /// ceil(log2(156543.03392804097 / resolution)).
+    /// @param resolution  metres a pixel at the equator, above 0
+    static int CalcTSZLevel(double resolution);
+
+    /// @}
+    /// @name Single tiles of the source's own grid
+    /// @{
+
+    /// A decoded tile from the memory cache, the disk cache or the service.
+    /// @param tile  receives the tile; null on failure and where the definition is empty. With
+    ///              m_sbMemCacheUsed the cache owns it and it stays valid until this thread's next
+    ///              call into the library; without, the caller deletes it.
+    /// @param requestParam  total time-out in milliseconds, 0 for the default
+    /// @return 0 (a tile, its image null where the server has none), 6 failure, 7 known on disk
+    ///         that the server has no tile. A null source answers 6 and leaves `tile` as it is.
+    static NetError FetchWMData(KxWMImageTileData*& tile,
+                                KxTSDParamItem* source,
+                                int level,
+                                int row,
+                                int col,
+                                int requestParam);
+
+    /// The same without asking the memory cache first.
+    static NetError DownLoadWMData(KxWMImageTileData*& tile,
+                                   KxTSDParamItem* source,
+                                   int level,
+                                   int row,
+                                   int col,
+                                   int requestParam);
+
+    /// @}
+    /// @name Disk cache
+    /// @{
+
+    /// @param hashKey  KxTSDParamItem::m_strHashKey
+    /// @param out      receives the bytes on result 5, else it is left as it is
+    /// @return 5 bytes, 4 the server is known to have none, else nothing is known
+    static GetchResult
+    LoadFromLocalCache(const KxString& hashKey, int level, int row, int col, KxRawData& out);
+    /// Stores a copy of the bytes. Failure is silent.
+    static void SaveToLocalCache(const KxString& hashKey,
+                                 int level,
+                                 int row,
+                                 int col,
+                                 unsigned char* bytes,
+                                 unsigned int size);
+    /// Records that the server has no tile there. Failure is silent.
+    static void SaveNoDataInfoToLocalCache(const KxString& hashKey, int level, int row, int col);
+
+    /// @}
+    /// @name Encoded tiles
+    /// @{
+
+    /// Downloads the service's tile as it is, past both caches. The row is the service's own:
+    /// it is not turned for services that count from the north.
+    /// @param out       receives the bytes, owned by the caller; without bytes where the service
+    ///                  delivered none; null on failure
+    /// @param tileSize  without effect
+    /// @return 0 when the request failed, or brought something that is no whole picture. A null
+    ///         source answers 0 and leaves `out` as it is.
+    static unsigned char FetchWMTile4(KxRawData*& out,
+                                      KxTSDParamItem* source,
+                                      int x,
+                                      int y,
+                                      int z,
+                                      int tileSize,
+                                      int requestParam);
+
+    /// @}
+};
+
+} // namespace KxC

@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "KxCommonExport.h"
+#include "KxString.h"
+
+namespace KxC {
+
+/// Paths, folders and the log. Paths are UTF-8; '/' separates. Any thread.
+class KXCOMMON_API KxFile
+{
+public:
+    /// The application's cache folder, without a trailing separator. Starts as $KXTILE_CACHE_DIR,
+    /// else $XDG_CACHE_HOME/kxtile, else ~/.cache/kxtile. A host may set it before the first use
+    /// of a cache or the log.
+    static KxString m_strAppCachePath;
+
+    /// Extension of the last component with its dot, empty when it has none.
+    static KxString GetExt(const KxString& path);
+    /// The path without its last component and the separator before it; empty when it has none,
+    /// "/" for what lies in the root.
+    static KxString GetDir(const KxString& path);
+    /// `relativePath` taken against `baseDir`, with "." and ".." resolved as text; an absolute
+    /// path stays as it is.
+    static KxString GetFttpAbsolutePath(const KxString& baseDir, const KxString& relativePath);
+    /// The path with its extension replaced by `ext`, given without dot; an empty one leaves the
+    /// path without extension.
+    static KxString ChangeExt(const KxString& path, const KxString& ext);
+
+    /// @return 1 when a file exists at the path
+    static unsigned char IsExist(const KxString& path);
+    /// Creates the folder and every missing parent.
+    /// @return 1 when the folder is there afterwards
+    static unsigned char MkDirEx(const KxString& dir);
+
+    /// Appends a line (GBK) to <m_strAppCachePath>/kxtile.log; it is on disk when the call
+    /// returns, whole, also when several threads and processes write at once. A log that cannot
+    /// be written is passed over.
+    static void WriteLogInfo(const KxString& line);
+};
+
+} // namespace KxC

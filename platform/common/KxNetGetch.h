@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "KxCommonExport.h"
+#include "KxContainers.h"
+#include "KxRawData.h"
+#include "KxString.h"
+
+namespace KxC {
+
+/// How a download ended.
+enum NetError : int {
+    NetError_Success = 0, ///< data, possibly empty
+    NetError_Failure = 6, ///< no answer, or one that is no tile
+    NetError_NoData = 7,  ///< the server says that it has nothing at this address
+};
+
+/// What happened to a thread's last request.
+struct KxNetRequestInfo
+{
+    KxString m_strUrl; ///< as asked for; empty when the thread sent none yet
+    NetError m_result = NetError_Success;
+    int m_nHttpStatus = 0;           ///< of the last attempt; 0 when no answer came
+    int m_nAttempts = 0;             ///< requests sent; 0 when the address itself was refused
+    unsigned long long m_nBytes = 0; ///< bytes of body received in the last attempt
+    double m_dSeconds = 0.0;         ///< from the call to its end, all attempts
+    KxString m_strContentType;       ///< of the answer, empty when there was none
+    KxString m_strCause;             ///< why it failed, in words; empty on success
+};
+
+/// HTTP requests. Connections are kept alive and reused by the thread that made them. Only http
+/// and https are followed, at most 5 redirects, bodies up to 64 MiB, TLS verified.
+class KXCOMMON_API KxNetGetch
+{
+public:
+    static constexpr int kDefaultTimeoutMs = 30000;
+    static constexpr unsigned int kMaxBodyBytes = 64U << 20;
+
+    /// Sends one request and waits for its answer.
+    /// @param data          receives the body on result 0; left empty on any other
+    /// @param url           http or https
+    /// @param body, referer kept for callers' sake, passed empty
+    /// @param method        0: GET
+    /// @param fileType      1: image
+    /// @param requestParam  total time-out in milliseconds, 0 or less for kDefaultTimeoutMs
+    /// @param userAgent     empty names this product and its version
+    /// @param requestLines  further header lines ("Name: value"); may be null
+    /// Any thread.
+    static NetError RequestData(KxRawData& data,
+                                const KxString& url,
+                                const KxString& body,
+                                const KxString& referer,
+                                int method,
+                                int fileType,
+                                int requestParam,
+                                const KxString& userAgent,
+                                const KxArray<KxString>* requestLines);
+
+    /// The calling thread's last request; valid until its next one.
+    static const KxNetRequestInfo& GetLastRequestInfo();
+    /// Forgets it, so that a host can tell whether an operation sent any request.
+    static void ClearLastRequestInfo();
+};
+
+} // namespace KxC
