@@ -6,7 +6,8 @@ function(kxtile_add_common_area area)
     cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "SOURCES;LIBRARIES")
     add_library(kxcommon_${area} OBJECT ${ARG_SOURCES})
     target_include_directories(kxcommon_${area} PRIVATE
-        "${PROJECT_SOURCE_DIR}/platform/common" "${PROJECT_SOURCE_DIR}/include")
+        "${PROJECT_SOURCE_DIR}/platform/common" "${PROJECT_SOURCE_DIR}/platform/feature"
+        "${PROJECT_SOURCE_DIR}/include")
     target_link_libraries(kxcommon_${area} PRIVATE kxtile_flags ${ARG_LIBRARIES})
     target_link_libraries(KxCommon PRIVATE kxcommon_${area} ${ARG_LIBRARIES})
 endfunction()

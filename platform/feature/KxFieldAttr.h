@@ -19,12 +19,12 @@ public:
         int m_nPrecision = 0; ///< digits after the decimal point
     };
 
-    KxFieldAttr() = default;
-    KxFieldAttr(const KxFieldAttr&) = default;
-    KxFieldAttr(KxFieldAttr&&) = default;
-    KxFieldAttr& operator=(const KxFieldAttr&) = default;
-    KxFieldAttr& operator=(KxFieldAttr&&) = default;
-    virtual ~KxFieldAttr() = default;
+    KxFieldAttr();
+    KxFieldAttr(const KxFieldAttr& other);
+    KxFieldAttr(KxFieldAttr&& other) noexcept;
+    KxFieldAttr& operator=(const KxFieldAttr& other);
+    KxFieldAttr& operator=(KxFieldAttr&& other) noexcept;
+    virtual ~KxFieldAttr();
 
     KxFieldDef m_def;
     KxString m_strValue;
