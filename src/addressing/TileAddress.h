@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+namespace KxC {
+
+/// A tile of a source's own grid, as the library addresses it: rows count from the south.
+struct SourceTile
+{
+    int m_level;
+    int m_row;
+    int m_col;
+};
+
+/// How a tile's row gets into the URL.
+enum class RowRule {
+    AsSourceCounts, ///< the row counts from the south and is turned where the service counts
+                    ///< from the north
+    AsGiven,        ///< the row is the service's own already
+};
+
+} // namespace KxC

@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: MIT
+// The library's process-wide objects. They stand in one file because it fixes their order: built
+// from top to bottom while the library is loaded, destroyed from bottom to top at unload.
+#include "KxString.h"
+#include "KxTSDParam.h"
+#include "KxTileFetcher.h"
+
+namespace KxC {
+
+// Constants, so that the switches read right before anything else is built.
+constinit unsigned char KxTileFetcher::m_sbMemCacheUsed = 1;
+constinit unsigned char KxTileFetcher::m_sbLocalCacheUsed = 0;
+
+KxTSDParamManager m_gTSDParamManager;
+
+} // namespace KxC
