@@ -1,0 +1,124 @@
+// SPDX-License-Identifier: MIT
+#include "Command.h"
+#include "KxFile.h"
+#include "KxRawDataTypeCache.h"
+#include "SourceArgument.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <memory>
+
+namespace KxTileHost {
+
+namespace {
+
+using KxC::KxRawDataSubTreeInfo;
+
+constexpr auto kTiles = KxC::KxRawDataTypeCacheManager::CacheType_SourceTile;
+
+std::string ReadableBytes(unsigned long long bytes)
+{
+    if (bytes < 1024)
+        return fmt::format("{} B", bytes);
+    double value = static_cast<double>(bytes) / 1024.0;
+    const char* unit = "KiB";
+    for (const char* next : {"MiB", "GiB", "TiB"}) {
+        if (value < 1024.0)
+            break;
+        value /= 1024.0;
+        unit = next;
+    }
+    return fmt::format("{:.1f} {}", value, unit);
+}
+
+void PrintInfoAsJson(const std::vector<KxRawDataSubTreeInfo>& subTrees)
+{
+    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    for (const KxRawDataSubTreeInfo& info : subTrees)
+        list.push_back({{"name", info.m_strName.Cstr()},
+                        {"file", info.m_strPath.Cstr()},
+                        {"tiles", info.m_nTiles},
+                        {"no_data", info.m_nNoData},
+                        {"bytes", info.m_nBytes},
+                        {"readable", info.m_bReadable}});
+    PrintJson({{"folder", KxC::KxFile::m_strAppCachePath.Cstr()}, {"sources", list}});
+}
+
+void RunInfo(const GlobalOptions& options)
+{
+    const auto subTrees = KxC::m_gRawDataTypeCacheManager.ListSubTrees(kTiles);
+    if (options.m_json) {
+        PrintInfoAsJson(subTrees);
+        return;
+    }
+    fmt::print("{}\n", KxC::KxFile::m_strAppCachePath.Cstr());
+    if (subTrees.empty()) {
+        fmt::print("  no tiles are kept here\n");
+        return;
+    }
+    fmt::print("  {:>9} {:>9} {:>11}  {}\n", "tiles", "no tile", "on disk", "source");
+    for (const KxRawDataSubTreeInfo& info : subTrees)
+        fmt::print("  {:>9} {:>9} {:>11}  {}{}\n",
+                   info.m_nTiles,
+                   info.m_nNoData,
+                   ReadableBytes(info.m_nBytes),
+                   info.m_strName.Cstr(),
+                   info.m_bReadable ? "" : " (cannot be read)");
+}
+
+struct ClearArguments
+{
+    SourceArgument m_source;
+    bool m_all = false;
+};
+
+/// The cache names to clear: the source's, or all there are.
+std::vector<KxC::KxString> NamesToClear(const ClearArguments& arguments)
+{
+    if (!arguments.m_all)
+        return {arguments.m_source.Load()->m_strHashKey};
+    std::vector<KxC::KxString> names;
+    for (const KxRawDataSubTreeInfo& info : KxC::m_gRawDataTypeCacheManager.ListSubTrees(kTiles))
+        names.push_back(info.m_strName);
+    return names;
+}
+
+void RunClear(const GlobalOptions& options, const ClearArguments& arguments)
+{
+    if (arguments.m_all != arguments.m_source.GetText().empty())
+        throw CommandError(kExitWrongUsage, "name one SOURCE to forget, or --all for every source");
+    const std::vector<KxC::KxString> names = NamesToClear(arguments);
+    for (const KxC::KxString& name : names)
+        if (KxC::m_gRawDataTypeCacheManager.ClearSubTree(kTiles, name) == 0)
+            throw CommandError(kExitFailed,
+                               fmt::format("cannot clear '{}' in '{}'",
+                                           name.Cstr(),
+                                           KxC::KxFile::m_strAppCachePath.Cstr()),
+                               "Check that the folder may be written.");
+    if (options.m_json)
+        PrintJson({{"cleared", names.size()}});
+    else
+        fmt::print("cleared {} source{}\n", names.size(), names.size() == 1 ? "" : "s");
+}
+
+} // namespace
+
+void AddCacheCommand(CLI::App& app, const GlobalOptions& options)
+{
+    CLI::App* cache = app.add_subcommand("cache", "Look at the disk cache, and clear it");
+    cache->require_subcommand(1);
+    cache->footer("Examples:\n  kxtile cache info\n  kxtile cache clear osm.toml");
+    CLI::App* info = cache->add_subcommand("info", "List what is kept, by source");
+    info->footer("Example:\n  kxtile cache info --json");
+    info->callback([&options] { RunInfo(options); });
+    CLI::App* clear = cache->add_subcommand("clear", "Forget the tiles of a source, or of all");
+    const auto arguments = std::make_shared<ClearArguments>();
+    arguments->m_source.AddTo(*clear);
+    clear->get_option("SOURCE")->required(false);
+    clear->add_flag("--all", arguments->m_all, "Forget the tiles of every source");
+    clear->footer("Examples:\n  kxtile cache clear osm.toml\n  kxtile cache clear --all");
+    clear->callback([&options, arguments] { RunClear(options, *arguments); });
+}
+
+} // namespace KxTileHost

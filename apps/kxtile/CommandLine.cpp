@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: MIT
+#include "Command.h"
+#include "KxFile.h"
+#include "KxTileFetcher.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <cstdio>
+#include <exception>
+
+namespace KxTileHost {
+
+namespace {
+
+constexpr char kExamples[] = R"(Examples:
+  kxtile tile osm.toml 67/44/7 -o tile.png
+  kxtile url 'https://tile.example.org/{$z}/{$x}/{$y}.png' 67/44/7
+  kxtile quadkey 3/5/3
+Addresses are COLUMN/ROW/LEVEL, row 0 in the north.
+Exit codes: 0 done, 1 failed, 2 wrong usage, 3 the server has no tile there.
+Environment: KXTILE_CACHE_DIR, XDG_CACHE_HOME, http_proxy, https_proxy, no_proxy.)";
+
+void AddGlobalOptions(CLI::App& app, GlobalOptions& options)
+{
+    app.add_flag("--json", options.m_json, "Answer in JSON, one object on one line");
+    app.add_option("--cache-dir", options.m_cacheDir, "Folder of the disk cache and the log");
+    app.add_flag("--no-disk-cache", options.m_noDiskCache, "Neither read nor write the disk cache");
+    app.add_option("--timeout", options.m_timeoutSeconds, "Total time for a request, in seconds")
+        ->check(CLI::Range(0.001, 86400.0));
+    app.add_flag("-v,--verbose", options.m_verbose, "Say more on standard error");
+    app.set_version_flag("--version", "kxtile " KXTILE_VERSION);
+}
+
+void ReportError(const GlobalOptions& options, const std::string& what, const std::string& hint)
+{
+    if (options.m_json) {
+        nlohmann::ordered_json error{{"error", what}};
+        if (!hint.empty())
+            error["hint"] = hint;
+        PrintJson(error);
+    }
+    fmt::print(stderr, "kxtile: {}\n", what);
+    if (!hint.empty())
+        fmt::print(stderr, "        {}\n", hint);
+}
+
+/// Help asked for is no mistake; everything else that does not parse is wrong usage.
+int ReportUsage(const CLI::App& app, const CLI::ParseError& error)
+{
+    return app.exit(error) == 0 ? kExitDone : kExitWrongUsage;
+}
+
+} // namespace
+
+void PrintJson(const nlohmann::ordered_json& object)
+{
+    // Server texts may hold any bytes: what is no UTF-8 is replaced instead of ending the program.
+    const auto text = object.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+    fmt::print("{}\n", text);
+}
+
+int RunCommandLine(int argc, const char* const* argv)
+{
+    GlobalOptions options;
+    CLI::App app{"Map imagery as tiles, from any tile service", "kxtile"};
+    app.footer(kExamples);
+    app.require_subcommand(1);
+    app.fallthrough();
+    AddGlobalOptions(app, options);
+    app.parse_complete_callback([&options] {
+        if (!options.m_cacheDir.empty())
+            KxC::KxFile::m_strAppCachePath = options.m_cacheDir.c_str();
+        KxC::KxTileFetcher::m_sbLocalCacheUsed = options.m_noDiskCache ? 0 : 1;
+    });
+    AddTileCommand(app, options);
+    AddUrlCommand(app, options);
+    AddQuadKeyCommand(app, options);
+    AddSourceCommand(app, options);
+    AddCacheCommand(app, options);
+    try {
+        app.parse(argc, argv);
+        return std::fflush(stdout) == 0 ? kExitDone : kExitFailed;
+    } catch (const CLI::ParseError& error) {
+        return ReportUsage(app, error);
+    } catch (const CommandError& error) {
+        ReportError(options, error.what(), error.m_hint);
+        return error.m_exitCode;
+    } catch (const std::exception& error) {
+        ReportError(options, error.what(), "");
+        return kExitFailed;
+    }
+}
+
+} // namespace KxTileHost

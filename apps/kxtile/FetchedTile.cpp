@@ -1,0 +1,187 @@
+// SPDX-License-Identifier: MIT
+#include "FetchedTile.h"
+
+#include "Command.h"
+#include "KxImgUtility.h"
+#include "KxLuaToolkit.h"
+#include "KxNetGetch.h"
+#include "KxTileFetcher.h"
+
+#include <fmt/format.h>
+
+#include <chrono>
+#include <functional>
+
+namespace KxTileHost {
+
+namespace {
+
+using KxC::KxNetGetch;
+using KxC::KxNetRequestInfo;
+using KxC::KxTileFetcher;
+
+constexpr int kSchemeEarthHistory = 8;
+
+std::string HintFor(int status)
+{
+    switch (status) {
+    case 401:
+    case 403:
+        return "The service refuses the request: check its key, headers and user agent.";
+    case 429:
+        return "The service asks for fewer requests: wait, then try again.";
+    default:
+        return status >= 500 ? "The service is in trouble: try again later." : "";
+    }
+}
+
+/// What the last request says of the failure.
+[[noreturn]] void ThrowRequestFailure(const KxNetRequestInfo& request)
+{
+    const std::string status =
+        request.m_nHttpStatus > 0 ? fmt::format(" (HTTP status {})", request.m_nHttpStatus) : "";
+    throw CommandError(
+        kExitFailed,
+        fmt::format("{}{}: {}", request.m_strUrl.Cstr(), status, request.m_strCause.Cstr()),
+        HintFor(request.m_nHttpStatus));
+}
+
+/// The answer came but is no picture.
+[[noreturn]] void ThrowNotAPicture(const KxNetRequestInfo& request)
+{
+    throw CommandError(
+        kExitFailed,
+        fmt::format("{} (HTTP status {}): the answer of {} bytes, type '{}', is no whole PNG, "
+                    "JPEG, WebP or GIF",
+                    request.m_strUrl.Cstr(),
+                    request.m_nHttpStatus,
+                    request.m_nBytes,
+                    request.m_strContentType.Cstr()),
+        "It may be an error page, or compressed: a format that ends in gzip is inflated.");
+}
+
+[[noreturn]] void ThrowNoTile(const std::string& url, int status)
+{
+    const std::string how = status > 0 ? fmt::format("HTTP status {}", status) : "known on disk";
+    throw CommandError(kExitNoTile, fmt::format("{}: no tile there ({})", url, how));
+}
+
+[[noreturn]] void ThrowFailure(const KxC::KxTSDParamItem& source)
+{
+    const KxNetRequestInfo& request = KxNetGetch::GetLastRequestInfo();
+    if (request.m_strUrl.IsEmpty() != 0 && source.m_nTileScheme == kSchemeEarthHistory)
+        throw CommandError(kExitFailed, "history imagery (scheme 8) cannot be fetched yet");
+    if (request.m_result != KxC::NetError_Success)
+        ThrowRequestFailure(request);
+    ThrowNotAPicture(request);
+}
+
+/// A script that fails gives an empty URL; its error says why.
+void CheckUrl(const KxC::KxTSDParamItem& source, const KxC::KxString& url)
+{
+    if (url.IsEmpty() == 0)
+        return;
+    if (source.m_bLuaScripted != 0)
+        throw CommandError(kExitFailed,
+                           fmt::format("the URL script gives no URL: {}",
+                                       KxC::KxLuaToolkit::GetLastError().Cstr()));
+    throw CommandError(kExitFailed, "the source has neither URL nor script");
+}
+
+/// The service's own bytes of a tile that the library has put on disk; null when they are not
+/// there, because the cache cannot be written.
+std::unique_ptr<KxC::KxRawData> BytesOnDisk(const KxC::KxTSDParamItem& source, const HostTile& tile)
+{
+    auto bytes = std::make_unique<KxC::KxRawData>();
+    const KxC::GetchResult result = KxTileFetcher::LoadFromLocalCache(
+        source.m_strHashKey, tile.m_z, tile.RowFromSouth(), tile.m_x, *bytes);
+    if (result != KxC::GetchResult_HasData)
+        return nullptr;
+    bytes->SetExt(KxC::KxImgUtility::TellImgExt(bytes->GetData(), bytes->GetSize()));
+    return bytes;
+}
+
+std::unique_ptr<KxC::KxRawData>
+FetchDirect(KxC::KxTSDParamItem& source, const HostTile& tile, int timeoutMs)
+{
+    KxC::KxRawData* bytes = nullptr;
+    if (KxTileFetcher::FetchWMTile4(bytes,
+                                    &source,
+                                    tile.m_x,
+                                    tile.RowForDirectDownload(source),
+                                    tile.m_z,
+                                    source.m_nTileSize,
+                                    timeoutMs) == 0)
+        ThrowFailure(source);
+    std::unique_ptr<KxC::KxRawData> owned(bytes);
+    if (owned->GetSize() == 0) {
+        const KxNetRequestInfo& request = KxNetGetch::GetLastRequestInfo();
+        ThrowNoTile(request.m_strUrl.Cstr(), request.m_nHttpStatus);
+    }
+    return owned;
+}
+
+/// Deletes the tile where the library's memory cache does not own it.
+using TileHold =
+    std::unique_ptr<KxC::KxWMImageTileData, std::function<void(KxC::KxWMImageTileData*)>>;
+
+TileHold Hold(KxC::KxWMImageTileData* tile)
+{
+    const bool own = KxTileFetcher::m_sbMemCacheUsed == 0;
+    return {tile, [own](KxC::KxWMImageTileData* held) {
+                if (own)
+                    delete held;
+            }};
+}
+
+std::unique_ptr<KxC::KxRawData> FetchThroughCaches(KxC::KxTSDParamItem& source,
+                                                   const HostTile& tile,
+                                                   const std::string& url,
+                                                   int timeoutMs)
+{
+    KxC::KxWMImageTileData* fetched = nullptr;
+    const KxC::NetError result = KxTileFetcher::FetchWMData(
+        fetched, &source, tile.m_z, tile.RowFromSouth(), tile.m_x, timeoutMs);
+    const TileHold hold = Hold(fetched);
+    const KxNetRequestInfo& request = KxNetGetch::GetLastRequestInfo();
+    if (result == KxC::NetError_Failure)
+        ThrowFailure(source);
+    if (result == KxC::NetError_NoData || request.m_result == KxC::NetError_NoData)
+        ThrowNoTile(url, request.m_nHttpStatus);
+    if (fetched == nullptr)
+        throw CommandError(kExitFailed,
+                           fmt::format("{}: the bytes kept on disk are no picture", url),
+                           "Forget them with 'kxtile cache clear SOURCE', then try again.");
+    if (fetched->GetImage() == nullptr) {
+        if (request.m_nBytes == 0)
+            ThrowNoTile(url, request.m_nHttpStatus);
+        ThrowNotAPicture(request);
+    }
+    std::unique_ptr<KxC::KxRawData> bytes = BytesOnDisk(source, tile);
+    return bytes != nullptr ? std::move(bytes) : FetchDirect(source, tile, timeoutMs);
+}
+
+} // namespace
+
+FetchedTile
+FetchTileOf(KxC::KxTSDParamItem& source, const HostTile& tile, bool useDiskCache, int timeoutMs)
+{
+    const KxC::KxString url =
+        KxTileFetcher::GetURL(&source, tile.m_z, tile.RowFromSouth(), tile.m_x);
+    CheckUrl(source, url);
+    KxNetGetch::ClearLastRequestInfo();
+    const auto start = std::chrono::steady_clock::now();
+    FetchedTile fetched;
+    fetched.m_bytes = useDiskCache ? FetchThroughCaches(source, tile, url.Cstr(), timeoutMs)
+                                   : FetchDirect(source, tile, timeoutMs);
+    fetched.m_seconds =
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    const KxNetRequestInfo& request = KxNetGetch::GetLastRequestInfo();
+    const bool asked = request.m_nAttempts > 0;
+    fetched.m_from = asked ? "network" : "disk";
+    fetched.m_url = asked ? request.m_strUrl.Cstr() : url.Cstr();
+    fetched.m_httpStatus = request.m_nHttpStatus;
+    return fetched;
+}
+
+} // namespace KxTileHost

@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: MIT
+#include "OutputFile.h"
+
+#include "Command.h"
+#include "KxFStream.h"
+#include "KxFile.h"
+#include "KxImageData.h"
+#include "KxImgUtility.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <system_error>
+
+namespace KxTileHost {
+
+namespace {
+
+/// Extensions without dot, "jpg" and "jpeg" being one.
+std::string FormatOf(const KxC::KxString& ext)
+{
+    std::string format(ext.IsEmpty() != 0 ? "" : ext.Cstr() + 1);
+    for (char& character : format)
+        character = character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a')
+                                                         : character;
+    return format == "jpg" ? "jpeg" : format;
+}
+
+[[noreturn]] void ThrowCannotWrite(const std::string& path)
+{
+    throw CommandError(kExitFailed,
+                       fmt::format("cannot write '{}': {}", path, std::strerror(errno)),
+                       "Check that the folder exists, may be written, and has room.");
+}
+
+void WriteToStandardOutput(const KxC::KxRawData& bytes)
+{
+    if (std::fwrite(bytes.GetData(), 1, bytes.GetSize(), stdout) != bytes.GetSize() ||
+        std::fflush(stdout) != 0)
+        ThrowCannotWrite("-");
+}
+
+void WriteBytes(const KxC::KxRawData& bytes, const std::string& path)
+{
+    const std::string temporary = fmt::format("{}.part-{}", path, ::getpid());
+    KxC::KxFStream stream;
+    const bool written = stream.Open(temporary.c_str(), 1, 8192) != 0 &&
+                         stream.Save(bytes.GetData(), bytes.GetSize()) != 0 && stream.Close() != 0;
+    const int cause = errno;
+    std::error_code error;
+    if (written)
+        std::filesystem::rename(temporary, path, error);
+    if (!written || error) {
+        std::error_code ignored;
+        std::filesystem::remove(temporary, ignored);
+        errno = written ? error.value() : cause;
+        ThrowCannotWrite(path);
+    }
+}
+
+void WriteEncoded(const KxC::KxImageData& image, const std::string& path)
+{
+    if (KxC::KxImgUtility::SaveImageFile(&image, path.c_str(), 0) == 0)
+        throw CommandError(kExitFailed,
+                           fmt::format("cannot write '{}'", path),
+                           "Use the extension .png, .jpg, .webp or .tif, in a folder that exists "
+                           "and may be written.");
+}
+
+} // namespace
+
+WrittenTile WriteTile(const KxC::KxRawData& bytes, const std::string& path)
+{
+    const std::unique_ptr<KxC::KxImageData> image(
+        KxC::KxImgUtility::LoadImageData(bytes.GetData(), bytes.GetSize(), "", 1, 1));
+    if (image == nullptr)
+        throw CommandError(kExitFailed, "the tile is a whole picture but does not decode");
+    const std::string own = FormatOf(bytes.GetExt());
+    WrittenTile written{path, own, image->GetWidth(), image->GetHeight(), bytes.GetSize()};
+    const std::string wanted = FormatOf(KxC::KxFile::GetExt(path.c_str()));
+    if (path == "-") {
+        WriteToStandardOutput(bytes);
+    } else if (wanted.empty() || wanted == own) {
+        WriteBytes(bytes, path);
+    } else {
+        WriteEncoded(*image, path);
+        written.m_format = wanted;
+        written.m_bytes = static_cast<unsigned int>(std::filesystem::file_size(path));
+    }
+    return written;
+}
+
+} // namespace KxTileHost

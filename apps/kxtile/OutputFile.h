@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "KxRawData.h"
+
+#include <string>
+
+namespace KxTileHost {
+
+/// Where a tile goes and what it became there.
+struct WrittenTile
+{
+    std::string m_path;   ///< "-" for standard output
+    std::string m_format; ///< extension without dot
+    int m_width;          ///< pixels
+    int m_height;         ///< pixels
+    unsigned int m_bytes;
+};
+
+/// Writes a tile: its own bytes, or, where the path's extension names another format, the picture
+/// encoded anew. "-" is standard output. A file appears under its name only when whole.
+/// @throws CommandError when it cannot be written, or the extension is no picture format
+WrittenTile WriteTile(const KxC::KxRawData& bytes, const std::string& path);
+
+} // namespace KxTileHost

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: MIT
+#include "Secrets.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <regex>
+
+namespace KxTileHost {
+
+Secrets::Secrets(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    static const std::regex reference("\\$\\{([A-Za-z_][A-Za-z0-9_]*)\\}");
+    for (std::sregex_iterator match(text.begin(), text.end(), reference), end; match != end;
+         ++match) {
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody changes the environment of this program
+        const char* value = std::getenv((*match)[1].str().c_str());
+        if (value != nullptr && *value != '\0')
+            m_valuesAndNames.emplace_back(value, match->str());
+    }
+    // The longest first, so that no secret is torn by one that it contains.
+    std::sort(m_valuesAndNames.begin(), m_valuesAndNames.end(), [](const auto& a, const auto& b) {
+        return a.first.size() > b.first.size();
+    });
+}
+
+std::string Secrets::Mask(std::string text) const
+{
+    for (const auto& [value, name] : m_valuesAndNames)
+        for (std::size_t at = text.find(value); at != std::string::npos;
+             at = text.find(value, at + name.size()))
+            text.replace(at, value.size(), name);
+    return text;
+}
+
+} // namespace KxTileHost

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "KxTSDParam.h"
+
+#include <string>
+#include <vector>
+
+namespace CLI {
+class App;
+}
+
+namespace KxTileHost {
+
+/// A tile source as a command line names it: a definition file, or a URL template with the
+/// options that describe it.
+class SourceArgument
+{
+public:
+    /// Adds the SOURCE argument and its options to a command.
+    void AddTo(CLI::App& command);
+
+    /// The source, loaded.
+    /// @throws CommandError when the definition cannot be read, or the template has no placeholder
+    KxC::KxTSDParamItem* Load() const;
+
+    const std::string& GetText() const { return m_text; }
+    bool IsTemplate() const;
+
+private:
+    KxC::KxTSDParamItem* LoadDefinition() const;
+    KxC::KxTSDParamItem* LoadTemplate() const;
+
+    std::string m_text;
+    std::string m_servers;
+    std::string m_scheme;
+    std::string m_datum;
+    std::string m_rows = "north";
+    std::string m_format;
+    std::string m_userAgent;
+    std::vector<std::string> m_headers;
+    int m_levelOffset = 0;
+    int m_tileSize = 256;
+};
+
+} // namespace KxTileHost

@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: MIT
+#include "Command.h"
+#include "FetchedTile.h"
+#include "HostTile.h"
+#include "OutputFile.h"
+#include "SourceArgument.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <filesystem>
+#include <memory>
+
+namespace KxTileHost {
+
+namespace {
+
+struct TileArguments
+{
+    SourceArgument m_source;
+    std::string m_address;
+    std::string m_output;
+};
+
+/// The path as given; in a folder, and without any, a name made of the address.
+std::string
+OutputPath(const TileArguments& arguments, const HostTile& tile, const FetchedTile& fetched)
+{
+    const std::string name =
+        fmt::format("{}_{}_{}{}", tile.m_z, tile.m_x, tile.m_y, fetched.m_bytes->GetExt().Cstr());
+    if (arguments.m_output.empty())
+        return name;
+    std::error_code error;
+    return std::filesystem::is_directory(arguments.m_output, error)
+               ? (std::filesystem::path(arguments.m_output) / name).string()
+               : arguments.m_output;
+}
+
+void PrintTile(const GlobalOptions& options,
+               const TileArguments& arguments,
+               const HostTile& tile,
+               const FetchedTile& fetched,
+               const WrittenTile& written)
+{
+    if (options.m_json && written.m_path != "-") {
+        PrintJson({{"source", arguments.m_source.GetText()},
+                   {"x", tile.m_x},
+                   {"y", tile.m_y},
+                   {"z", tile.m_z},
+                   {"url", fetched.m_url},
+                   {"from", fetched.m_from},
+                   {"http_status", fetched.m_httpStatus},
+                   {"seconds", fetched.m_seconds},
+                   {"file", written.m_path},
+                   {"format", written.m_format},
+                   {"width", written.m_width},
+                   {"height", written.m_height},
+                   {"bytes", written.m_bytes}});
+        return;
+    }
+    // Standard output belongs to the picture when it goes there.
+    std::FILE* const out = written.m_path == "-" ? stderr : stdout;
+    if (out == stdout || options.m_verbose)
+        fmt::print(out,
+                   "{}: {} {} x {}, {} bytes, from {} in {:.0f} ms\n",
+                   written.m_path,
+                   written.m_format,
+                   written.m_width,
+                   written.m_height,
+                   written.m_bytes,
+                   fetched.m_from,
+                   fetched.m_seconds * 1000.0);
+    if (options.m_verbose)
+        fmt::print(stderr, "  {} (HTTP status {})\n", fetched.m_url, fetched.m_httpStatus);
+}
+
+void RunTile(const GlobalOptions& options, const TileArguments& arguments)
+{
+    const HostTile tile = ParseHostTile(arguments.m_address);
+    KxC::KxTSDParamItem* source = arguments.m_source.Load();
+    const FetchedTile fetched =
+        FetchTileOf(*source, tile, !options.m_noDiskCache, options.TimeoutMs());
+    const WrittenTile written = WriteTile(*fetched.m_bytes, OutputPath(arguments, tile, fetched));
+    PrintTile(options, arguments, tile, fetched, written);
+}
+
+} // namespace
+
+void AddTileCommand(CLI::App& app, const GlobalOptions& options)
+{
+    CLI::App* command = app.add_subcommand("tile", "Fetch one tile and write it as a picture");
+    const auto arguments = std::make_shared<TileArguments>();
+    arguments->m_source.AddTo(*command);
+    command->add_option("ADDRESS", arguments->m_address, "COLUMN/ROW/LEVEL, row 0 in the north")
+        ->required();
+    command->add_option("-o,--output",
+                        arguments->m_output,
+                        "File (another extension than the tile's converts it), folder, or '-' for "
+                        "standard output");
+    command->footer("The tile is the service's own, in the grid of its scheme.\n"
+                    "Examples:\n"
+                    "  kxtile tile osm.toml 67/44/7 -o tile.png\n"
+                    "  kxtile tile 'http://127.0.0.1:8000/tms/marble/{$z}/{$x}/{$y}.jpg' "
+                    "--rows south 1/0/1 -o tile.webp");
+    command->callback([&options, arguments] { RunTile(options, *arguments); });
+}
+
+} // namespace KxTileHost

@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: MIT
+#include "Command.h"
+#include "HostTile.h"
+#include "KxLuaToolkit.h"
+#include "KxTileFetcher.h"
+#include "SourceArgument.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <memory>
+
+namespace KxTileHost {
+
+namespace {
+
+struct UrlArguments
+{
+    SourceArgument m_source;
+    std::string m_address;
+};
+
+void RunUrl(const GlobalOptions& options, const UrlArguments& arguments)
+{
+    const HostTile tile = ParseHostTile(arguments.m_address);
+    KxC::KxTSDParamItem* source = arguments.m_source.Load();
+    const KxC::KxString url =
+        KxC::KxTileFetcher::GetURL(source, tile.m_z, tile.RowFromSouth(), tile.m_x);
+    if (url.IsEmpty() != 0)
+        throw CommandError(kExitFailed,
+                           source->m_bLuaScripted != 0
+                               ? fmt::format("the URL script gives no URL: {}",
+                                             KxC::KxLuaToolkit::GetLastError().Cstr())
+                               : std::string("the source gives no URL"));
+    if (options.m_json)
+        PrintJson({{"source", arguments.m_source.GetText()},
+                   {"x", tile.m_x},
+                   {"y", tile.m_y},
+                   {"z", tile.m_z},
+                   {"url", url.Cstr()}});
+    else
+        fmt::print("{}\n", url.Cstr());
+}
+
+} // namespace
+
+void AddUrlCommand(CLI::App& app, const GlobalOptions& options)
+{
+    CLI::App* command = app.add_subcommand("url", "Print the URL of a tile");
+    const auto arguments = std::make_shared<UrlArguments>();
+    arguments->m_source.AddTo(*command);
+    command->add_option("ADDRESS", arguments->m_address, "COLUMN/ROW/LEVEL, row 0 in the north")
+        ->required();
+    command->footer("Example:\n"
+                    "  kxtile url 'https://{$serverpart}.example.org/{$z}/{$x}/{$y}.png' "
+                    "--servers a,b,c 67/44/7");
+    command->callback([&options, arguments] { RunUrl(options, *arguments); });
+}
+
+} // namespace KxTileHost
