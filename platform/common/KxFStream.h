@@ -5,6 +5,7 @@
 #include "KxString.h"
 
 #include <cstdio>
+#include <memory>
 
 namespace KxC {
 
@@ -27,8 +28,8 @@ public:
     KxFStream& operator=(const KxFStream&) = delete;
 
     /// @param direction   1: write, creating or truncating
-    /// @param bufferSize  bytes
-    /// @return 1 on success; the stream then closes what it had open before
+    /// @param bufferSize  bytes, at most 1 MiB is used; 0 or less leaves it to the system
+    /// @return 1 on success. What was open before is closed either way.
     unsigned char Open(const KxString& path, int direction, int bufferSize);
     unsigned char Save(const unsigned char* bytes, unsigned int count) override;
     /// Flushes and closes.
@@ -37,6 +38,7 @@ public:
 
 private:
     std::FILE* m_pFile;
+    std::unique_ptr<char[]> m_buffer; ///< what m_pFile gathers bytes in; null for the system's
 };
 
 } // namespace KxC

@@ -17,25 +17,26 @@ public:
 
     /// Extension of the last component with its dot, empty when it has none.
     static KxString GetExt(const KxString& path);
-    /// The path without its last component and the separator before it; empty when it has none,
-    /// "/" for what lies in the root.
+    /// The path without its last component and the separators before it; empty when it has none,
+    /// "/" for what lies in the root. The last component of a path that ends in a separator is
+    /// empty.
     static KxString GetDir(const KxString& path);
-    /// `relativePath` taken against `baseDir`, with "." and ".." resolved as text; an absolute
-    /// path stays as it is.
+    /// `relativePath` taken against `baseDir`, with "." and ".." resolved as text and without a
+    /// separator at its end; an absolute path stays as it is. An empty base is the current folder.
     static KxString GetFttpAbsolutePath(const KxString& baseDir, const KxString& relativePath);
     /// The path with its extension replaced by `ext`, given without dot; an empty one leaves the
     /// path without extension.
     static KxString ChangeExt(const KxString& path, const KxString& ext);
 
-    /// @return 1 when a file exists at the path
+    /// @return 1 when a file or folder exists at the path
     static unsigned char IsExist(const KxString& path);
     /// Creates the folder and every missing parent.
     /// @return 1 when the folder is there afterwards
     static unsigned char MkDirEx(const KxString& dir);
 
     /// Appends a line (GBK) to <m_strAppCachePath>/kxtile.log; it is on disk when the call
-    /// returns, whole, also when several threads and processes write at once. A log that cannot
-    /// be written is passed over.
+    /// returns, whole, also when several threads and processes write at once. Control characters
+    /// in it become blanks, so that it stays one line. A log that cannot be written is passed over.
     static void WriteLogInfo(const KxString& line);
 };
 

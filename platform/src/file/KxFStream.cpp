@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "KxFStream.h"
 
+#include <algorithm>
+#include <new>
 #include <utility>
 
 namespace KxC {
@@ -8,6 +10,7 @@ namespace KxC {
 namespace {
 
 constexpr int kDirectionWrite = 1;
+constexpr int kMaxBufferSize = 1 << 20; ///< bytes; more gains nothing
 
 } // namespace
 
@@ -30,8 +33,11 @@ unsigned char KxFStream::Open(const KxString& path, int direction, int bufferSiz
     m_pFile = std::fopen(path.Cstr(), "wbe");
     if (m_pFile == nullptr)
         return 0;
-    if (bufferSize > 0)
-        std::setvbuf(m_pFile, nullptr, _IOFBF, static_cast<std::size_t>(bufferSize));
+    // Without a buffer of ours the C library takes one of its own size, whatever size is asked.
+    const auto size = static_cast<std::size_t>(std::clamp(bufferSize, 0, kMaxBufferSize));
+    m_buffer.reset(size > 0 ? new (std::nothrow) char[size] : nullptr);
+    if (m_buffer != nullptr)
+        std::setvbuf(m_pFile, m_buffer.get(), _IOFBF, size);
     return 1;
 }
 

@@ -1,20 +1,22 @@
 // SPDX-License-Identifier: MIT
 #include "KxFile.h"
 
-#include <fcntl.h>
-#include <sys/file.h>
+#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
+#include <new>
 #include <string>
 #include <system_error>
+#include <vector>
 
 namespace KxC {
 
 namespace {
+
+namespace fs = std::filesystem;
 
 /// The value of an environment variable, empty when it is not set.
 std::string EnvironmentText(const char* name)
@@ -24,16 +26,37 @@ std::string EnvironmentText(const char* name)
     return value == nullptr ? "" : value;
 }
 
-KxString DefaultCachePath()
+/// The text without separators at its end; "/" keeps its only one.
+std::string WithoutTrailingSeparators(std::string text)
+{
+    while (text.size() > 1 && text.back() == '/')
+        text.pop_back();
+    return text;
+}
+
+/// The user's home folder; one of his own below /tmp where he has none, as services often do.
+std::string HomeDir()
+{
+    const std::string home = EnvironmentText("HOME");
+    if (!home.empty())
+        return home;
+    std::vector<char> texts(16384);
+    passwd entry = {};
+    passwd* found = nullptr;
+    if (::getpwuid_r(::getuid(), &entry, texts.data(), texts.size(), &found) == 0 &&
+        found != nullptr && found->pw_dir[0] == '/')
+        return found->pw_dir;
+    return "/tmp/kxtile-" + std::to_string(::getuid());
+}
+
+std::string DefaultCachePath()
 {
     const std::string own = EnvironmentText("KXTILE_CACHE_DIR");
     if (!own.empty())
-        return own.c_str();
+        return own;
+    // The base directory rules ask for relative values to be passed over.
     const std::string xdg = EnvironmentText("XDG_CACHE_HOME");
-    if (!xdg.empty())
-        return (xdg + "/kxtile").c_str();
-    const std::string home = EnvironmentText("HOME");
-    return ((home.empty() ? "/tmp" : home) + "/.cache/kxtile").c_str();
+    return (fs::path(xdg).is_absolute() ? xdg : HomeDir() + "/.cache") + "/kxtile";
 }
 
 /// Position of the last component's dot; npos when it has no extension. A leading dot marks a
@@ -46,21 +69,17 @@ std::size_t ExtensionStart(const std::string& path)
     return dot == std::string::npos || dot <= nameStart ? std::string::npos : dot;
 }
 
-bool WriteAll(int file, const std::string& text)
+/// The folder as an absolute path; an empty one means the current folder.
+fs::path AbsoluteFolder(const fs::path& folder)
 {
-    std::size_t written = 0;
-    while (written < text.size()) {
-        const ssize_t count = ::write(file, text.data() + written, text.size() - written);
-        if (count < 0 && errno != EINTR)
-            return false;
-        written += count > 0 ? static_cast<std::size_t>(count) : 0;
-    }
-    return true;
+    std::error_code error;
+    const fs::path absolute = fs::absolute(folder, error);
+    return error ? fs::current_path(error) : absolute;
 }
 
 } // namespace
 
-KxString KxFile::m_strAppCachePath = DefaultCachePath();
+KxString KxFile::m_strAppCachePath = WithoutTrailingSeparators(DefaultCachePath()).c_str();
 
 KxString KxFile::GetExt(const KxString& path)
 {
@@ -75,19 +94,16 @@ KxString KxFile::GetDir(const KxString& path)
     const std::size_t slash = text.rfind('/');
     if (slash == std::string::npos)
         return "";
-    return slash == 0 ? KxString("/") : KxString(text.substr(0, slash).c_str());
+    return WithoutTrailingSeparators(text.substr(0, slash + 1)).c_str();
 }
 
 KxString KxFile::GetFttpAbsolutePath(const KxString& baseDir, const KxString& relativePath)
 {
-    const std::filesystem::path relative(relativePath.Cstr());
+    const fs::path relative(relativePath.Cstr());
     if (relative.is_absolute())
         return relativePath;
-    std::error_code error;
-    const std::filesystem::path base = std::filesystem::absolute(baseDir.Cstr(), error);
-    // An empty base has no absolute form: it means the current folder.
-    const std::filesystem::path folder = error ? std::filesystem::current_path(error) : base;
-    return (folder / relative).lexically_normal().c_str();
+    const fs::path joined = AbsoluteFolder(baseDir.Cstr()) / relative;
+    return WithoutTrailingSeparators(joined.lexically_normal()).c_str();
 }
 
 KxString KxFile::ChangeExt(const KxString& path, const KxString& ext)
@@ -99,31 +115,21 @@ KxString KxFile::ChangeExt(const KxString& path, const KxString& ext)
 
 unsigned char KxFile::IsExist(const KxString& path)
 {
-    std::error_code error;
-    return std::filesystem::exists(path.Cstr(), error) ? 1 : 0;
+    struct stat status = {};
+    return ::stat(path.Cstr(), &status) == 0 ? 1 : 0;
 }
 
 unsigned char KxFile::MkDirEx(const KxString& dir)
 {
-    std::error_code error;
-    std::filesystem::create_directories(dir.Cstr(), error);
-    return std::filesystem::is_directory(dir.Cstr(), error) ? 1 : 0;
-}
-
-void KxFile::WriteLogInfo(const KxString& line)
-{
-    if (MkDirEx(m_strAppCachePath) == 0)
-        return;
-    const std::string path = std::string(m_strAppCachePath.Cstr()) + "/kxtile.log";
-    const int file = ::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
-    if (file < 0)
-        return;
-    // The lock keeps a line whole that needs more than one write.
-    ::flock(file, LOCK_EX);
-    const bool written = WriteAll(file, std::string(line.Cstr()) + "\n");
-    if (written)
-        ::fdatasync(file);
-    ::close(file);
+    try {
+        std::error_code error;
+        // A separator at the end would make the last folder count as not created.
+        const fs::path folder = WithoutTrailingSeparators(dir.Cstr());
+        fs::create_directories(folder, error);
+        return fs::is_directory(folder, error) ? 1 : 0;
+    } catch (const std::bad_alloc&) {
+        return 0;
+    }
 }
 
 } // namespace KxC

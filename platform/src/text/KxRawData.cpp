@@ -39,6 +39,9 @@ void KxRawData::Attach(unsigned char* bytes, unsigned int size)
         std::free(m_pData);
     m_pData = bytes;
     m_nSize = bytes == nullptr ? 0 : size;
+    // No bytes are no data, so that either may be asked for.
+    if (m_nSize == 0)
+        std::free(std::exchange(m_pData, nullptr));
 }
 
 unsigned char* KxRawData::Detach()

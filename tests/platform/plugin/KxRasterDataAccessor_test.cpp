@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: MIT
+#include "KxRasterDataAccessor.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace KxC {
+namespace {
+
+/// Reads nothing; says that it opened what it was given.
+class StubAccessor : public KxRasterDataAccessor
+{
+public:
+    explicit StubAccessor(bool& destroyed) : m_destroyed(destroyed) {}
+    ~StubAccessor() override { m_destroyed = true; }
+
+    unsigned char Initialize() override { return 1; }
+    unsigned char IsAvailable() override { return 2; }
+    int GetMinLevel() override { return 3; }
+    int GetMaxLevel() override { return 4; }
+    unsigned char SetProj4(const KxString&) override { return 5; }
+    unsigned char SetEsriPrj(const char*) override { return 6; }
+    unsigned char SetEPSG(const char*) override { return 7; }
+    unsigned char SetWKT(const char*) override { return 8; }
+    unsigned char SetAuthority(const char*) override { return 9; }
+    unsigned char SetPrjFile(const KxString&) override { return 10; }
+    void SrcPtToWGS84Pt(const KxPoint3d& in, KxPoint3d& out) override { out = in; }
+    void WGS84PtToSrcPt(const KxPoint3d& in, KxPoint3d& out) override { out = in; }
+    unsigned char Open(const KxString& path) override
+    {
+        m_strDataPath = path;
+        m_eGeoReferenceType = KxEGeoReferenceType_WebMercatorTiles;
+        m_rectLatLon = KxRect2d(-180, 85, 180, -85);
+        return 1;
+    }
+    void ReadTileImage(KxImageData*& image, int, int, int) override { image = nullptr; }
+    int ReadTileData(int, int, int, unsigned char*&, unsigned int&) override { return 5; }
+
+private:
+    bool& m_destroyed;
+};
+
+TEST(KxRasterDataAccessor, KnowsNothingBeforeItIsOpened)
+{
+    bool destroyed = false;
+    const StubAccessor accessor(destroyed);
+    EXPECT_EQ(accessor.GetDataPath().IsEmpty(), 1);
+    EXPECT_EQ(accessor.GetGeoReferenceType(), KxEGeoReferenceType_None);
+    EXPECT_EQ(accessor.GetLatLonBounds().m_dRight, 0.0);
+}
+
+TEST(KxRasterDataAccessor, AnswersWhatOpeningFound)
+{
+    bool destroyed = false;
+    StubAccessor accessor(destroyed);
+    ASSERT_EQ(accessor.Open("/data/World.PMTiles"), 1);
+    EXPECT_STREQ(accessor.GetDataPath().Cstr(), "/data/World.PMTiles");
+    EXPECT_EQ(static_cast<int>(accessor.GetGeoReferenceType()), 3);
+    EXPECT_EQ(accessor.GetLatLonBounds().m_dTop, 85.0);
+}
+
+TEST(KxRasterDataAccessor, IsDestroyedThroughThePluginThatItIs)
+{
+    bool destroyed = false;
+    std::unique_ptr<KxPlugin> plugin = std::make_unique<StubAccessor>(destroyed);
+    plugin.reset();
+    EXPECT_TRUE(destroyed);
+}
+
+} // namespace
+} // namespace KxC
