@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace KxC {
+
+/// Replaces every "${NAME}" by the environment variable of that name; "$${" gives a plain "${".
+/// What a variable holds is not looked at again.
+/// @param problem  says why there is no result; it names variables, never what they hold
+std::optional<std::string> ExpandVariables(std::string_view text, std::string& problem);
+
+} // namespace KxC

@@ -1,0 +1,149 @@
+// SPDX-License-Identifier: MIT
+#include "KxUtility.h"
+
+#include "DefinitionReader.h"
+
+#include <exception>
+
+namespace KxC {
+
+namespace {
+
+std::vector<KxTSDMessage>& Messages()
+{
+    thread_local std::vector<KxTSDMessage> messages;
+    return messages;
+}
+
+template <class Value>
+void Set(Value& output, const std::optional<Value>& value)
+{
+    if (value)
+        output = *value;
+}
+
+void Set(unsigned char& output, const std::optional<bool>& value)
+{
+    if (value)
+        output = *value ? 1 : 0;
+}
+
+KxString ToKxString(const std::string& text)
+{
+    return {text.data(), static_cast<int>(text.size())};
+}
+
+void Set(KxString& output, const std::optional<std::string>& value)
+{
+    if (value)
+        output = ToKxString(*value);
+}
+
+void Set(KxSLevelBounds& output, const Definition& definition)
+{
+    Set(output.m_rect.m_dLeft, definition.west);
+    Set(output.m_rect.m_dBottom, definition.south);
+    Set(output.m_rect.m_dRight, definition.east);
+    Set(output.m_rect.m_dTop, definition.north);
+    Set(output.m_nMinLevel, definition.minLevel);
+    Set(output.m_nMaxLevel, definition.maxLevel);
+}
+
+/// Reads the definition and notes what there is to say; false when it must not be used.
+bool Read(const KxString& path, Definition& definition)
+{
+    Report report;
+    const std::string text(path.Cstr(), static_cast<std::size_t>(path.GetLength()));
+    if (text.find('\0') != std::string::npos)
+        report.Error(0, "", "the definition cannot be read: its path holds a NUL character");
+    else
+        definition = ReadDefinition(text, report);
+    const bool good = !report.Failed();
+    Messages() = report.Take();
+    return good;
+}
+
+/// The same without exceptions: the callers of the exported operation expect none.
+bool ReadSafely(const KxString& path, Definition& definition) noexcept
+{
+    try {
+        return Read(path, definition);
+    } catch (const std::exception&) {
+        // Out of memory most likely; then even saying so may fail.
+        Messages().clear();
+    }
+    try {
+        Messages().push_back({true, 0, "", "the definition cannot be read: out of memory"});
+    } catch (const std::exception&) {
+        Messages().clear();
+    }
+    return false;
+}
+
+} // namespace
+
+unsigned char KxUtility::LoadNewTSD(const KxString& path,
+                                    KxSLevelBounds& levelBounds,
+                                    int& tileSize,
+                                    int& value1,
+                                    int& value2,
+                                    int& value3,
+                                    KxString& imageFormat,
+                                    KxString& attr1,
+                                    KxString& scheme,
+                                    KxString& version,
+                                    KxString& attr2,
+                                    KxString& attr3,
+                                    KxString& urlTemplate,
+                                    unsigned char& option1,
+                                    unsigned char& option2,
+                                    unsigned char& option3,
+                                    int& levelOffset,
+                                    KxString& attr4,
+                                    KxString& axisOrder,
+                                    KxString& rowDirection,
+                                    KxString& userAgent,
+                                    KxString& attr5,
+                                    KxString& datum,
+                                    KxString& serverParts,
+                                    KxString& script,
+                                    KxArray<KxString>& headers)
+{
+    Definition definition;
+    if (!ReadSafely(path, definition))
+        return 0;
+    Set(levelBounds, definition);
+    Set(tileSize, definition.tileSize);
+    Set(value1, definition.value1);
+    Set(value2, definition.value2);
+    Set(value3, definition.value3);
+    Set(imageFormat, definition.format);
+    Set(attr1, definition.attr1);
+    Set(scheme, definition.scheme);
+    Set(version, definition.version);
+    Set(attr2, definition.attr2);
+    Set(attr3, definition.attr3);
+    Set(urlTemplate, definition.url);
+    Set(option1, definition.option1);
+    Set(option2, definition.option2);
+    Set(option3, definition.option3);
+    Set(levelOffset, definition.levelOffset);
+    Set(attr4, definition.attr4);
+    Set(axisOrder, definition.axisOrder);
+    Set(rowDirection, definition.rows);
+    Set(userAgent, definition.userAgent);
+    Set(attr5, definition.attr5);
+    Set(datum, definition.datum);
+    Set(serverParts, definition.servers);
+    Set(script, definition.script);
+    for (const std::string& line : definition.headers)
+        headers.Add(ToKxString(line));
+    return 1;
+}
+
+const std::vector<KxTSDMessage>& KxUtility::GetLastTSDMessages()
+{
+    return Messages();
+}
+
+} // namespace KxC
