@@ -8,7 +8,9 @@ namespace KxC {
 class KXCOMMON_API KxCompress
 {
 public:
-    /// Inflates one gzip stream into a buffer of the caller's. Never writes past `outputSize`.
+    /// Inflates a gzip stream into a buffer of the caller's. Never writes past `outputSize`.
+    /// Members that follow each other are joined, as gzip(1) does; bytes behind the last member
+    /// that do not begin another are padding and ignored. Any thread; never throws.
     /// @param outputSize  in: bytes of room in `output`; out: bytes written, 0 on failure
     /// @return 0 on success, else the stream is damaged, cut off, or larger than the room
     static int GZipDecompress(const unsigned char* input,

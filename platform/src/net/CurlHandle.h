@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <curl/curl.h>
+
+namespace KxC::Http {
+
+constexpr long kMaxRedirects = 5;
+constexpr long kConnectTimeoutMs = 10000;
+/// The floor on speed: slower than this for a while and the transfer is broken off.
+constexpr long kMinBytesPerSecond = 100;
+
+/// The calling thread's client with everything that all requests share already set. It keeps its
+/// connections until the thread ends.
+/// @return null when the client library cannot be started
+CURL* ThreadCurlHandle();
+
+} // namespace KxC::Http

@@ -1,0 +1,199 @@
+// SPDX-License-Identifier: MIT
+#include "CurlTransfer.h"
+
+#include "AnswerReceiver.h"
+#include "CurlHandle.h"
+#include "TransferCause.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <memory>
+#include <new>
+
+namespace KxC::Http {
+
+namespace {
+
+struct FreeList
+{
+    void operator()(curl_slist* list) const { curl_slist_free_all(list); }
+};
+using HeaderList = std::unique_ptr<curl_slist, FreeList>;
+
+std::size_t ReceiveHeader(char* bytes, std::size_t /*one*/, std::size_t count, void* receiver)
+{
+    const bool goesOn = static_cast<AnswerReceiver*>(receiver)->OnHeaderLine({bytes, count});
+    return goesOn ? count : CURL_WRITEFUNC_ERROR;
+}
+
+std::size_t ReceiveBody(char* bytes, std::size_t /*one*/, std::size_t count, void* receiver)
+{
+    const bool goesOn = static_cast<AnswerReceiver*>(receiver)->OnBody(bytes, count);
+    return goesOn ? count : CURL_WRITEFUNC_ERROR;
+}
+
+/// The client library reads "Name:" as "do not send Name" and "Name;" as a header without value.
+std::string ForLibrary(const std::string& line)
+{
+    const std::size_t colon = line.find(':');
+    const bool hasValue = line.find_first_not_of(" \t", colon + 1) != std::string::npos;
+    return hasValue ? line : line.substr(0, colon) + ";";
+}
+
+HeaderList MakeHeaderList(const std::vector<std::string>& lines)
+{
+    HeaderList list;
+    for (const std::string& line : lines) {
+        curl_slist* const longer = curl_slist_append(list.get(), ForLibrary(line).c_str());
+        if (longer == nullptr)
+            throw std::bad_alloc();
+        static_cast<void>(list.release());
+        list.reset(longer);
+    }
+    return list;
+}
+
+template <class Value>
+bool Set(CURL* handle, CURLoption option, Value value)
+{
+    return curl_easy_setopt(handle, option, value) == CURLE_OK;
+}
+
+/// Half of what was asked for, so that a stalled answer leaves time for another try, yet never so
+/// short that a service which renders while we wait is given up.
+long StallSeconds(Milliseconds timeout)
+{
+    return static_cast<long>(std::max<Milliseconds::rep>(15, timeout.count() / 2000));
+}
+
+long RemainingMs(TimePoint deadline, TimePoint now)
+{
+    const auto remaining = std::chrono::ceil<Milliseconds>(deadline - now).count();
+    // 0 would mean "no limit" to the client library.
+    return static_cast<long>(
+        std::clamp<Milliseconds::rep>(remaining, 1, std::numeric_limits<int>::max()));
+}
+
+/// What belongs to one request: set before it, taken back after it, for it points to locals.
+class Exchange
+{
+public:
+    Exchange(CURL* handle, const HttpRequest& request)
+        : m_handle(handle), m_request(request), m_headers(MakeHeaderList(request.headerLines))
+    {
+    }
+    ~Exchange()
+    {
+        Set<curl_slist*>(m_handle, CURLOPT_HTTPHEADER, nullptr);
+        Set<char*>(m_handle, CURLOPT_ERRORBUFFER, nullptr);
+        Set<void*>(m_handle, CURLOPT_WRITEDATA, nullptr);
+        Set<void*>(m_handle, CURLOPT_HEADERDATA, nullptr);
+    }
+    Exchange(const Exchange&) = delete;
+    Exchange& operator=(const Exchange&) = delete;
+
+    CURLcode Run(TimePoint now);
+    HttpAnswer AnswerFor(CURLcode code, TimePoint now);
+
+private:
+    bool Prepare(TimePoint now);
+    TransferFault FaultFor(CURLcode code, TimePoint now) const;
+    bool IsSettledByStatus() const;
+    template <class Value>
+    Value Info(CURLINFO info) const;
+
+    CURL* m_handle;
+    const HttpRequest& m_request;
+    HeaderList m_headers;
+    AnswerReceiver m_receiver;
+    std::array<char, CURL_ERROR_SIZE> m_words{};
+};
+
+bool Exchange::Prepare(TimePoint now)
+{
+    const std::string& agent = m_request.userAgent;
+    return Set(m_handle, CURLOPT_URL, m_request.url.c_str()) &&
+           Set(m_handle, CURLOPT_USERAGENT, agent.empty() ? nullptr : agent.c_str()) &&
+           Set(m_handle, CURLOPT_HTTPHEADER, m_headers.get()) &&
+           Set(m_handle, CURLOPT_TIMEOUT_MS, RemainingMs(m_request.deadline, now)) &&
+           Set(m_handle, CURLOPT_CONNECTTIMEOUT_MS, kConnectTimeoutMs) &&
+           Set(m_handle, CURLOPT_LOW_SPEED_TIME, StallSeconds(m_request.timeout)) &&
+           Set(m_handle, CURLOPT_HEADERFUNCTION, &ReceiveHeader) &&
+           Set(m_handle, CURLOPT_WRITEFUNCTION, &ReceiveBody) &&
+           Set<void*>(m_handle, CURLOPT_HEADERDATA, &m_receiver) &&
+           Set<void*>(m_handle, CURLOPT_WRITEDATA, &m_receiver) &&
+           Set(m_handle, CURLOPT_ERRORBUFFER, m_words.data());
+}
+
+CURLcode Exchange::Run(TimePoint now)
+{
+    return Prepare(now) ? curl_easy_perform(m_handle) : CURLE_OUT_OF_MEMORY;
+}
+
+template <class Value>
+Value Exchange::Info(CURLINFO info) const
+{
+    Value value{};
+    curl_easy_getinfo(m_handle, info, &value);
+    return value;
+}
+
+TransferFault Exchange::FaultFor(CURLcode code, TimePoint now) const
+{
+    TransferFault fault;
+    fault.code = code;
+    fault.stop = m_receiver.WhyStopped();
+    fault.status = m_receiver.Status();
+    fault.bytesReceived = m_receiver.BytesReceived();
+    fault.connected = Info<curl_off_t>(CURLINFO_CONNECT_TIME_T) > 0;
+    fault.deadlinePassed = now >= m_request.deadline;
+    fault.systemError = Info<long>(CURLINFO_OS_ERRNO);
+    fault.libraryWords = m_words.data();
+    return fault;
+}
+
+/// An error status says all: whether its page arrives whole does not matter.
+bool Exchange::IsSettledByStatus() const
+{
+    return m_receiver.HasHead() && m_receiver.Status() >= 400 &&
+           m_receiver.WhyStopped() != AnswerReceiver::Stop::TooManyHeaders;
+}
+
+HttpAnswer Exchange::AnswerFor(CURLcode code, TimePoint now)
+{
+    HttpAnswer answer;
+    answer.attempts = 1;
+    answer.status = m_receiver.Status();
+    answer.bytesReceived = m_receiver.BytesReceived();
+    answer.complete = code == CURLE_OK || IsSettledByStatus();
+    if (const char* type = Info<char*>(CURLINFO_CONTENT_TYPE))
+        answer.contentType = type;
+    answer.retryAfter =
+        std::chrono::seconds(std::max<curl_off_t>(0, Info<curl_off_t>(CURLINFO_RETRY_AFTER)));
+    if (answer.complete) {
+        answer.body = m_receiver.TakeBody();
+        return answer;
+    }
+    const TransferFault fault = FaultFor(code, now);
+    answer.cause = WordsFor(fault, m_request);
+    answer.transient = IsTransient(fault);
+    return answer;
+}
+
+} // namespace
+
+HttpAnswer CurlTransfer::Send(const HttpRequest& request)
+{
+    CURL* const handle = ThreadCurlHandle();
+    if (handle == nullptr) {
+        HttpAnswer answer;
+        answer.cause = "the HTTP client cannot be started; out of memory or a broken libcurl";
+        return answer;
+    }
+    Exchange exchange(handle, request);
+    const CURLcode code = exchange.Run(m_clock.Now());
+    return exchange.AnswerFor(code, m_clock.Now());
+}
+
+} // namespace KxC::Http

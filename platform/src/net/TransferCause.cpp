@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: MIT
+#include "TransferCause.h"
+
+#include "CurlHandle.h"
+
+#include <cerrno>
+
+namespace KxC::Http {
+
+namespace {
+
+std::string Quoted(const std::string& text)
+{
+    return "'" + text + "'";
+}
+
+std::string WordsForStop(AnswerReceiver::Stop stop)
+{
+    switch (stop) {
+    case AnswerReceiver::Stop::TooManyHeaders:
+        return "answer with more than " + std::to_string(AnswerReceiver::kMaxHeaderLines) +
+               " header lines or " + std::to_string(AnswerReceiver::kMaxHeaderBytes) +
+               " bytes of them; not a tile service";
+    case AnswerReceiver::Stop::BodyTooLarge:
+        return "body larger than " + std::to_string(AnswerReceiver::kMaxBodyBytes) +
+               " bytes; not a tile";
+    case AnswerReceiver::Stop::NoMemory:
+        return "out of memory while receiving the body";
+    default:
+        return {};
+    }
+}
+
+std::string WordsForTimeout(const TransferFault& fault, const HttpRequest& request)
+{
+    const std::string host = Quoted(HostOf(request.url));
+    if (fault.deadlinePassed)
+        return "time-out of " + std::to_string(request.timeout.count()) + " ms reached after " +
+               std::to_string(fault.bytesReceived) + " bytes from host " + host +
+               "; allow more time or try later";
+    if (!fault.connected)
+        return "no connection to host " + host + " within " + std::to_string(kConnectTimeoutMs) +
+               " ms; check address, network and proxy settings";
+    return "answer of host " + host + " slower than " + std::to_string(kMinBytesPerSecond) +
+           " bytes a second; try later";
+}
+
+std::string WordsForProtocol(const TransferFault& fault)
+{
+    if (fault.status >= 300 && fault.status < 400)
+        return "redirect to a scheme other than http and https refused";
+    return "the answer is not HTTP; check host and port of the address";
+}
+
+std::string WordsForCode(const TransferFault& fault, const HttpRequest& request)
+{
+    const std::string host = Quoted(HostOf(request.url));
+    switch (fault.code) {
+    case CURLE_URL_MALFORMAT:
+        return "the address is malformed; check it for blanks and odd characters";
+    case CURLE_UNSUPPORTED_PROTOCOL:
+        return WordsForProtocol(fault);
+    case CURLE_COULDNT_RESOLVE_HOST:
+        return "cannot resolve host " + host + "; check the name and the network";
+    case CURLE_COULDNT_RESOLVE_PROXY:
+        return "cannot resolve the proxy; check http_proxy and https_proxy";
+    case CURLE_COULDNT_CONNECT:
+        return "cannot connect to host " + host + "; check port, network and proxy settings";
+    case CURLE_OPERATION_TIMEDOUT:
+        return WordsForTimeout(fault, request);
+    case CURLE_TOO_MANY_REDIRECTS:
+        return "more than " + std::to_string(kMaxRedirects) + " redirects; check the address";
+    case CURLE_PEER_FAILED_VERIFICATION:
+        return "TLS certificate of host " + host +
+               " not trusted; check its name and validity and the system's certificates";
+    case CURLE_SSL_CONNECT_ERROR:
+        return "no TLS connection to host " + host + "; check that it speaks https";
+    case CURLE_PARTIAL_FILE:
+        return "the answer broke off after " + std::to_string(fault.bytesReceived) + " bytes";
+    case CURLE_GOT_NOTHING:
+        return "host " + host + " closed the connection without an answer";
+    case CURLE_OUT_OF_MEMORY:
+        return "out of memory";
+    default:
+        return "connection to host " + host + " failed";
+    }
+}
+
+} // namespace
+
+std::string WordsFor(const TransferFault& fault, const HttpRequest& request)
+{
+    std::string words = WordsForStop(fault.stop);
+    if (!words.empty())
+        return words;
+    words = WordsForCode(fault, request);
+    if (!fault.libraryWords.empty())
+        words += " (" + fault.libraryWords + ")";
+    return words;
+}
+
+bool IsTransient(const TransferFault& fault)
+{
+    if (fault.stop != AnswerReceiver::Stop::None)
+        return false;
+    switch (fault.code) {
+    case CURLE_OPERATION_TIMEDOUT:
+    case CURLE_PARTIAL_FILE:
+    case CURLE_GOT_NOTHING:
+    case CURLE_SEND_ERROR:
+    case CURLE_RECV_ERROR:
+    case CURLE_HTTP2:
+    case CURLE_HTTP2_STREAM:
+        return true;
+    default:
+        return fault.systemError == ECONNRESET;
+    }
+}
+
+} // namespace KxC::Http
