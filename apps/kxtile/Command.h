@@ -47,6 +47,7 @@ public:
 
 /// Each adds its subcommand; when it is chosen, the command runs and throws CommandError to fail.
 void AddTileCommand(CLI::App& app, const GlobalOptions& options);
+void AddSheetCommand(CLI::App& app, const GlobalOptions& options);
 void AddUrlCommand(CLI::App& app, const GlobalOptions& options);
 void AddQuadKeyCommand(CLI::App& app, const GlobalOptions& options);
 void AddSourceCommand(CLI::App& app, const GlobalOptions& options);

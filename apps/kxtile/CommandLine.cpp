@@ -74,6 +74,7 @@ int RunCommandLine(int argc, const char* const* argv)
         KxC::KxTileFetcher::m_sbLocalCacheUsed = options.m_noDiskCache ? 0 : 1;
     });
     AddTileCommand(app, options);
+    AddSheetCommand(app, options);
     AddUrlCommand(app, options);
     AddQuadKeyCommand(app, options);
     AddSourceCommand(app, options);

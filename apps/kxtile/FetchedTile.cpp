@@ -19,6 +19,7 @@ namespace {
 using KxC::KxNetGetch;
 using KxC::KxNetRequestInfo;
 using KxC::KxTileFetcher;
+using KxC::NetError;
 
 constexpr int kSchemeEarthHistory = 8;
 
@@ -121,44 +122,68 @@ FetchDirect(KxC::KxTSDParamItem& source, const HostTile& tile, int timeoutMs)
     return owned;
 }
 
-/// Deletes the tile where the library's memory cache does not own it.
-using TileHold =
-    std::unique_ptr<KxC::KxWMImageTileData, std::function<void(KxC::KxWMImageTileData*)>>;
-
-TileHold Hold(KxC::KxWMImageTileData* tile)
+/// Seconds that `operation` takes.
+double Measure(const std::function<void()>& operation)
 {
-    const bool own = KxTileFetcher::m_sbMemCacheUsed == 0;
-    return {tile, [own](KxC::KxWMImageTileData* held) {
-                if (own)
-                    delete held;
-            }};
+    const auto start = std::chrono::steady_clock::now();
+    operation();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
-std::unique_ptr<KxC::KxRawData> FetchThroughCaches(KxC::KxTSDParamItem& source,
-                                                   const HostTile& tile,
-                                                   const std::string& url,
-                                                   int timeoutMs)
+/// What came of a fetch that did not fail: a picture, or why there is none.
+void CheckPicture(NetError result, const KxC::KxWMImageTileData* tile, const std::string& url)
 {
-    KxC::KxWMImageTileData* fetched = nullptr;
-    const KxC::NetError result = KxTileFetcher::FetchWMData(
-        fetched, &source, tile.m_z, tile.RowFromSouth(), tile.m_x, timeoutMs);
-    const TileHold hold = Hold(fetched);
     const KxNetRequestInfo& request = KxNetGetch::GetLastRequestInfo();
-    if (result == KxC::NetError_Failure)
-        ThrowFailure(source);
     if (result == KxC::NetError_NoData || request.m_result == KxC::NetError_NoData)
         ThrowNoTile(url, request.m_nHttpStatus);
-    if (fetched == nullptr)
+    if (tile == nullptr)
         throw CommandError(kExitFailed,
                            fmt::format("{}: the bytes kept on disk are no picture", url),
                            "Forget them with 'kxtile cache clear SOURCE', then try again.");
-    if (fetched->GetImage() == nullptr) {
-        if (request.m_nBytes == 0)
-            ThrowNoTile(url, request.m_nHttpStatus);
-        ThrowNotAPicture(request);
-    }
-    std::unique_ptr<KxC::KxRawData> bytes = BytesOnDisk(source, tile);
-    return bytes != nullptr ? std::move(bytes) : FetchDirect(source, tile, timeoutMs);
+    if (tile->GetImage() != nullptr)
+        return;
+    if (request.m_nBytes == 0)
+        ThrowNoTile(url, request.m_nHttpStatus);
+    ThrowNotAPicture(request);
+}
+
+/// Where the library had the tile from. This program has one thread, so a new memory hit is ours.
+std::string Origin(unsigned long long memoryHitsBefore)
+{
+    if (KxNetGetch::GetLastRequestInfo().m_nAttempts > 0)
+        return "network";
+    const bool hit = KxC::m_gWMTileDataCacheManager.GetStatistics().m_nHits > memoryHitsBefore;
+    return hit ? "memory" : "disk";
+}
+
+void FetchThroughCaches(FetchedTile& fetched,
+                        KxC::KxTSDParamItem& source,
+                        const HostTile& tile,
+                        int timeoutMs)
+{
+    const auto hitsBefore = KxC::m_gWMTileDataCacheManager.GetStatistics().m_nHits;
+    KxC::KxWMImageTileData* inMemory = nullptr;
+    NetError result = KxC::NetError_Failure;
+    fetched.m_seconds = Measure([&] {
+        result = KxTileFetcher::FetchWMData(
+            inMemory, &source, tile.m_z, tile.RowFromSouth(), tile.m_x, timeoutMs);
+    });
+    if (result == KxC::NetError_Failure)
+        ThrowFailure(source);
+    CheckPicture(result, inMemory, fetched.m_url);
+    fetched.m_from = Origin(hitsBefore);
+    fetched.m_bytes = BytesOnDisk(source, tile);
+    if (fetched.m_bytes == nullptr)
+        fetched.m_bytes = FetchDirect(source, tile, timeoutMs);
+}
+
+void FetchPastCaches(FetchedTile& fetched,
+                     KxC::KxTSDParamItem& source,
+                     const HostTile& tile,
+                     int timeoutMs)
+{
+    fetched.m_from = "network";
+    fetched.m_seconds = Measure([&] { fetched.m_bytes = FetchDirect(source, tile, timeoutMs); });
 }
 
 } // namespace
@@ -170,16 +195,15 @@ FetchTileOf(KxC::KxTSDParamItem& source, const HostTile& tile, bool useDiskCache
         KxTileFetcher::GetURL(&source, tile.m_z, tile.RowFromSouth(), tile.m_x);
     CheckUrl(source, url);
     KxNetGetch::ClearLastRequestInfo();
-    const auto start = std::chrono::steady_clock::now();
     FetchedTile fetched;
-    fetched.m_bytes = useDiskCache ? FetchThroughCaches(source, tile, url.Cstr(), timeoutMs)
-                                   : FetchDirect(source, tile, timeoutMs);
-    fetched.m_seconds =
-        std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    fetched.m_url = url.Cstr();
+    if (useDiskCache)
+        FetchThroughCaches(fetched, source, tile, timeoutMs);
+    else
+        FetchPastCaches(fetched, source, tile, timeoutMs);
     const KxNetRequestInfo& request = KxNetGetch::GetLastRequestInfo();
-    const bool asked = request.m_nAttempts > 0;
-    fetched.m_from = asked ? "network" : "disk";
-    fetched.m_url = asked ? request.m_strUrl.Cstr() : url.Cstr();
+    if (request.m_nAttempts > 0)
+        fetched.m_url = request.m_strUrl.Cstr(); // another server's turn than the one above
     fetched.m_httpStatus = request.m_nHttpStatus;
     return fetched;
 }

@@ -15,9 +15,9 @@ struct FetchedTile
 {
     std::unique_ptr<KxC::KxRawData> m_bytes; ///< with its extension
     std::string m_url;
-    std::string m_from;   ///< "network" or "disk"
-    int m_httpStatus = 0; ///< 0 when no request was sent
-    double m_seconds = 0.0;
+    std::string m_from;     ///< "network" or "disk"
+    int m_httpStatus = 0;   ///< 0 when no request was sent
+    double m_seconds = 0.0; ///< of the library's operation
 };
 
 /// Fetches a tile through the library's caches, or straight from the service when the disk cache

@@ -4,7 +4,6 @@
 #include "Command.h"
 #include "KxFStream.h"
 #include "KxFile.h"
-#include "KxImageData.h"
 #include "KxImgUtility.h"
 
 #include <fmt/format.h>
@@ -63,7 +62,9 @@ void WriteBytes(const KxC::KxRawData& bytes, const std::string& path)
     }
 }
 
-void WriteEncoded(const KxC::KxImageData& image, const std::string& path)
+} // namespace
+
+void WritePicture(const KxC::KxImageData& image, const std::string& path)
 {
     if (KxC::KxImgUtility::SaveImageFile(&image, path.c_str(), 0) == 0)
         throw CommandError(kExitFailed,
@@ -71,8 +72,6 @@ void WriteEncoded(const KxC::KxImageData& image, const std::string& path)
                            "Use the extension .png, .jpg, .webp or .tif, in a folder that exists "
                            "and may be written.");
 }
-
-} // namespace
 
 WrittenTile WriteTile(const KxC::KxRawData& bytes, const std::string& path)
 {
@@ -88,7 +87,7 @@ WrittenTile WriteTile(const KxC::KxRawData& bytes, const std::string& path)
     } else if (wanted.empty() || wanted == own) {
         WriteBytes(bytes, path);
     } else {
-        WriteEncoded(*image, path);
+        WritePicture(*image, path);
         written.m_format = wanted;
         written.m_bytes = static_cast<unsigned int>(std::filesystem::file_size(path));
     }

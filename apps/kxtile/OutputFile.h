@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "KxImageData.h"
 #include "KxRawData.h"
 
 #include <string>
@@ -21,5 +22,9 @@ struct WrittenTile
 /// encoded anew. "-" is standard output. A file appears under its name only when whole.
 /// @throws CommandError when it cannot be written, or the extension is no picture format
 WrittenTile WriteTile(const KxC::KxRawData& bytes, const std::string& path);
+
+/// Writes a picture in the format of the path's extension.
+/// @throws CommandError as WriteTile
+void WritePicture(const KxC::KxImageData& image, const std::string& path);
 
 } // namespace KxTileHost

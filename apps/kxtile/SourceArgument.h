@@ -4,6 +4,7 @@
 #include "KxTSDParam.h"
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace CLI {
@@ -17,6 +18,10 @@ namespace KxTileHost {
 class SourceArgument
 {
 public:
+    SourceArgument() = default;
+    /// A source named without further options.
+    explicit SourceArgument(std::string text) : m_text(std::move(text)) {}
+
     /// Adds the SOURCE argument and its options to a command.
     void AddTo(CLI::App& command);
 

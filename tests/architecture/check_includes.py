@@ -32,7 +32,7 @@ ALLOWED = {
     "src/frame": PUBLIC | {"src/sources", "src/addressing", "src/retrieval", "src/raster",
                            "src/output"},
     "plugins/*": INTERFACES | BASIS,
-    "apps/*": PUBLIC,
+    "apps/*": PUBLIC | {"apps/drawing"},
     "examples": PUBLIC,
 }
 ROOTS = sorted({folder.split("/")[0] for folder in ALLOWED})

@@ -2,9 +2,9 @@
 #pragma once
 
 #include "KxTileFetcher.h"
-#include "support/ScriptedRequests.h"
-#include "support/TemporaryFolder.h"
-#include "support/TinyPng.h"
+#include "unit/support/ScriptedRequests.h"
+#include "unit/support/TemporaryFolder.h"
+#include "unit/support/TinyPng.h"
 
 #include <gtest/gtest.h>
 #include <libdeflate.h>

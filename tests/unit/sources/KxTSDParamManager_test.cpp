@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "KxTSDParam.h"
-#include "support/ScriptedDefinition.h"
-#include "support/TemporaryFolder.h"
+#include "unit/support/ScriptedDefinition.h"
+#include "unit/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 

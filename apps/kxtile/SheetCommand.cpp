@@ -1,0 +1,183 @@
+// SPDX-License-Identifier: MIT
+#include "Command.h"
+#include "ContactSheet.h"
+#include "FetchedTile.h"
+#include "HostTile.h"
+#include "KxImgUtility.h"
+#include "KxWMTileDataCache.h"
+#include "OutputFile.h"
+#include "SourceArgument.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <filesystem>
+#include <memory>
+#include <utility>
+#include <vector>
+
+namespace KxTileHost {
+
+namespace {
+
+struct SheetArguments
+{
+    std::vector<std::string> m_sources;
+    std::string m_address;
+    std::string m_output = "sheet.png";
+    std::string m_tileFolder;
+    bool m_throughCaches = false;
+};
+
+/// One fetch of one source: a line of the table.
+struct SheetRow
+{
+    std::string m_name;
+    FetchedTile m_fetched;
+};
+
+/// A short name of a source: the definition's file name without extension, or the template.
+std::string NameOf(const std::string& source)
+{
+    return SourceArgument(source).IsTemplate() ? source
+                                               : std::filesystem::path(source).stem().string();
+}
+
+void PrintRow(const GlobalOptions& options, const SheetRow& row)
+{
+    const FetchedTile& fetched = row.m_fetched;
+    const char* format = fetched.m_bytes->GetExt().Cstr() + 1;
+    if (options.m_json)
+        PrintJson({{"source", row.m_name},
+                   {"url", fetched.m_url},
+                   {"format", format},
+                   {"bytes", fetched.m_bytes->GetSize()},
+                   {"seconds", fetched.m_seconds},
+                   {"from", fetched.m_from}});
+    else
+        fmt::print("{:<12} {:<7} {:<5} {:>8} {:>8.2f}  {}\n",
+                   row.m_name,
+                   fetched.m_from,
+                   format,
+                   fetched.m_bytes->GetSize(),
+                   fetched.m_seconds * 1000.0,
+                   fetched.m_url);
+}
+
+SheetPanel PanelOf(const SheetRow& row)
+{
+    const KxC::KxRawData& bytes = *row.m_fetched.m_bytes;
+    SheetPanel panel;
+    panel.m_title = row.m_name;
+    panel.m_detail = fmt::format("{} {} bytes, {} {:.1f} ms",
+                                 bytes.GetExt().Cstr() + 1,
+                                 bytes.GetSize(),
+                                 row.m_fetched.m_from,
+                                 row.m_fetched.m_seconds * 1000.0);
+    panel.m_image.reset(
+        KxC::KxImgUtility::LoadImageData(bytes.GetData(), bytes.GetSize(), "", 1, 1));
+    return panel;
+}
+
+class SheetRun
+{
+public:
+    SheetRun(const GlobalOptions& options, const SheetArguments& arguments)
+        : m_options(options), m_arguments(arguments), m_tile(ParseHostTile(arguments.m_address))
+    {
+    }
+
+    void Run()
+    {
+        CreateTileFolder();
+        if (!m_options.m_json)
+            fmt::print("{:<12} {:<7} {:<5} {:>8} {:>8}  {}\n",
+                       "source",
+                       "from",
+                       "kind",
+                       "bytes",
+                       "ms",
+                       "URL");
+        std::vector<SheetPanel> panels;
+        for (const std::string& source : m_arguments.m_sources)
+            panels.push_back(FetchPanel(source));
+        WriteSheet(panels);
+    }
+
+private:
+    void CreateTileFolder() const
+    {
+        std::error_code error;
+        if (!m_arguments.m_tileFolder.empty())
+            std::filesystem::create_directories(m_arguments.m_tileFolder, error);
+    }
+
+    SheetRow Fetch(const std::string& name, KxC::KxTSDParamItem& source) const
+    {
+        SheetRow row{name,
+                     FetchTileOf(source, m_tile, !m_options.m_noDiskCache, m_options.TimeoutMs())};
+        PrintRow(m_options, row);
+        return row;
+    }
+
+    SheetPanel FetchPanel(const std::string& text) const
+    {
+        const std::string name = NameOf(text);
+        KxC::KxTSDParamItem* source = SourceArgument(text).Load();
+        const SheetRow row = Fetch(name, *source);
+        if (m_arguments.m_throughCaches) {
+            Fetch(name, *source);
+            KxC::m_gWMTileDataCacheManager.Clear();
+            Fetch(name, *source);
+        }
+        if (!m_arguments.m_tileFolder.empty())
+            WriteTile(*row.m_fetched.m_bytes,
+                      (std::filesystem::path(m_arguments.m_tileFolder) /
+                       (name + row.m_fetched.m_bytes->GetExt().Cstr()))
+                          .string());
+        return PanelOf(row);
+    }
+
+    void WriteSheet(const std::vector<SheetPanel>& panels) const
+    {
+        const auto sheet = DrawContactSheet(panels);
+        if (sheet == nullptr)
+            throw CommandError(kExitFailed, "so many sources do not fit on one sheet");
+        WritePicture(*sheet, m_arguments.m_output);
+        if (m_options.m_json)
+            PrintJson({{"sheet", m_arguments.m_output}});
+        else
+            fmt::print("{}: {} sources side by side\n", m_arguments.m_output, panels.size());
+    }
+
+    const GlobalOptions& m_options;
+    const SheetArguments& m_arguments;
+    HostTile m_tile;
+};
+
+} // namespace
+
+void AddSheetCommand(CLI::App& app, const GlobalOptions& options)
+{
+    CLI::App* command =
+        app.add_subcommand("sheet", "Show one tile of several sources side by side");
+    const auto arguments = std::make_shared<SheetArguments>();
+    command->add_option("SOURCE", arguments->m_sources, "Definition files or URL templates")
+        ->required();
+    command->add_option("--at", arguments->m_address, "COLUMN/ROW/LEVEL, row 0 in the north")
+        ->required();
+    command->add_option("-o,--output", arguments->m_output, "The sheet (.png, .jpg, .webp, .tif)")
+        ->capture_default_str();
+    command->add_option("--tiles", arguments->m_tileFolder, "Folder to write the tiles to as well");
+    command->add_flag(
+        "--again", arguments->m_throughCaches, "Fetch each tile again from memory and from disk");
+    command->footer("Example:\n  kxtile sheet --at 3/2/3 osm.toml other.toml -o sheet.png");
+    command->callback([&options, arguments] {
+        if (arguments->m_throughCaches && options.m_noDiskCache)
+            throw CommandError(
+                kExitWrongUsage, "--again needs the disk cache", "Leave --no-disk-cache out.");
+        SheetRun(options, *arguments).Run();
+    });
+}
+
+} // namespace KxTileHost
