@@ -20,8 +20,8 @@ struct KxNetRequestInfo
 {
     KxString m_strUrl; ///< as asked for; empty when the thread sent none yet
     NetError m_result = NetError_Success;
-    int m_nHttpStatus = 0;           ///< of the last attempt; 0 when no answer came
-    int m_nAttempts = 0;             ///< requests sent; 0 when the address itself was refused
+    int m_nHttpStatus = 0; ///< of the last attempt; 0 when no answer came
+    int m_nAttempts = 0;   ///< requests sent, also by a thread that shared; 0 when refused
     unsigned long long m_nBytes = 0; ///< bytes of body received in the last attempt
     double m_dSeconds = 0.0;         ///< from the call to its end, all attempts
     KxString m_strContentType;       ///< of the answer, empty when there was none
@@ -35,6 +35,7 @@ class KXCOMMON_API KxNetGetch
 public:
     static constexpr int kDefaultTimeoutMs = 30000;
     static constexpr unsigned int kMaxBodyBytes = 64U << 20;
+    static constexpr int kDefaultRequestsPerHost = 8;
 
     /// Sends one request and waits for its answer.
     /// @param data          receives the body on result 0; left empty on any other
@@ -45,6 +46,9 @@ public:
     /// @param requestParam  total time-out in milliseconds, 0 or less for kDefaultTimeoutMs
     /// @param userAgent     empty names this product and its version
     /// @param requestLines  further header lines ("Name: value"); may be null
+    /// Statuses 429, 502, 503 and 504, resets and time-outs are tried up to twice more, after
+    /// growing pauses or the Retry-After that the server asks for, up to 10 s of it. The total
+    /// time-out covers all of it. Threads that ask for the same at once share one request.
     /// Any thread.
     static NetError RequestData(KxRawData& data,
                                 const KxString& url,
@@ -55,6 +59,10 @@ public:
                                 int requestParam,
                                 const KxString& userAgent,
                                 const KxArray<KxString>* requestLines);
+
+    /// How many requests at a time go to one host, for the whole process; others wait their turn.
+    /// @param limit  1 or more, kDefaultRequestsPerHost at first
+    static void SetMaxRequestsPerHost(int limit);
 
     /// The calling thread's last request; valid until its next one.
     static const KxNetRequestInfo& GetLastRequestInfo();

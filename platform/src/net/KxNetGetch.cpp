@@ -4,7 +4,10 @@
 #include "AnswerReceiver.h"
 #include "CurlTransfer.h"
 #include "HeaderLines.h"
+#include "HostLimitClient.h"
 #include "HttpClient.h"
+#include "RetryingClient.h"
+#include "SharingClient.h"
 #include "StatusTable.h"
 
 #include <strings.h>
@@ -29,7 +32,10 @@ struct Layers
 {
     SystemClock clock;
     CurlTransfer transfer{clock};
-    HttpClient& outermost = transfer;
+    /// Within the retries, so that nobody holds a place while he pauses.
+    HostLimitClient limited{transfer, KxNetGetch::kDefaultRequestsPerHost};
+    RetryingClient retrying{limited, clock};
+    SharingClient outermost{retrying};
 };
 
 /// Never destroyed: a thread may still be fetching while the process ends.
@@ -191,6 +197,11 @@ NetError KxNetGetch::RequestData(KxRawData& data,
     info.m_dSeconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     return info.m_result;
+}
+
+void KxNetGetch::SetMaxRequestsPerHost(int limit)
+{
+    SharedLayers().limited.SetLimit(limit);
 }
 
 const KxNetRequestInfo& KxNetGetch::GetLastRequestInfo()

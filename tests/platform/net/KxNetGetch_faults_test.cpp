@@ -150,36 +150,6 @@ TEST_F(KxNetGetchFaults, EndlessHeaderLineIsCut)
     ExpectFailure(m_server.Url("/line"), "");
 }
 
-TEST_F(KxNetGetchFaults, ShortBodyIsAFailure)
-{
-    m_server.On("/short",
-                SendsAndCloses("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nten bytes."));
-    ExpectFailure(m_server.Url("/short"), "broke off after 10 bytes");
-}
-
-TEST_F(KxNetGetchFaults, ShortChunkedBodyIsAFailure)
-{
-    m_server.On(
-        "/short",
-        SendsAndCloses("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n64\r\nten bytes."));
-    ExpectFailure(m_server.Url("/short"), "");
-}
-
-TEST_F(KxNetGetchFaults, ResetIsAFailure)
-{
-    m_server.On("/reset", [](LoopbackConnection& connection, const LoopbackRequest&) {
-        connection.Send("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nten bytes.");
-        connection.Reset();
-    });
-    ExpectFailure(m_server.Url("/reset"), "127.0.0.1");
-}
-
-TEST_F(KxNetGetchFaults, ClosingWithoutAnswerIsAFailure)
-{
-    m_server.On("/close", SendsAndCloses(""));
-    ExpectFailure(m_server.Url("/close"), "without an answer");
-}
-
 TEST_F(KxNetGetchFaults, AnswerThatIsNotHttpIsAFailure)
 {
     m_server.On("/odd", SendsAndCloses("220 ftp.example ready\r\n"));
@@ -203,7 +173,25 @@ TEST_F(KxNetGetchFaults, BodyThatStopsEndsInATimeOut)
         connection.Send("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nten bytes.");
         connection.WaitForEnd();
     });
-    ExpectFailure(m_server.Url("/stops"), "after 10 bytes", {.timeoutMs = 60});
+    ExpectFailure(m_server.Url("/stops"), "after 10 bytes", {.timeoutMs = 400});
+}
+
+TEST_F(KxNetGetchFaults, BusyServerIsAskedAgain)
+{
+    m_server.On("/busy", [this](LoopbackConnection& connection, const LoopbackRequest&) {
+        connection.Send(AnswerText(m_server.RequestCount() < 2 ? 503 : 200, "tile"));
+    });
+    const Fetched fetched = Fetch(m_server.Url("/busy"));
+    EXPECT_EQ("tile", fetched.body);
+    EXPECT_EQ(2, fetched.info.m_nAttempts);
+    EXPECT_EQ(1, m_server.ConnectionCount());
+}
+
+TEST_F(KxNetGetchFaults, BusyServerBeyondTheTimeOutIsAFailure)
+{
+    m_server.On("/busy", Answers(503, "page", "Retry-After: 9\r\n"));
+    const Fetched fetched = ExpectFailure(m_server.Url("/busy"), "status 503", {.timeoutMs = 5000});
+    EXPECT_EQ(1, fetched.info.m_nAttempts);
 }
 
 TEST_F(KxNetGetchFaults, NobodyListening)

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -33,6 +35,37 @@ TEST_F(KxNetGetchThreads, EachGetsItsOwnAnswerAndInfo)
         thread.join();
     EXPECT_EQ(kThreads * kRequests, m_server.RequestCount());
     EXPECT_EQ(kThreads, m_server.ConnectionCount());
+}
+
+TEST_F(KxNetGetchThreads, AtMostEightRequestsGoToOneHost)
+{
+    std::mutex lock;
+    int inFlight = 0;
+    int most = 0;
+    Gate& gate = m_server.MakeGate();
+    m_server.On("/held/", [&](LoopbackConnection& connection, const LoopbackRequest&) {
+        {
+            const std::lock_guard guard(lock);
+            most = std::max(most, ++inFlight);
+        }
+        gate.Wait();
+        {
+            const std::lock_guard guard(lock);
+            --inFlight;
+        }
+        connection.Send(AnswerText(200, "tile"));
+    });
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 12; ++thread)
+        threads.emplace_back([this, thread] {
+            EXPECT_EQ("tile", Fetch(m_server.Url("/held/" + std::to_string(thread))).body);
+        });
+    m_server.WaitForRequests(8);
+    gate.Open();
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(12, m_server.RequestCount());
+    EXPECT_LE(most, 8);
 }
 
 TEST_F(KxNetGetchThreads, OneThreadsInfoIsNotAnothers)
