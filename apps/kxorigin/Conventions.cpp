@@ -2,8 +2,6 @@
 #include "Conventions.h"
 
 #include <algorithm>
-#include <array>
-#include <string>
 
 namespace KxOrigin {
 
@@ -78,12 +76,25 @@ std::optional<TileNumbers> ReadQuadKey(std::string_view key)
 std::optional<TileNumbers>
 ReadAxes(std::string_view order, std::int64_t first, std::int64_t second, std::int64_t third)
 {
-    std::string letters(order);
-    std::sort(letters.begin(), letters.end());
-    if (letters != "xyz")
+    const auto value = [&](char letter) -> std::optional<std::int64_t> {
+        switch (order.find(letter)) {
+        case 0:
+            return first;
+        case 1:
+            return second;
+        case 2:
+            return third;
+        default:
+            return std::nullopt;
+        }
+    };
+    const auto level = value('z');
+    const auto column = value('x');
+    const auto row = value('y');
+    // Three letters, each of them found, are a permutation.
+    if (order.size() != 3 || !level || !column || !row)
         return std::nullopt;
-    const std::array<std::int64_t, 3> values{first, second, third};
-    return TileNumbers{values[order.find('z')], values[order.find('x')], values[order.find('y')]};
+    return TileNumbers{*level, *column, *row};
 }
 
 } // namespace KxOrigin

@@ -214,8 +214,6 @@ Server::Server(Service& service, RequestLog& log, const std::string& address, st
                                 kThreads,
                                 MHD_OPTION_CONNECTION_TIMEOUT,
                                 kIdleSeconds,
-                                MHD_OPTION_LISTENING_ADDRESS_REUSE,
-                                1U,
                                 MHD_OPTION_UNESCAPE_CALLBACK,
                                 &LeaveEncoded,
                                 nullptr,
