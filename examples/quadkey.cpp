@@ -4,24 +4,17 @@
 //   quadkey [<template> <zoom> <column> <row from the north>]
 //
 // Nothing is downloaded.
+#include "Arguments.h"
+
 #include <KxTSDParam.h>
 #include <KxTileFetcher.h>
 
 #include <cstdio>
-#include <cstdlib>
 
-int main(int argc, char** argv)
+namespace {
+
+void PrintTile(const char* urlTemplate, int zoom, int column, int row)
 {
-    const bool given = argc == 5;
-    const char* urlTemplate = given ? argv[1] : "https://tiles.example.com/{$z}/{$x}/{$y}.png";
-    const int zoom = given ? std::atoi(argv[2]) : 3;
-    const int column = given ? std::atoi(argv[3]) : 3;
-    const int row = given ? std::atoi(argv[4]) : 5;
-    if ((argc != 1 && !given) || zoom < 1 || zoom > 30) {
-        std::fputs("usage: quadkey [<template> <zoom 1 to 30> <column> <row>]\n", stderr);
-        return 2;
-    }
-
     // Quadkeys count rows from the north.
     const KxC::KxString quadKey = KxC::KxTileFetcher::BingMapTileToQuadKey(row, column, zoom);
     std::printf("quadkey %s\n", quadKey.Cstr());
@@ -37,4 +30,23 @@ int main(int argc, char** argv)
     const int rowFromTheSouth = (1 << zoom) - 1 - row;
     const KxC::KxString url = KxC::KxTileFetcher::GetURL(source, zoom, rowFromTheSouth, column);
     std::printf("URL %s\n", url.Cstr());
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc == 1) {
+        PrintTile("https://tiles.example.com/{$z}/{$x}/{$y}.png", 3, 3, 5);
+        return 0;
+    }
+    const int zoom = argc == 5 ? NumberUpTo(30, argv[2]) : -1;
+    const int last = zoom >= 0 ? (1 << zoom) - 1 : -1;
+    const int column = zoom >= 0 ? NumberUpTo(last, argv[3]) : -1;
+    const int row = zoom >= 0 ? NumberUpTo(last, argv[4]) : -1;
+    if (column < 0 || row < 0) {
+        std::fputs("usage: quadkey [<template> <zoom> <column> <row>]\n", stderr);
+        return 2;
+    }
+    PrintTile(argv[1], zoom, column, row);
 }

@@ -37,7 +37,7 @@ std::string WithoutTrailingSeparators(std::string text)
 /// The user's home folder; one of his own below /tmp where he has none, as services often do.
 std::string HomeDir()
 {
-    const std::string home = EnvironmentText("HOME");
+    std::string home = EnvironmentText("HOME");
     if (!home.empty())
         return home;
     std::vector<char> texts(16384);
@@ -51,7 +51,7 @@ std::string HomeDir()
 
 std::string DefaultCachePath()
 {
-    const std::string own = EnvironmentText("KXTILE_CACHE_DIR");
+    std::string own = EnvironmentText("KXTILE_CACHE_DIR");
     if (!own.empty())
         return own;
     // The base directory rules ask for relative values to be passed over.

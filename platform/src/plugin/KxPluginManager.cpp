@@ -59,7 +59,7 @@ std::vector<LoadedPlugin> LoadPlugins()
         if (fault.empty())
             plugins.push_back(std::move(plugin));
         else
-            Log("plug-in left out: " + file + ": " + fault);
+            Log(std::string("plug-in left out: ").append(file).append(": ").append(fault));
     }
     return plugins;
 }

@@ -60,7 +60,7 @@ KxString& KxString::Format(const char* format, ...)
     const int length = std::vsnprintf(nullptr, 0, format, arguments);
     va_end(arguments);
     std::string text(length > 0 ? static_cast<std::size_t>(length) : 0, '\0');
-    if (length > 0)
+    if (length > 0) // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): va_copy filled it
         std::vsnprintf(text.data(), text.size() + 1, format, again);
     va_end(again);
     m_bytes = std::move(text);

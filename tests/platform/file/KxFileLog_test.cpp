@@ -24,13 +24,14 @@ namespace fs = std::filesystem;
 /// A log in a folder that does not exist before the first line.
 class KxFileLogTest : public testing::Test
 {
+public:
+    ~KxFileLogTest() override { KxFile::m_strAppCachePath = m_cachePathBefore; }
+
 protected:
     KxFileLogTest() : m_cachePathBefore(KxFile::m_strAppCachePath)
     {
         KxFile::m_strAppCachePath = Folder().c_str();
     }
-    ~KxFileLogTest() override { KxFile::m_strAppCachePath = m_cachePathBefore; }
-
     fs::path Folder() const { return m_temp.Path() / "cache"; }
     fs::path Log() const { return Folder() / "kxtile.log"; }
 

@@ -23,6 +23,14 @@ namespace fs = std::filesystem;
 /// A folder of plug-ins, the log beside it, and the environment that points to them.
 class KxPluginManagerTest : public testing::Test
 {
+public:
+    ~KxPluginManagerTest() override
+    {
+        KxFile::m_strAppCachePath = m_cachePathBefore;
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread runs between tests
+        ::unsetenv("KXTILE_PLUGIN_PATH");
+    }
+
 protected:
     KxPluginManagerTest() : m_cachePathBefore(KxFile::m_strAppCachePath)
     {
@@ -30,14 +38,9 @@ protected:
         KxFile::m_strAppCachePath = m_temp.File("cache").c_str();
         UsePath(Folder().string());
     }
-    ~KxPluginManagerTest() override
-    {
-        KxFile::m_strAppCachePath = m_cachePathBefore;
-        ::unsetenv("KXTILE_PLUGIN_PATH");
-    }
-
     static void UsePath(const std::string& path)
     {
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread runs between tests
         ::setenv("KXTILE_PLUGIN_PATH", path.c_str(), 1);
     }
     static fs::path Made(const std::string& name) { return fs::path(KX_TEST_PLUGINS) / name; }
@@ -193,6 +196,7 @@ TEST_F(KxPluginManagerTest, AnEmptyPathReplacesTheInstalledFolder)
 
 TEST_F(KxPluginManagerTest, LooksBesideItsOwnLibraryWithoutAPath)
 {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread runs between tests
     ::unsetenv("KXTILE_PLUGIN_PATH");
     const fs::path installed = fs::path(KX_COMMON_LIBRARY_FOLDER) / "kxtile" / "plugins";
     const bool mine = fs::create_directories(installed);
@@ -218,6 +222,7 @@ TEST_F(KxPluginManagerTest, LoadsOnceForManyThreads)
     WriteFile(Folder() / "Kxbad.so", "");
     std::array<std::unique_ptr<KxPlugin>, 8> found;
     std::vector<std::thread> threads;
+    threads.reserve(found.size());
     for (auto& one : found)
         threads.emplace_back([&] { one = Find(".good"); });
     for (std::thread& thread : threads)
