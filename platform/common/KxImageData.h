@@ -51,7 +51,8 @@ public:
 
     /// Chooses the sampling rule of GetValue2 for the whole process.
     /// Off (the start): the pixel floor(u x width), floor(v x height).
-    /// On: between the four pixels around u x (width - 1), v x (height - 1). Any thread.
+    /// On: between the four pixels around u x (width - 1), v x (height - 1); with alpha, colours
+    /// count as much as they are opaque. Any thread.
     static void SetBilinear(bool on);
     static bool IsBilinear();
 

@@ -17,14 +17,17 @@ public:
     static KxString TellImgExt(const unsigned char* bytes, unsigned int size);
 
     /// Whether the bytes are one whole PNG, JPEG, WebP or GIF: not cut off anywhere, and not some
-    /// other document (an HTML or XML error page).
-    /// @param formatHint  expected extension; empty leaves the format to the signature
+    /// other document (an HTML or XML error page). Walks the file's structure without decoding, and
+    /// tests a PNG's checksums; bytes after the end are allowed.
+    /// @param formatHint  expected extension with or without its dot, in any case; bytes of another
+    ///                    format are not complete. Empty leaves the format to the signature
     static unsigned char
     IsCompletedImage(const unsigned char* bytes, unsigned int size, const KxString& formatHint);
 
     /// Decodes PNG, JPEG, WebP and GIF (its first frame) to 8 bits a channel: RGBA where the file
-    /// has transparency, else RGB; grey and palette are expanded.
-    /// @param formatHint  expected extension; empty leaves the format to the signature
+    /// has transparency, else RGB; grey and palette are expanded, inks converted. An animated WebP
+    /// does not decode.
+    /// @param formatHint  as for IsCompletedImage; bytes of another format do not decode
     /// @param option1, option2  kept for callers' sake; every value means the same
     /// @return a new picture owned by the caller, null when the bytes do not decode
     static KxImageData* LoadImageData(const unsigned char* bytes,
@@ -38,7 +41,8 @@ public:
     /// @param bitsPerPixel  24 or 32
     /// @param data, size    receive `malloc` memory owned by the caller; null and 0 on failure
     /// @param ext           ".png", ".jpeg" or ".jpg", ".webp", ".tif" or ".tiff", any case, with
-    ///                      or without the dot; JPEG drops the alpha channel
+    ///                      or without the dot. PNG and TIFF are exact and keep the alpha channel;
+    ///                      JPEG and WebP are lossy, JPEG drops alpha, WebP keeps it exactly
     /// @param option        0
     /// @return 1 on success
     static unsigned char SaveImageToMemory(const unsigned char* pixels,

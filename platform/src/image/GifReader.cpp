@@ -69,13 +69,6 @@ bool SeekFrame(GifFileType* gif, int& transparentIndex)
     return false;
 }
 
-bool IsFrameAllowed(const GifImageDesc& frame)
-{
-    return frame.Width >= 1 && frame.Height >= 1 && frame.Width <= KxImageData::kMaxSide &&
-           frame.Height <= KxImageData::kMaxSide &&
-           static_cast<long long>(frame.Width) * frame.Height <= KxImageData::kMaxPixels;
-}
-
 bool CoversScreen(const GifFileType& gif)
 {
     const GifImageDesc& frame = gif.Image;
@@ -163,7 +156,8 @@ std::unique_ptr<KxImageData> DecodeGif(ByteSpan bytes)
     int error = 0;
     const Gif gif(DGifOpen(&input, ReadInput, &error));
     int transparentIndex = NO_TRANSPARENT_COLOR;
-    if (gif == nullptr || !SeekFrame(gif.get(), transparentIndex) || !IsFrameAllowed(gif->Image))
+    if (gif == nullptr || !SeekFrame(gif.get(), transparentIndex) ||
+        !IsSizeAllowed(gif->Image.Width, gif->Image.Height))
         return nullptr;
     const ColorMapObject* colours =
         gif->Image.ColorMap != nullptr ? gif->Image.ColorMap : gif->SColorMap;

@@ -69,6 +69,13 @@ Format FormatOfExtension(const KxString& extension);
 bool IsComplete(Format format, ByteSpan bytes);
 bool IsCompleteJpeg(ByteSpan bytes);
 
+/// Whether a picture lies within KxImageData's limits.
+constexpr bool IsSizeAllowed(long long width, long long height)
+{
+    return width >= 1 && height >= 1 && width <= KxImageData::kMaxSide &&
+           height <= KxImageData::kMaxSide && width * height <= KxImageData::kMaxPixels;
+}
+
 /// A picture of these pixels, null when beyond KxImageData's limits or out of memory.
 std::unique_ptr<KxImageData> NewPicture(long long width, long long height, bool alpha);
 /// First byte of a picture's row counted from the north edge.

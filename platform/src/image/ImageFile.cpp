@@ -49,7 +49,7 @@ public:
     {
         while (m_file >= 0 && !bytes.empty()) {
             const ssize_t count = ::write(m_file, bytes.data(), bytes.size());
-            if (count < 0 && errno != EINTR)
+            if (count == 0 || (count < 0 && errno != EINTR))
                 return false;
             bytes = bytes.subspan(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
         }

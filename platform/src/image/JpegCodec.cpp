@@ -14,7 +14,7 @@ namespace {
 
 // Measured in docs/decisions/0001-tile-encoders.md.
 constexpr int kTileQuality = 85;
-constexpr int kKeepQuality = 92;
+constexpr int kKeepQuality = 90;
 
 struct DestroyHandle
 {

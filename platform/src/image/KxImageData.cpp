@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "KxImageData.h"
 
+#include "ImageCodecs.h"
+
 #include <algorithm>
 #include <atomic>
 #include <cmath>
@@ -26,13 +28,6 @@ int PixelSizeOf(int formatCode)
     default:
         return 0;
     }
-}
-
-bool IsSizeAllowed(int width, int height)
-{
-    return width >= 1 && height >= 1 && width <= KxImageData::kMaxSide &&
-           height <= KxImageData::kMaxSide &&
-           static_cast<long long>(width) * height <= KxImageData::kMaxPixels;
 }
 
 /// The whole number in [0, count - 1] nearest below `position`; infinities clamp too.
@@ -110,7 +105,7 @@ KxImageData::KxImageData(int width, int height, int formatCode, int rowBytes)
     : m_nWidth(0), m_nHeight(0), m_nRowBytes(0), m_nPixelSize(0), m_pData(nullptr)
 {
     const int pixelSize = PixelSizeOf(formatCode);
-    if (pixelSize == 0 || !IsSizeAllowed(width, height))
+    if (pixelSize == 0 || !Imaging::IsSizeAllowed(width, height))
         return;
     const int wantedRowBytes = rowBytes == 0 ? width * pixelSize : rowBytes;
     if (wantedRowBytes < width * pixelSize)

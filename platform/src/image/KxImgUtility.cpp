@@ -49,13 +49,6 @@ Format TellHintedFormat(ByteSpan bytes, const KxString& hint)
     return hint.IsEmpty() || FormatOfExtension(hint) == format ? format : Format::Unknown;
 }
 
-bool IsEncodable(int width, int height)
-{
-    return width >= 1 && height >= 1 && width <= KxImageData::kMaxSide &&
-           height <= KxImageData::kMaxSide &&
-           static_cast<long long>(width) * height <= KxImageData::kMaxPixels;
-}
-
 } // namespace
 
 void ShrinkToSize(Encoded& encoded)
@@ -104,7 +97,7 @@ Format FormatOfExtension(const KxString& extension)
 
 std::unique_ptr<KxImageData> NewPicture(long long width, long long height, bool alpha)
 {
-    if (width > KxImageData::kMaxSide || height > KxImageData::kMaxSide)
+    if (!IsSizeAllowed(width, height))
         return nullptr;
     auto picture = std::make_unique<KxImageData>(static_cast<int>(width),
                                                  static_cast<int>(height),
@@ -193,7 +186,7 @@ unsigned char KxImgUtility::SaveImageToMemory(const unsigned char* pixels,
 try {
     data = nullptr;
     size = 0;
-    if (pixels == nullptr || !IsEncodable(width, height) ||
+    if (pixels == nullptr || !IsSizeAllowed(width, height) ||
         (bitsPerPixel != 24 && bitsPerPixel != 32))
         return 0;
     const int pixelSize = bitsPerPixel / 8;

@@ -52,6 +52,7 @@ std::vector<Sample> Samples()
             {"interlaced png", ".png", InterlacedPng()},
             {"jpeg", ".jpeg", JpegFile(colour, JpegKind::Colour, 85)},
             {"jpeg with restarts", ".jpeg", JpegFile(colour, JpegKind::Colour, 85, true)},
+            {"grey jpeg", ".jpeg", JpegFile(Smooth(24, 16, 1), JpegKind::Grey, 85)},
             {"progressive jpeg", ".jpeg", JpegFile(colour, JpegKind::Progressive, 85)},
             {"lossy webp", ".webp", WebpFile(colour, false)},
             {"lossless webp", ".webp", WebpFile(Graded(24, 16, 4), true)},

@@ -176,7 +176,7 @@ TEST(KxImgUtility, LoadsPngWithTexts)
 TEST(KxImgUtility, LoadsJpegAsItsLibraryDoes)
 {
     const NorthUp picture = Smooth(130, 70, 3);
-    for (const JpegKind kind : {JpegKind::Colour, JpegKind::Progressive}) {
+    for (const JpegKind kind : {JpegKind::Colour, JpegKind::Progressive, JpegKind::OddSampling}) {
         const Bytes file = JpegFile(picture, kind, 90, kind == JpegKind::Colour);
         const NorthUp loaded = Load(file);
         EXPECT_EQ(0, MaxDifference(ReadJpeg(file), loaded));

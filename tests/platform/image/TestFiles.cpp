@@ -276,6 +276,11 @@ Bytes JpegFile(const NorthUp& picture, JpegKind kind, int quality, bool restarts
     jpeg_set_quality(&jpeg, quality, TRUE);
     if (kind == JpegKind::Progressive)
         jpeg_simple_progression(&jpeg);
+    if (kind == JpegKind::OddSampling) {
+        // One colour sample for 4 x 2 pixels: allowed, but without a customary name.
+        jpeg.comp_info[0].h_samp_factor = 4;
+        jpeg.comp_info[0].v_samp_factor = 2;
+    }
     jpeg.write_Adobe_marker = kind == JpegKind::AdobeCmyk ? TRUE : FALSE;
     jpeg.restart_interval = restarts ? 1 : 0;
     jpeg_start_compress(&jpeg, TRUE);

@@ -58,7 +58,7 @@ Bytes PngFile(int width,
               const std::function<void(int row, unsigned char* packed)>& packedRow);
 Bytes PngFile(const NorthUp& picture);
 
-enum class JpegKind { Colour, Progressive, Grey, Cmyk, AdobeCmyk };
+enum class JpegKind { Colour, Progressive, OddSampling, Grey, Cmyk, AdobeCmyk };
 /// @param picture  4 channels of ink for the CMYK kinds, 1 for grey, 3 else
 Bytes JpegFile(const NorthUp& picture, JpegKind kind, int quality, bool restarts = false);
 
