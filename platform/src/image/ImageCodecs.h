@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+// What the image area's files share. Codecs take rows from the north, pictures hold them from the
+// south: each codec flips while it reads or writes, so that no picture is ever copied for it.
+
+#include "KxImageData.h"
+#include "KxString.h"
+
+#include <cstddef>
+#include <cstdlib>
+#include <memory>
+#include <span>
+
+namespace KxC::Imaging {
+
+using ByteSpan = std::span<const unsigned char>;
+
+enum class Format { Unknown, Png, Jpeg, Webp, Gif, Tiff };
+
+/// What an encoder aims at: tiles are made by the thousand and thrown away, files are kept.
+enum class Purpose { Tile, Keep };
+
+struct FreeBytes
+{
+    void operator()(unsigned char* bytes) const { std::free(bytes); }
+};
+using MallocBytes = std::unique_ptr<unsigned char, FreeBytes>;
+
+/// `malloc` memory of at least one byte; null when there is none.
+inline MallocBytes AllocateBytes(std::size_t count)
+{
+    return MallocBytes(static_cast<unsigned char*>(std::malloc(count == 0 ? 1 : count)));
+}
+
+/// Encoded bytes on their way to the caller; null when encoding failed.
+struct Encoded
+{
+    MallocBytes bytes;
+    std::size_t size = 0;
+};
+
+/// Gives back what an encoder's upper bound took too much.
+void ShrinkToSize(Encoded& encoded);
+
+/// A picture to encode; rows as KxImageData holds them.
+struct PixelRows
+{
+    const unsigned char* southRow;
+    std::size_t rowBytes;
+    int width;
+    int height;
+    int pixelSize; ///< 3 or 4
+
+    /// @param row  counted from the north edge, [0, height)
+    const unsigned char* RowFromNorth(int row) const
+    {
+        return southRow + static_cast<std::size_t>(height - 1 - row) * rowBytes;
+    }
+};
+
+/// Format by signature; never Tiff, which is only written.
+Format TellFormat(ByteSpan bytes);
+/// Format of an extension with or without its dot, in any case.
+Format FormatOfExtension(const KxString& extension);
+
+/// Whether the bytes hold one whole file of the format, by its structure alone. Bytes after its
+/// end are allowed: servers append them.
+bool IsComplete(Format format, ByteSpan bytes);
+bool IsCompleteJpeg(ByteSpan bytes);
+
+/// A picture of these pixels, null when beyond KxImageData's limits or out of memory.
+std::unique_ptr<KxImageData> NewPicture(long long width, long long height, bool alpha);
+/// First byte of a picture's row counted from the north edge.
+unsigned char* RowFromNorth(KxImageData& picture, int row);
+
+/// Decoders: null when the bytes do not decode.
+std::unique_ptr<KxImageData> DecodePng(ByteSpan bytes);
+std::unique_ptr<KxImageData> DecodeJpeg(ByteSpan bytes);
+std::unique_ptr<KxImageData> DecodeWebp(ByteSpan bytes);
+std::unique_ptr<KxImageData> DecodeGif(ByteSpan bytes);
+
+/// Encoders; the picture lies within KxImageData's limits.
+Encoded EncodePng(const PixelRows& rows, Purpose purpose);
+Encoded EncodeJpeg(const PixelRows& rows, Purpose purpose);
+Encoded EncodeWebp(const PixelRows& rows, Purpose purpose);
+Encoded EncodeTiff(const PixelRows& rows);
+Encoded Encode(Format format, const PixelRows& rows, Purpose purpose);
+
+/// Writes bytes under a temporary name beside `path`, then renames.
+/// @return false with nothing new left behind when any step fails
+bool WriteFileWhole(const KxString& path, ByteSpan bytes);
+
+} // namespace KxC::Imaging
