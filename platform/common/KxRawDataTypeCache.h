@@ -4,7 +4,6 @@
 #include "KxCommonExport.h"
 #include "KxString.h"
 
-#include <memory>
 #include <vector>
 
 namespace KxC {
@@ -31,7 +30,7 @@ struct KxRawDataSubTreeInfo
     KxString m_strPath; ///< of its file
     unsigned long long m_nTiles = 0;
     unsigned long long m_nNoData = 0; ///< addresses known to have no tile
-    unsigned long long m_nBytes = 0;  ///< of the file
+    unsigned long long m_nBytes = 0;  ///< of the file and its write-ahead log
     bool m_bReadable = true;          ///< false: the counts could not be read
 };
 
@@ -82,7 +81,9 @@ public:
 
 private:
     struct Store;
-    std::unique_ptr<Store> m_store;
+    /// The global manager's store is closed, never destroyed: threads may still run while a process
+    /// exits.
+    Store* m_store = nullptr;
 };
 
 KXCOMMON_API extern KxRawDataTypeCacheManager m_gRawDataTypeCacheManager;

@@ -26,9 +26,13 @@ public:
     virtual std::size_t GetByteCount() const;
 
 private:
+    friend class ThreadTilePins;
+
     int m_nLevel;
     int m_nRow;
     int m_nCol;
+    /// Links the tiles that one thread alone owns, so that keeping one needs no memory.
+    KxWMTileData* m_pNextKept = nullptr;
 };
 
 /// A decoded tile. A null image means that the server has no data there.
@@ -116,7 +120,8 @@ public:
 private:
     friend class KxWMTileDataCache;
     struct Store;
-    std::unique_ptr<Store> m_store;
+    /// The global manager's store is never destroyed: threads may still run while a process exits.
+    Store* m_store = nullptr;
 };
 
 KXCOMMON_API extern KxWMTileDataCacheManager m_gWMTileDataCacheManager;

@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: MIT
+#include "SubTreeFolder.h"
+
+#include "KxFile.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <filesystem>
+#include <system_error>
+
+namespace KxC {
+
+namespace {
+
+constexpr std::size_t kMaxNameBytes = 200;
+constexpr std::string_view kExtension = ".mbtiles";
+
+bool IsNameCharacter(char character)
+{
+    return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
+           (character >= '0' && character <= '9') || character == '.' || character == '_' ||
+           character == '-';
+}
+
+unsigned long long FileBytes(const std::string& path)
+{
+    std::error_code error;
+    const std::uintmax_t bytes = std::filesystem::file_size(path, error);
+    return error ? 0 : bytes;
+}
+
+} // namespace
+
+bool IsSubTreeName(std::string_view name)
+{
+    return !name.empty() && name.size() <= kMaxNameBytes && name.front() != '.' &&
+           std::all_of(name.begin(), name.end(), IsNameCharacter);
+}
+
+std::string SubTreeFolder()
+{
+    const KxString& cache = KxFile::m_strAppCachePath;
+    return std::string(cache.Cstr(), static_cast<std::size_t>(cache.GetLength())) + "/tiles";
+}
+
+std::string SubTreePath(std::string_view folder, std::string_view name)
+{
+    std::string path(folder);
+    path.append("/").append(name).append(kExtension);
+    return path;
+}
+
+std::vector<std::string> SubTreeNames(const std::string& folder)
+{
+    std::vector<std::string> names;
+    std::error_code error;
+    std::filesystem::directory_iterator entries(folder, error);
+    for (; !error && entries != std::filesystem::directory_iterator(); entries.increment(error)) {
+        const std::filesystem::path& path = entries->path();
+        const std::string stem = path.stem().string();
+        if (path.extension() == kExtension && IsSubTreeName(stem))
+            names.push_back(stem);
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+unsigned long long SubTreeBytes(const std::string& path)
+{
+    return FileBytes(path) + FileBytes(path + "-wal");
+}
+
+} // namespace KxC
