@@ -1,0 +1,252 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""Drives kxtile as a user would, against a kxorigin of its own.
+
+Usage: kxtile_cli_test.py KXTILE KXORIGIN EXAMPLE_SOURCES
+"""
+import json
+import os
+import pathlib
+import sqlite3
+import struct
+import subprocess
+import sys
+import tempfile
+import unittest
+
+KXTILE, KXORIGIN, SOURCES = sys.argv[1:4]
+
+
+def png_size(path):
+    data = pathlib.Path(path).read_bytes()
+    assert data[:8] == b"\x89PNG\r\n\x1a\n", data[:16]
+    return struct.unpack(">II", data[16:24])
+
+
+class KxtileTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.origin_folder = tempfile.TemporaryDirectory()
+        cls.log = pathlib.Path(cls.origin_folder.name, "log.jsonl")
+        cls.origin = subprocess.Popen([KXORIGIN, "--port", "0", "--log", str(cls.log)],
+                                      stdout=subprocess.PIPE, text=True)
+        cls.address = cls.origin.stdout.readline().split()[-1]
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.origin.terminate()
+        assert cls.origin.wait() == 0
+        cls.origin.stdout.close()
+        cls.origin_folder.cleanup()
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+        self.environment = {**os.environ, "KXORIGIN": self.address,
+                            "KXTILE_CACHE_DIR": str(self.folder / "cache")}
+
+    def kxtile(self, *arguments, status=0):
+        done = subprocess.run([KXTILE, *map(str, arguments)], env=self.environment,
+                              cwd=self.folder, capture_output=True, check=False)
+        self.assertEqual(done.returncode, status, (arguments, done.stdout[:500], done.stderr))
+        return done
+
+    def answer(self, *arguments, status=0):
+        return json.loads(self.kxtile("--json", *arguments, status=status).stdout)
+
+    def requests(self):
+        return [json.loads(line) for line in self.log.read_text().splitlines()]
+
+    def url(self, path):
+        return self.address + path
+
+    def test_tile_comes_from_network_then_from_disk(self):
+        source = f"{SOURCES}/xyz.toml"
+        before = len(self.requests())
+        first = self.answer("tile", source, "4/3/3", "-o", "a.png")
+        self.assertEqual((first["from"], first["http_status"], first["format"]),
+                         ("network", 200, "png"))
+        self.assertEqual(first["url"], self.url("/xyz/marble/3/4/3.png"))
+        self.assertEqual(png_size(self.folder / "a.png"), (256, 256))
+        second = self.answer("tile", source, "4/3/3", "-o", "b.png")
+        self.assertEqual((second["from"], second["bytes"]), ("disk", first["bytes"]))
+        self.assertEqual((self.folder / "a.png").read_bytes(),
+                         (self.folder / "b.png").read_bytes())
+        self.assertEqual(len(self.requests()), before + 1)
+
+    def test_every_way_of_counting_shows_the_same_place(self):
+        reference = self.kxtile("tile", self.url("/xyz/graticule/{$z}/{$x}/{$y}.png"), "10/9/4",
+                                "-o", "-").stdout
+        for cache in ([], ["--no-disk-cache"]):
+            for path, options in [("/tms/graticule/{$z}/{$x}/{$y}.png", ["--rows", "south"]),
+                                  ("/quadkey/graticule/{$quadkey}.png", []),
+                                  ("/offset/graticule/2/{$z}/{$x}/{$y}.png",
+                                   ["--level-offset", "2"]),
+                                  ("/axis/graticule/yzx/{$y}/{$z}/{$x}.png", [])]:
+                done = self.kxtile(*cache, "tile", self.url(path), "10/9/4", *options, "-o", "-")
+                self.assertEqual(done.stdout, reference, (path, cache))
+
+    def test_three_quarter_rows_come_out_right_with_and_without_cache(self):
+        reference = self.kxtile("tile", self.url("/geographic/graticule/{$z}/{$x}/{$y}.png"),
+                                "--scheme", "geographic", "10/9/4", "-o", "-").stdout
+        for cache in ([], ["--no-disk-cache"]):
+            done = self.kxtile(*cache, "tile", self.url("/tianditu/graticule/{$z}/{$x}/{$y}.png"),
+                               "--scheme", "tianditu", "10/9/4", "-o", "-")
+            self.assertEqual(done.stdout, reference)
+
+    def test_without_disk_cache_nothing_is_kept(self):
+        done = self.answer("--no-disk-cache", "tile", f"{SOURCES}/south-rows.toml", "4/3/3")
+        self.assertEqual(done["from"], "network")
+        self.assertEqual(done["file"], "3_4_3.jpeg")
+        self.assertFalse((self.folder / "cache" / "tiles").exists())
+
+    def test_another_extension_converts(self):
+        for name, start in [("t.webp", b"RIFF"), ("t.jpg", b"\xff\xd8\xff"), ("t.tif", b"II*\0")]:
+            self.kxtile("tile", f"{SOURCES}/xyz.toml", "4/3/3", "-o", name)
+            self.assertEqual((self.folder / name).read_bytes()[:len(start)], start)
+        self.kxtile("tile", f"{SOURCES}/xyz.toml", "4/3/3", "-o", "t.xyz", status=1)
+        self.kxtile("tile", f"{SOURCES}/xyz.toml", "4/3/3", "-o", "none/t.png", status=1)
+        self.assertEqual(sorted(path.name for path in self.folder.iterdir() if path.is_file()),
+                         ["t.jpg", "t.tif", "t.webp"])
+
+    def test_no_tile_has_its_own_exit_code(self):
+        for code in (404, 410, 204):
+            template = self.url(f"/status/{code}/{{$z}}/{{$x}}/{{$y}}")
+            done = self.kxtile("tile", template, "0/0/0", status=3)
+            self.assertIn(f"HTTP status {code}".encode(), done.stderr)
+            self.assertIn(b"known on disk", self.kxtile("tile", template, "0/0/0", status=3).stderr)
+            self.kxtile("--no-disk-cache", "tile", template, "0/0/0", status=3)
+        self.kxtile("tile", self.url("/empty/marble/{$z}/{$x}/{$y}.png"), "0/0/0", status=3)
+
+    def test_failures_name_url_status_and_cause(self):
+        cases = [("/status/403/{$z}/{$x}/{$y}", b"403"),
+                 ("/html/marble/{$z}/{$x}/{$y}.png", b"text/html"),
+                 ("/truncated/marble/{$z}/{$x}/{$y}.png", b"no whole PNG")]
+        for path, words in cases:
+            for cache in ([], ["--no-disk-cache"]):
+                done = self.kxtile(*cache, "tile", self.url(path), "0/0/0", status=1)
+                self.assertIn(words, done.stderr)
+                self.assertIn(self.address.encode(), done.stderr)
+        error = self.answer("tile", "http://127.0.0.1:1/{$z}/{$x}/{$y}", "0/0/0", status=1)
+        self.assertIn("127.0.0.1:1/0/0/0", error["error"])
+        self.assertEqual(list(self.folder.glob("*.png")), [])
+
+    def test_headers_and_user_agent_can_be_given(self):
+        keyed = self.url("/key/marble/{$z}/{$x}/{$y}.png")
+        self.kxtile("tile", keyed, "0/0/0", status=1)
+        self.kxtile("tile", keyed, "0/0/0", "--header", "X-Api-Key: let-me-in", "-o", "t.png")
+        self.kxtile("tile", self.url("/agent/marble/{$z}/{$x}/{$y}.png"), "0/0/0", "-o", "t.png")
+        self.kxtile("tile", self.url("/agent-is/me/marble/{$z}/{$x}/{$y}.png"), "0/0/0",
+                    "--user-agent", "me", "-o", "t.png")
+
+    def test_wrong_usage(self):
+        for arguments in [[], ["tile"], ["tile", "a.toml"], ["nonsense"], ["--timeout", "x", "url"],
+                          ["tile", "http://h/{$x}", "1/2"], ["tile", "http://h/{$x}", "2/0/1"],
+                          ["url", "http://h/{$x}", "0/0/31"], ["url", "http://h/{$x}", "-1/0/1"],
+                          ["url", "http://h/{$x}", "0/0/0/"], ["url", "http://h/{x}", "0/0/0"],
+                          ["url", "http://h/{$x}", "0/0/0", "--scheme", "flat"],
+                          ["quadkey", "4"], ["quadkey", "1" * 31], ["quadkey", "8/0/3"],
+                          ["cache", "clear"], ["cache"]]:
+            done = self.kxtile(*arguments, status=2)
+            self.assertNotEqual(done.stderr + done.stdout, b"", arguments)
+
+    def test_quadkey_both_ways(self):
+        self.assertEqual(self.kxtile("quadkey", "3/5/3").stdout, b"213\n")
+        self.assertEqual(self.kxtile("quadkey", "213").stdout, b"3/5/3\n")
+        self.assertEqual(self.answer("quadkey", "213"), {"quadkey": "213", "x": 3, "y": 5, "z": 3})
+
+    def test_url(self):
+        template = "https://{$serverpart}.h/{$z}/{$x}/{$y}?n=%20"
+        self.assertEqual(self.kxtile("url", template, "3/5/3", "--servers", "a,b").stdout,
+                         b"https://a.h/3/3/5?n=%20\n")
+        self.assertEqual(self.answer("url", "http://h/{$quadkey}", "3/5/3")["url"], "http://h/213")
+        self.assertEqual(self.answer("url", "http://h/{$y}", "3/5/3", "--rows", "south")["url"],
+                         "http://h/2")
+
+    def test_script_error_is_shown_to_its_author(self):
+        definition = self.folder / "s.toml"
+        definition.write_text('script = """\nfunction GetTileURL(level, row, col)\n'
+                              '  return nothing.at_all\nend\n"""\n')
+        for command in ("url", "tile"):
+            done = self.kxtile(command, definition, "0/0/0", status=1)
+            self.assertIn(b"nothing", done.stderr)
+
+    def test_source_show_masks_secrets(self):
+        self.environment["TEST_KEY"] = "tell-nobody"
+        definition = self.folder / "s.toml"
+        definition.write_text('url = "http://h/{$z}/{$x}/{$y}?key=${TEST_KEY}"\n'
+                              'datum = "GCJ02"\nrows = "SouthToNorth"\nscheme = 12\n')
+        done = self.kxtile("source", "show", definition)
+        self.assertNotIn(b"tell-nobody", done.stdout + done.stderr)
+        shown = self.answer("source", "show", definition)
+        self.assertEqual(shown["url"], "http://h/%d/%d/%d?key=${TEST_KEY}")
+        self.assertEqual((shown["datum"], shown["scheme"], shown["rows"]),
+                         ("GCJ-02", 12, "from the south"))
+        self.assertIn(b"key=tell-nobody", self.kxtile("url", definition, "0/0/0").stdout)
+
+    def test_unreadable_definitions_say_why(self):
+        done = self.kxtile("tile", "missing.toml", "0/0/0", status=1)
+        self.assertIn(b"missing.toml", done.stderr)
+        broken = self.folder / "broken.toml"
+        broken.write_text('url = "http://h/{$x}"\nscheme = [\n')
+        self.assertIn(b"line", self.kxtile("source", "show", broken, status=1).stderr)
+        unset = self.folder / "unset.toml"
+        unset.write_text('url = "http://h/{$x}/{$y}/{$z}?k=${KXTILE_SURELY_UNSET}"\n')
+        self.assertIn(b"KXTILE_SURELY_UNSET",
+                      self.kxtile("source", "show", unset, status=1).stderr)
+
+    def test_cache_info_and_clear(self):
+        self.assertEqual(self.answer("cache", "info")["sources"], [])
+        self.kxtile("tile", f"{SOURCES}/xyz.toml", "4/3/3", "-o", "a.png")
+        missing = self.url("/status/404/{$z}/{$x}/{$y}")
+        self.kxtile("tile", missing, "4/3/3", status=3)
+        sources = {entry["tiles"]: entry for entry in self.answer("cache", "info")["sources"]}
+        self.assertEqual(len(sources), 2)
+        self.assertEqual(sources[0]["no_data"], 1)
+        # Any MBTiles reader finds the tile: row 4 from the south.
+        with sqlite3.connect(sources[1]["file"]) as database:
+            rows = database.execute(
+                "select zoom_level, tile_column, tile_row, tile_data from tiles").fetchall()
+            metadata = dict(database.execute("select name, value from metadata"))
+        database.close()
+        self.assertEqual([row[:3] for row in rows], [(3, 4, 4)])
+        self.assertEqual(bytes(rows[0][3]), (self.folder / "a.png").read_bytes())
+        self.assertEqual(metadata["format"], "png")
+        self.kxtile("cache", "clear", missing)
+        self.kxtile("cache", "clear", "--all")
+        self.assertEqual([s for s in self.answer("cache", "info")["sources"]
+                          if s["tiles"] or s["no_data"]], [])
+        self.assertEqual(self.answer("tile", f"{SOURCES}/xyz.toml", "4/3/3", "-o", "a.png")["from"],
+                         "network")
+
+    def test_a_cache_that_cannot_be_written_does_no_harm(self):
+        blocked = self.folder / "blocked"
+        blocked.write_text("a file where the folder should be")
+        done = self.answer("--cache-dir", blocked, "tile", f"{SOURCES}/xyz.toml", "4/3/3",
+                           "-o", "a.png")
+        self.assertEqual(done["from"], "network")
+        self.assertEqual(png_size(self.folder / "a.png"), (256, 256))
+
+    def test_sheet_shows_sources_side_by_side(self):
+        sources = sorted(str(path) for path in pathlib.Path(SOURCES).glob("*.toml"))
+        done = self.kxtile("--json", "sheet", *sources, "--at", "4/3/3", "--again",
+                           "--tiles", "tiles", "-o", "sheet.png")
+        rows = [json.loads(line) for line in done.stdout.splitlines()]
+        self.assertEqual([row["from"] for row in rows[:-1]], ["network", "memory", "disk"] * 6)
+        width, height = png_size(self.folder / "sheet.png")
+        self.assertGreater(width, 3 * 256)
+        self.assertGreater(height, 2 * 256)
+        self.assertEqual(len(list((self.folder / "tiles").iterdir())), 6)
+
+    def test_help_of_every_command_shows_an_example(self):
+        for command in ["", "tile", "url", "quadkey", "sheet", "source", "source show", "cache",
+                        "cache info", "cache clear"]:
+            done = self.kxtile(*command.split(), "--help")
+            self.assertIn(b"kxtile " + command.split(" ")[0].encode(),
+                          done.stdout.split(b"Example")[1])
+        self.assertTrue(self.kxtile("--version").stdout.startswith(b"kxtile "))
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1], verbosity=1)
