@@ -15,6 +15,10 @@ namespace KxC::Http {
 
 namespace {
 
+/// The client library's timer may ring a little early: what ends this close to the deadline ended
+/// because of it.
+constexpr Milliseconds kTimerSlack{10};
+
 struct FreeList
 {
     void operator()(curl_slist* list) const { curl_slist_free_all(list); }
@@ -147,7 +151,7 @@ TransferFault Exchange::FaultFor(CURLcode code, TimePoint now) const
     fault.status = m_receiver.Status();
     fault.bytesReceived = m_receiver.BytesReceived();
     fault.connected = Info<curl_off_t>(CURLINFO_CONNECT_TIME_T) > 0;
-    fault.deadlinePassed = now >= m_request.deadline;
+    fault.deadlinePassed = now + kTimerSlack >= m_request.deadline;
     fault.systemError = Info<long>(CURLINFO_OS_ERRNO);
     fault.libraryWords = m_words.data();
     return fault;
