@@ -52,6 +52,12 @@ struct PixelRows
     int height;
     int pixelSize; ///< 3 or 4
 
+    /// Bytes of a row's pixels, without padding.
+    std::size_t PixelBytes() const
+    {
+        return static_cast<std::size_t>(width) * static_cast<std::size_t>(pixelSize);
+    }
+
     /// @param row  counted from the north edge, [0, height)
     const unsigned char* RowFromNorth(int row) const
     {

@@ -190,8 +190,11 @@ try {
         (bitsPerPixel != 24 && bitsPerPixel != 32))
         return 0;
     const int pixelSize = bitsPerPixel / 8;
-    const PixelRows rows{
-        pixels, static_cast<std::size_t>(width * pixelSize), width, height, pixelSize};
+    const PixelRows rows{pixels,
+                         static_cast<std::size_t>(width) * static_cast<std::size_t>(pixelSize),
+                         width,
+                         height,
+                         pixelSize};
     Encoded encoded = Encode(FormatOfExtension(ext), rows, Purpose::Tile);
     if (encoded.bytes == nullptr || encoded.size > std::numeric_limits<unsigned int>::max())
         return 0;

@@ -2,7 +2,6 @@
 #include "PngParts.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace KxC::Imaging {
 
@@ -29,8 +28,6 @@ bool IsTransparent(std::uint32_t colour)
 PngPalette::PngPalette()
 {
     m_slotIndices.fill(kFree);
-    m_slotColours.fill(0);
-    m_colours.fill(0);
 }
 
 /// The slot that holds the colour or the free one where it belongs; a quarter of the slots is used

@@ -41,9 +41,9 @@ private:
     std::size_t SlotOf(std::uint32_t colour) const;
     bool Add(std::uint32_t colour);
 
-    std::array<std::uint32_t, kSlots> m_slotColours;
-    std::array<std::int16_t, kSlots> m_slotIndices;
-    std::array<std::uint32_t, kMaxColours> m_colours;
+    std::array<std::uint32_t, kSlots> m_slotColours{};
+    std::array<std::int16_t, kSlots> m_slotIndices{};
+    std::array<std::uint32_t, kMaxColours> m_colours{};
     int m_count = 0;
     int m_transparentCount = 0;
 };

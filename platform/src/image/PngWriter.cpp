@@ -70,7 +70,7 @@ private:
 /// compression after it.
 void FilterUp(const PixelRows& rows, unsigned char* out)
 {
-    const std::size_t count = static_cast<std::size_t>(rows.width * rows.pixelSize);
+    const std::size_t count = rows.PixelBytes();
     out[0] = kFilterNone;
     std::memcpy(out + 1, rows.RowFromNorth(0), count);
     for (int row = 1; row < rows.height; ++row) {
@@ -133,7 +133,7 @@ void WritePalette(ChunkWriter& writer, const PixelRows& rows, const PngPalette& 
 
 /// What all chunks but the pixels' content take at most.
 constexpr std::size_t kFixedBytes = kSignatureSize + (kChunkFrame + kHeaderContent) +
-                                    (kChunkFrame + 3 * PngPalette::kMaxColours) +
+                                    (kChunkFrame + std::size_t{3} * PngPalette::kMaxColours) +
                                     (kChunkFrame + PngPalette::kMaxColours) + 2 * kChunkFrame;
 
 bool WritePixels(ChunkWriter& writer, ByteSpan filtered, Purpose purpose)
@@ -154,8 +154,8 @@ Encoded EncodePng(const PixelRows& rows, Purpose purpose)
 {
     PngPalette palette;
     const bool indexed = palette.Collect(rows);
-    const std::size_t rowSize = 1 + static_cast<std::size_t>(rows.width) *
-                                        (indexed ? 1U : static_cast<unsigned>(rows.pixelSize));
+    const std::size_t rowSize =
+        1 + (indexed ? static_cast<std::size_t>(rows.width) : rows.PixelBytes());
     const std::size_t filteredSize = rowSize * static_cast<std::size_t>(rows.height);
     const MallocBytes filtered = AllocateBytes(filteredSize);
     Encoded encoded{AllocateBytes(kFixedBytes + ZlibBound(filteredSize)), 0};

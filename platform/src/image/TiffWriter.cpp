@@ -143,7 +143,7 @@ bool SetTags(TIFF* tiff, const PixelRows& rows)
 
 bool WriteRows(TIFF* tiff, const PixelRows& rows)
 {
-    const std::size_t count = static_cast<std::size_t>(rows.width * rows.pixelSize);
+    const std::size_t count = rows.PixelBytes();
     std::vector<unsigned char> line(count);
     for (int row = 0; row < rows.height; ++row) {
         // The predictor works in the buffer that it is given.
@@ -160,9 +160,7 @@ Encoded EncodeTiff(const PixelRows& rows)
 {
     MemoryFile file;
     // Room for half the pixels: what photographs compress to, so that memory seldom grows.
-    if (!file.Reserve(static_cast<std::size_t>(rows.width) * static_cast<std::size_t>(rows.height) *
-                          static_cast<std::size_t>(rows.pixelSize) / 2 +
-                      4096))
+    if (!file.Reserve(rows.PixelBytes() * static_cast<std::size_t>(rows.height) / 2 + 4096))
         return {};
     Tiff tiff = OpenTiff(file);
     if (tiff == nullptr || !SetTags(tiff.get(), rows) || !WriteRows(tiff.get(), rows) ||
