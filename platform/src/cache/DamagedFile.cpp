@@ -59,6 +59,9 @@ std::string FreeName(const std::string& path)
 
 bool SetDamagedFileAside(const std::string& path, const TileDatabase& database)
 {
+    // What looks damaged in a file that is read without locks may be another's unfinished write.
+    if (database.IsImmutable())
+        return false;
     const FolderLock lock(path);
     if (database.HasMoved())
         return true;

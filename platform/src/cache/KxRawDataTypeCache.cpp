@@ -68,10 +68,13 @@ int KxRawDataTypeCacheManager::Store::Open(const std::string& path)
     if (found != m_handles.end())
         return found->second;
     const auto handle = static_cast<int>(m_trees.size());
-    m_trees.reserve(m_trees.size() + 1);
-    auto tree = std::make_unique<SubTree>(path);
-    m_handles.emplace(path, handle);
-    m_trees.push_back(std::move(tree));
+    m_trees.push_back(std::make_unique<SubTree>(path));
+    try {
+        m_handles.emplace(path, handle);
+    } catch (...) {
+        m_trees.pop_back();
+        throw;
+    }
     return handle;
 }
 

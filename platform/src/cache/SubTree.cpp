@@ -103,12 +103,10 @@ DatabaseResult SubTree::RunOnce(Purpose purpose, Operation&& operation)
     const bool opened = result == DatabaseResult::Done;
     if (opened)
         result = operation(*database);
-    const bool sound = result == DatabaseResult::Done || result == DatabaseResult::Missing;
-    if (result == DatabaseResult::Damaged && database->HasMoved())
-        result = DatabaseResult::Damaged;
-    else if (result == DatabaseResult::Damaged && !SetDamagedFileAside(m_path, *database))
+    if (result == DatabaseResult::Damaged && !SetDamagedFileAside(m_path, *database))
         result = DatabaseResult::Failed;
-    if (!opened || !sound)
+    // A connection that failed, or has nothing to read, may be better off opened anew.
+    if (!opened || (result != DatabaseResult::Done && result != DatabaseResult::Missing))
         database = nullptr;
     return result;
 }

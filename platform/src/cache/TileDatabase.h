@@ -52,6 +52,8 @@ public:
     DatabaseResult Open(const std::string& path, bool create);
 
     bool IsWritable() const { return m_writable; }
+    /// Whether the file is read without locks, for want of a place to put them.
+    bool IsImmutable() const { return m_immutable.has_value(); }
     /// Whether the file at the path is still the one that was opened.
     bool IsCurrent() const;
     /// Whether the path leads to another file, or none, by now; answers after a failed Open too.
@@ -94,6 +96,7 @@ private:
     bool IsEmpty(int& result);
     int ReadNumber(const char* sql, long long& number);
     int Execute(const char* sql);
+    int EnterWal();
     DatabaseResult Prepare();
     DatabaseResult ReadTile(sqlite3_stmt* statement, KxSRawDataTypeCacheItem& item);
     DatabaseResult Change(Statement which, const TilePlace& place);

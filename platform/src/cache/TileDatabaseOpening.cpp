@@ -151,7 +151,8 @@ bool TileDatabase::IsCurrent() const
 bool TileDatabase::HasMoved() const
 {
     int moved = 0;
-    sqlite3_file_control(m_connection, "main", SQLITE_FCNTL_HAS_MOVED, &moved);
+    if (m_connection != nullptr)
+        sqlite3_file_control(m_connection, "main", SQLITE_FCNTL_HAS_MOVED, &moved);
     return moved != 0;
 }
 
@@ -231,7 +232,9 @@ bool TileDatabase::IsEmpty(int& result)
 DatabaseResult TileDatabase::CreateSchema()
 {
     // Another process may be at the same: under the write lock only one finds the file empty.
-    int code = Execute("PRAGMA journal_mode = WAL; BEGIN IMMEDIATE");
+    int code = EnterWal();
+    if (code == SQLITE_OK)
+        code = Execute("BEGIN IMMEDIATE");
     if (code != SQLITE_OK)
         return ResultOf(code);
     if (IsEmpty(code)) {
@@ -251,6 +254,18 @@ DatabaseResult TileDatabase::CreateSchema()
         return ResultOf(code);
     }
     return Identify(false);
+}
+
+int TileDatabase::EnterWal()
+{
+    // The switch does not wait for the lock by itself when another process is at it too.
+    int code = SQLITE_BUSY;
+    for (int waited = 0; (code & 0xFF) == SQLITE_BUSY && waited < kBusyTimeoutMs; waited += 10) {
+        if (waited > 0)
+            sqlite3_sleep(10);
+        code = Execute("PRAGMA journal_mode = WAL");
+    }
+    return code;
 }
 
 DatabaseResult TileDatabase::Prepare()
