@@ -63,21 +63,26 @@ bool Read(const KxString& path, Definition& definition)
     return good;
 }
 
+/// Says that memory ran out, which may itself fail for want of it.
+void NoteOutOfMemory() noexcept
+{
+    Messages().clear();
+    try {
+        Messages().push_back({true, 0, "", "the definition cannot be read: out of memory"});
+    } catch (const std::exception&) {
+        Messages().clear();
+    }
+}
+
 /// The same without exceptions: the callers of the exported operation expect none.
 bool ReadSafely(const KxString& path, Definition& definition) noexcept
 {
     try {
         return Read(path, definition);
     } catch (const std::exception&) {
-        // Out of memory most likely; then even saying so may fail.
-        Messages().clear();
+        NoteOutOfMemory();
+        return false;
     }
-    try {
-        Messages().push_back({true, 0, "", "the definition cannot be read: out of memory"});
-    } catch (const std::exception&) {
-        Messages().clear();
-    }
-    return false;
 }
 
 } // namespace
@@ -112,33 +117,38 @@ unsigned char KxUtility::LoadNewTSD(const KxString& path,
     Definition definition;
     if (!ReadSafely(path, definition))
         return 0;
-    Set(levelBounds, definition);
-    Set(tileSize, definition.tileSize);
-    Set(value1, definition.value1);
-    Set(value2, definition.value2);
-    Set(value3, definition.value3);
-    Set(imageFormat, definition.format);
-    Set(attr1, definition.attr1);
-    Set(scheme, definition.scheme);
-    Set(version, definition.version);
-    Set(attr2, definition.attr2);
-    Set(attr3, definition.attr3);
-    Set(urlTemplate, definition.url);
-    Set(option1, definition.option1);
-    Set(option2, definition.option2);
-    Set(option3, definition.option3);
-    Set(levelOffset, definition.levelOffset);
-    Set(attr4, definition.attr4);
-    Set(axisOrder, definition.axisOrder);
-    Set(rowDirection, definition.rows);
-    Set(userAgent, definition.userAgent);
-    Set(attr5, definition.attr5);
-    Set(datum, definition.datum);
-    Set(serverParts, definition.servers);
-    Set(script, definition.script);
-    for (const std::string& line : definition.headers)
-        headers.Add(ToKxString(line));
-    return 1;
+    try {
+        Set(levelBounds, definition);
+        Set(tileSize, definition.tileSize);
+        Set(value1, definition.value1);
+        Set(value2, definition.value2);
+        Set(value3, definition.value3);
+        Set(imageFormat, definition.format);
+        Set(attr1, definition.attr1);
+        Set(scheme, definition.scheme);
+        Set(version, definition.version);
+        Set(attr2, definition.attr2);
+        Set(attr3, definition.attr3);
+        Set(urlTemplate, definition.url);
+        Set(option1, definition.option1);
+        Set(option2, definition.option2);
+        Set(option3, definition.option3);
+        Set(levelOffset, definition.levelOffset);
+        Set(attr4, definition.attr4);
+        Set(axisOrder, definition.axisOrder);
+        Set(rowDirection, definition.rows);
+        Set(userAgent, definition.userAgent);
+        Set(attr5, definition.attr5);
+        Set(datum, definition.datum);
+        Set(serverParts, definition.servers);
+        Set(script, definition.script);
+        for (const std::string& line : definition.headers)
+            headers.Add(ToKxString(line));
+        return 1;
+    } catch (const std::exception&) {
+        NoteOutOfMemory();
+        return 0;
+    }
 }
 
 const std::vector<KxTSDMessage>& KxUtility::GetLastTSDMessages()
