@@ -9,7 +9,7 @@ namespace {
 
 struct Glyph
 {
-    char character;
+    char character = 0;
     std::array<std::string_view, kGlyphHeight> rows;
 };
 

@@ -72,6 +72,8 @@ struct PixelWindow
     std::int64_t left = 0;
     std::int64_t top = 0;
 
+    // The check takes the comparison with 0 that the compiler makes for a null pointer.
+    // NOLINTNEXTLINE(modernize-use-nullptr)
     friend auto operator<=>(const PixelWindow&, const PixelWindow&) = default;
 };
 

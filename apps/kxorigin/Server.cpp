@@ -12,6 +12,7 @@
 #include <cstring>
 #include <new>
 #include <stdexcept>
+#include <system_error>
 
 namespace KxOrigin {
 
@@ -129,7 +130,7 @@ MHD_Response* MakeResponse(const std::shared_ptr<const Bytes>& body)
     MHD_Response* made = MHD_create_response_from_buffer_with_free_callback_cls(
         body->size(), bytes, ReleaseBody, shared.get());
     if (made != nullptr)
-        shared.release();
+        static_cast<void>(shared.release()); // ReleaseBody has it now
     return made;
 }
 
@@ -229,7 +230,7 @@ Server::Server(Service& service, RequestLog& log, const std::string& address, st
                                 MHD_OPTION_END);
     if (m_daemon == nullptr)
         throw std::runtime_error("cannot listen on " + address + ":" + std::to_string(port) + ": " +
-                                 std::strerror(errno));
+                                 std::generic_category().message(errno));
 }
 
 Server::~Server()

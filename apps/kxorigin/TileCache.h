@@ -22,6 +22,8 @@ struct TileKey
     PixelWindow window;
     Format format = Format::Png;
 
+    // The check takes the comparison with 0 that the compiler makes for a null pointer.
+    // NOLINTNEXTLINE(modernize-use-nullptr)
     friend auto operator<=>(const TileKey&, const TileKey&) = default;
 };
 
