@@ -120,8 +120,6 @@ public:
                                 const KxTime& historyTime);
 
 private:
-    KxTSDParamItem* Find(const KxString& key) const;
-
     std::list<std::unique_ptr<KxTSDParamItem>> m_listItems;
     KxMutex m_mutex;
 };

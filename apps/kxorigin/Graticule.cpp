@@ -11,6 +11,11 @@
 
 namespace KxOrigin {
 
+using KxDrawing::HasInk;
+using KxDrawing::kGlyphAdvance;
+using KxDrawing::kGlyphHeight;
+using KxDrawing::kGlyphWidth;
+
 namespace {
 
 constexpr int kLabelGap = 3; ///< pixels between a line and the label beside it

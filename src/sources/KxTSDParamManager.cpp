@@ -8,6 +8,20 @@
 
 namespace KxC {
 
+namespace {
+
+/// The first record of a key, null when there is none.
+KxTSDParamItem* FindByKey(const std::list<std::unique_ptr<KxTSDParamItem>>& items,
+                          const KxString& key)
+{
+    const auto found = std::find_if(items.begin(), items.end(), [&](const auto& item) {
+        return item->m_strKey.CompareNoCase(key) == 0;
+    });
+    return found == items.end() ? nullptr : found->get();
+}
+
+} // namespace
+
 KxTSDParamManager::KxTSDParamManager() : m_mutex(false) {}
 
 KxTSDParamManager::~KxTSDParamManager()
@@ -16,20 +30,12 @@ KxTSDParamManager::~KxTSDParamManager()
     m_listItems.clear();
 }
 
-KxTSDParamItem* KxTSDParamManager::Find(const KxString& key) const
-{
-    const auto found = std::find_if(m_listItems.begin(), m_listItems.end(), [&](const auto& item) {
-        return item->m_strKey.CompareNoCase(key) == 0;
-    });
-    return found == m_listItems.end() ? nullptr : found->get();
-}
-
 // Both lookups load under the lock, so that threads asking at once for a new source share one.
 
 KxTSDParamItem* KxTSDParamManager::GetTSDParam(const KxString& path)
 {
     const std::lock_guard<KxMutex> lock(m_mutex);
-    if (KxTSDParamItem* known = Find(path))
+    if (KxTSDParamItem* known = FindByKey(m_listItems, path))
         return known;
     auto item = std::make_unique<KxTSDParamItem>();
     item->m_strKey = path;
@@ -51,7 +57,7 @@ KxTSDParamItem* KxTSDParamManager::GetTSDParam(const KxString& urlTemplate,
 {
     const std::lock_guard<KxMutex> lock(m_mutex);
     const KxString key = SourceKey(urlTemplate, historyDataUsed, historyTime);
-    if (KxTSDParamItem* known = Find(key))
+    if (KxTSDParamItem* known = FindByKey(m_listItems, key))
         return known;
     auto item = std::make_unique<KxTSDParamItem>();
     item->m_strKey = key;

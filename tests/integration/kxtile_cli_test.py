@@ -161,8 +161,8 @@ class KxtileTest(unittest.TestCase):
         self.assertEqual(self.kxtile("url", template, "3/5/3", "--servers", "a,b").stdout,
                          b"https://a.h/3/3/5?n=%20\n")
         self.assertEqual(self.answer("url", "http://h/{$quadkey}", "3/5/3")["url"], "http://h/213")
-        self.assertEqual(self.answer("url", "http://h/{$y}", "3/5/3", "--rows", "south")["url"],
-                         "http://h/2")
+        self.assertEqual(self.answer("url", "http://h/{$z}/{$x}/{$y}", "3/5/3", "--rows",
+                                     "south")["url"], "http://h/3/3/2")
 
     def test_script_error_is_shown_to_its_author(self):
         definition = self.folder / "s.toml"

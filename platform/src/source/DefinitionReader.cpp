@@ -190,7 +190,7 @@ private:
     void TakeAxisOrder(const UrlTemplate& parsed)
     {
         if (parsed.axisOrder.empty()) {
-            NormaliseAxisOrder();
+            CheckAxisOrder();
             return;
         }
         if (m_definition.axisOrder)
@@ -199,19 +199,14 @@ private:
         m_definition.axisOrder = parsed.axisOrder;
     }
 
-    void NormaliseAxisOrder()
+    void CheckAxisOrder()
     {
-        if (!m_definition.axisOrder)
-            return;
-        std::string compact = *m_definition.axisOrder;
-        std::erase_if(compact, [](char c) { return c == ' ' || c == '\t'; });
-        if (IsOneOf(compact, "z,x,y x,y,z z,y,x x,z,y y,x,z y,z,x"))
-            m_definition.axisOrder = compact;
-        else
+        const std::string order = m_definition.axisOrder.value_or("Z,X,Y");
+        if (!IsOneOf(order, "z,x,y x,y,z z,y,x x,z,y y,x,z y,z,x"))
             m_values.Warn(
                 "axis_order",
-                "is no order and counts as \"Z,X,Y\"; it has to be X, Y and Z with commas, "
-                "such as \"X,Y,Z\"");
+                "is no order and counts as \"Z,X,Y\"; it has to be X, Y and Z with commas and "
+                "without blanks, such as \"X,Y,Z\"");
     }
 
     void CheckUrl(const UrlTemplate& parsed)
@@ -233,7 +228,7 @@ private:
 
     void ReadScript()
     {
-        const std::optional<std::string> script = m_values.Text("script");
+        const std::optional<std::string> script = m_values.ScriptOfEnvironment("script");
         if (!script || script->empty())
             return;
         const bool file = IsScriptFileName(*script);

@@ -118,10 +118,15 @@ std::optional<std::string> DefinitionValues::Expanded(std::string_view key, cons
     return expanded;
 }
 
-std::optional<std::string> DefinitionValues::TextOfEnvironment(std::string_view key)
+std::optional<std::string> DefinitionValues::ScriptOfEnvironment(std::string_view key)
 {
     const std::optional<std::string> text = Text(key);
-    const std::optional<std::string> expanded = text ? Expanded(key, *text) : std::nullopt;
+    return text ? Expanded(key, *text) : std::nullopt;
+}
+
+std::optional<std::string> DefinitionValues::TextOfEnvironment(std::string_view key)
+{
+    const std::optional<std::string> expanded = ScriptOfEnvironment(key);
     if (expanded && HasControl(*expanded))
         Error(key, "holds a line break or another control character; leave it out");
     return expanded;

@@ -33,6 +33,8 @@ public:
     std::optional<std::string> Text(std::string_view key);
     /// A text with its environment variables filled in.
     std::optional<std::string> TextOfEnvironment(std::string_view key);
+    /// The same for a script, which has lines.
+    std::optional<std::string> ScriptOfEnvironment(std::string_view key);
     /// A text, or an integer as its decimal text.
     std::optional<std::string> TextOrInteger(std::string_view key);
     std::optional<int> Integer(std::string_view key);

@@ -9,6 +9,12 @@
 #include <set>
 
 namespace KxOrigin {
+
+using KxDrawing::HasInk;
+using KxDrawing::kGlyphAdvance;
+using KxDrawing::kGlyphHeight;
+using KxDrawing::kGlyphWidth;
+using KxDrawing::TextWidth;
 namespace {
 
 const Grid& Mercator()

@@ -99,10 +99,26 @@ TEST(LoadNewTSD, TurnsAQuadkeyIntoAText)
 
 TEST(LoadNewTSD, TakesTheAxisOrderOfTheFileForBareConversions)
 {
-    const LoadedDefinition loaded = LoadText("url = 'http://a/%d/%d/%d'\naxis_order = 'x, Y ,Z'");
+    const LoadedDefinition loaded = LoadText("url = 'http://a/%d/%d/%d'\naxis_order = 'x,Y,Z'");
     EXPECT_STREQ(loaded.url.Cstr(), "http://a/%d/%d/%d");
     EXPECT_STREQ(loaded.axisOrder.Cstr(), "x,Y,Z");
     EXPECT_EQ(AllMessages(), "");
+}
+
+TEST(LoadNewTSD, WarnsOfBlanksInTheAxisOrderAndKeepsThem)
+{
+    const LoadedDefinition loaded = LoadText("url = 'http://a/%d/%d/%d'\naxis_order = 'X, Y, Z'");
+    EXPECT_STREQ(loaded.axisOrder.Cstr(), "X, Y, Z");
+    EXPECT_THAT(AllMessages(), HasSubstr("without blanks"));
+}
+
+TEST(LoadNewTSD, FillsVariablesIntoAScriptOfTheDefinition)
+{
+    ::setenv("KXTILE_TEST_SCRIPT_KEY", "k-1", 1);
+    const LoadedDefinition loaded =
+        LoadText(std::string("script = \"\"\"") +
+                 "\nreturn '${KXTILE_TEST_SCRIPT_KEY}' .. '$${x}'" + "\"\"\"");
+    EXPECT_STREQ(loaded.script.Cstr(), "return 'k-1' .. '${x}'");
 }
 
 TEST(LoadNewTSD, WarnsOfAnAxisOrderThatIsNone)
@@ -227,11 +243,6 @@ TEST(LoadNewTSD, GivesAnInlineScriptATemplateOfItsOwn)
     EXPECT_THAT(one.url.Cstr(), ::testing::MatchesRegex("lua:[0-9a-f]+"));
     EXPECT_EQ(one.url.GetLength(), 4 + 32);
     EXPECT_STRNE(one.url.Cstr(), two.url.Cstr());
-}
-
-TEST(LoadNewTSD, LeavesDollarBracesOfAScriptAlone)
-{
-    EXPECT_STREQ(LoadText("script = 'return \"${HOME}\"'").script.Cstr(), "return \"${HOME}\"");
 }
 
 } // namespace

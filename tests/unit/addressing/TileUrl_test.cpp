@@ -88,9 +88,9 @@ TEST(GetURL, WrapsTheRotationBehindOneHundredThousandAndOne)
 TEST(GetURL, PutsTheServerFirstWhereverItStood)
 {
     KxTSDParamItem item;
-    Load(item, "{$z}/{$serverpart}", 10, 0, 0, "srv");
+    Load(item, "{$x}/{$serverpart}/{$y}/{$z}", 10, 1, 0, "srv");
     // The server fills the first conversion, the numbers what is left.
-    EXPECT_EQ(Url(item, 3, 0, 0), "srv/3");
+    EXPECT_EQ(Url(item, 3, 2, 1), "srv/1/2/3");
 }
 
 TEST(GetURL, TurnsRowsUnlessTheServiceCountsFromTheSouth)
