@@ -67,26 +67,33 @@ std::string HintFor(int status)
     throw CommandError(kExitNoTile, fmt::format("{}: no tile there ({})", url, how));
 }
 
+/// No request could be made: the source gave no URL to ask.
+[[noreturn]] void ThrowNoUrl(const KxC::KxTSDParamItem& source)
+{
+    if (source.m_nTileScheme == kSchemeEarthHistory)
+        throw CommandError(kExitFailed, "history imagery (scheme 8) cannot be fetched yet");
+    throw CommandError(
+        kExitFailed,
+        fmt::format("the URL script gives no URL: {}", KxC::KxLuaToolkit::GetLastError().Cstr()));
+}
+
 [[noreturn]] void ThrowFailure(const KxC::KxTSDParamItem& source)
 {
     const KxNetRequestInfo& request = KxNetGetch::GetLastRequestInfo();
-    if (request.m_strUrl.IsEmpty() != 0 && source.m_nTileScheme == kSchemeEarthHistory)
-        throw CommandError(kExitFailed, "history imagery (scheme 8) cannot be fetched yet");
+    if (request.m_strUrl.IsEmpty() != 0)
+        ThrowNoUrl(source);
     if (request.m_result != KxC::NetError_Success)
         ThrowRequestFailure(request);
     ThrowNotAPicture(request);
 }
 
-/// A script that fails gives an empty URL; its error says why.
-void CheckUrl(const KxC::KxTSDParamItem& source, const KxC::KxString& url)
+/// The URL that was asked, or, when the tile was at hand, the one that would have been.
+std::string UrlOf(KxC::KxTSDParamItem& source, const HostTile& tile)
 {
-    if (url.IsEmpty() == 0)
-        return;
-    if (source.m_bLuaScripted != 0)
-        throw CommandError(kExitFailed,
-                           fmt::format("the URL script gives no URL: {}",
-                                       KxC::KxLuaToolkit::GetLastError().Cstr()));
-    throw CommandError(kExitFailed, "the source has neither URL nor script");
+    const KxNetRequestInfo& request = KxNetGetch::GetLastRequestInfo();
+    if (request.m_nAttempts > 0)
+        return request.m_strUrl.Cstr();
+    return KxTileFetcher::GetURL(&source, tile.m_z, tile.RowFromSouth(), tile.m_x).Cstr();
 }
 
 /// The service's own bytes of a tile that the library has put on disk; null when they are not
@@ -170,6 +177,7 @@ void FetchThroughCaches(FetchedTile& fetched,
     });
     if (result == KxC::NetError_Failure)
         ThrowFailure(source);
+    fetched.m_url = UrlOf(source, tile);
     CheckPicture(result, inMemory, fetched.m_url);
     fetched.m_from = Origin(hitsBefore);
     fetched.m_bytes = BytesOnDisk(source, tile);
@@ -184,6 +192,7 @@ void FetchPastCaches(FetchedTile& fetched,
 {
     fetched.m_from = "network";
     fetched.m_seconds = Measure([&] { fetched.m_bytes = FetchDirect(source, tile, timeoutMs); });
+    fetched.m_url = UrlOf(source, tile);
 }
 
 } // namespace
@@ -191,20 +200,15 @@ void FetchPastCaches(FetchedTile& fetched,
 FetchedTile
 FetchTileOf(KxC::KxTSDParamItem& source, const HostTile& tile, bool useDiskCache, int timeoutMs)
 {
-    const KxC::KxString url =
-        KxTileFetcher::GetURL(&source, tile.m_z, tile.RowFromSouth(), tile.m_x);
-    CheckUrl(source, url);
+    if (source.m_strUrlTemplate.IsEmpty() != 0 && source.m_bLuaScripted == 0)
+        throw CommandError(kExitFailed, "the source has neither URL nor script");
     KxNetGetch::ClearLastRequestInfo();
     FetchedTile fetched;
-    fetched.m_url = url.Cstr();
     if (useDiskCache)
         FetchThroughCaches(fetched, source, tile, timeoutMs);
     else
         FetchPastCaches(fetched, source, tile, timeoutMs);
-    const KxNetRequestInfo& request = KxNetGetch::GetLastRequestInfo();
-    if (request.m_nAttempts > 0)
-        fetched.m_url = request.m_strUrl.Cstr(); // another server's turn than the one above
-    fetched.m_httpStatus = request.m_nHttpStatus;
+    fetched.m_httpStatus = KxNetGetch::GetLastRequestInfo().m_nHttpStatus;
     return fetched;
 }
 

@@ -55,7 +55,7 @@ void PrintRow(const GlobalOptions& options, const SheetRow& row)
                    {"seconds", fetched.m_seconds},
                    {"from", fetched.m_from}});
     else
-        fmt::print("{:<12} {:<7} {:<5} {:>8} {:>8.2f}  {}\n",
+        fmt::print("{:<12} {:<7} {:<5} {:>8} {:>9.3f}  {}\n",
                    row.m_name,
                    fetched.m_from,
                    format,
@@ -91,7 +91,7 @@ public:
     {
         CreateTileFolder();
         if (!m_options.m_json)
-            fmt::print("{:<12} {:<7} {:<5} {:>8} {:>8}  {}\n",
+            fmt::print("{:<12} {:<7} {:<5} {:>8} {:>9}  {}\n",
                        "source",
                        "from",
                        "kind",
