@@ -24,12 +24,12 @@ class KxArray
 {
 public:
     KXTILE_API KxArray();
-    KXTILE_API KxArray(KxArray&& other);
+    KXTILE_API KxArray(KxArray&& other) noexcept;
     KXTILE_API KxArray(const KxArray& other);
     KXTILE_API ~KxArray();
 
     /// Takes over the elements of `other`, which is left empty; onto itself it keeps them.
-    KXTILE_API KxArray& operator=(KxArray&& other);
+    KXTILE_API KxArray& operator=(KxArray&& other) noexcept;
     KXTILE_API KxArray& operator=(const KxArray& other);
 
     /// @param i  [0, GetSize())
@@ -89,10 +89,11 @@ public:
 
     KXTILE_API KxList();
     /// Takes over the nodes of `other`, which is left empty. Allocates a sentinel for it.
+    // NOLINTNEXTLINE(performance-noexcept-move-constructor): the allocation may fail
     KXTILE_API KxList(KxList&& other);
     KXTILE_API KxList(const KxList& other);
     KXTILE_API ~KxList();
-    KXTILE_API KxList& operator=(KxList&& other);
+    KXTILE_API KxList& operator=(KxList&& other) noexcept;
     KXTILE_API KxList& operator=(const KxList& other);
 
     /// Appends a copy of `element`.

@@ -11,11 +11,10 @@ namespace KxC {
 class UrlArgument
 {
 public:
-    UrlArgument(const KxString& text)
-        : m_pText(&text), m_number(0) {} // NOLINT(google-explicit-constructor): one of two kinds
-    UrlArgument(int number)
-        : m_pText(nullptr), m_number(number)
-    {} // NOLINT(google-explicit-constructor): one of two kinds
+    // NOLINTNEXTLINE(google-explicit-constructor): one of two kinds
+    UrlArgument(const KxString& text) : m_pText(&text), m_number(0) {}
+    // NOLINTNEXTLINE(google-explicit-constructor): one of two kinds
+    UrlArgument(int number) : m_pText(nullptr), m_number(number) {}
 
     /// The text, or null when it is a number.
     const KxString* GetText() const { return m_pText; }

@@ -19,7 +19,7 @@ KxArray<T>::KxArray() : m_nValue(0)
 }
 
 template <class T>
-KxArray<T>::KxArray(KxArray&& other)
+KxArray<T>::KxArray(KxArray&& other) noexcept
     : m_elements(std::move(other.m_elements)), m_nValue(other.m_nValue)
 {
 }
@@ -36,7 +36,7 @@ KxArray<T>::~KxArray()
 }
 
 template <class T>
-KxArray<T>& KxArray<T>::operator=(KxArray&& other)
+KxArray<T>& KxArray<T>::operator=(KxArray&& other) noexcept
 {
     if (this != &other) {
         m_elements = std::move(other.m_elements);
@@ -147,7 +147,7 @@ KxList<T>::~KxList()
 }
 
 template <class T>
-KxList<T>& KxList<T>::operator=(KxList&& other)
+KxList<T>& KxList<T>::operator=(KxList&& other) noexcept
 {
     if (this != &other) {
         FreeNodesFrom(m_pSentinel->m_pNext);
