@@ -17,7 +17,7 @@ namespace {
 
 KxC::KxTSDParamItem* SourceOf(const char* urlTemplate)
 {
-    const int webMercator = 3;
+    const int webMercator = 10;
     const int wgs84 = 0;
     const int rowsFromTheNorth = 0;
     return KxC::m_gTSDParamManager.GetTSDParam(

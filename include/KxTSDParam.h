@@ -31,7 +31,8 @@ public:
     void LoadFromTSDFile(const KxString& path);
 
     /// Fills the record from plain parameters. Nothing is checked.
-    /// @param urlTemplate   with "{$x}", "{$y}", "{$z}" and optionally "{$serverpart}" in front
+    /// @param urlTemplate   with "{$x}", "{$y}", "{$z}" and optionally "{$serverpart}" in front;
+    ///                      "%d" and "%s" in it are conversions too, "%%" is one percent sign
     /// @param serverParts   separated by blanks or commas; may be empty
     /// @param tileScheme    m_nTileScheme
     /// @param datum         m_nDatum

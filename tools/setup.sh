@@ -18,7 +18,8 @@ as_root() {
 missing_packages() {
     grep -v '^#' "$root/tools/packages.txt" | while read -r package; do
         state=$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null || true)
-        [ "$state" = installed ] || echo "$package"
+        # A package of two architectures answers twice.
+        case $state in installed*) ;; *) echo "$package" ;; esac
     done
     # Any npm serves; Debian's is taken only where there is none.
     command -v npm >/dev/null 2>&1 || [ -f "$root/build/assets/earth-blue-marble.jpg" ] || echo npm

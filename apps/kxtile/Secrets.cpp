@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
-#include <regex>
 
 namespace KxTileHost {
 
@@ -13,13 +12,15 @@ Secrets::Secrets(const std::string& path)
 {
     std::ifstream file(path, std::ios::binary);
     const std::string text{std::istreambuf_iterator<char>(file), {}};
-    static const std::regex reference("\\$\\{([A-Za-z_][A-Za-z0-9_]*)\\}");
-    for (std::sregex_iterator match(text.begin(), text.end(), reference), end; match != end;
-         ++match) {
+    for (std::size_t at = text.find("${"); at != std::string::npos; at = text.find("${", at + 2)) {
+        const std::size_t close = text.find('}', at);
+        if (close == std::string::npos)
+            break;
+        const std::string name = text.substr(at + 2, close - at - 2);
         // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody changes the environment of this program
-        const char* value = std::getenv((*match)[1].str().c_str());
+        const char* value = std::getenv(name.c_str());
         if (value != nullptr && *value != '\0')
-            m_valuesAndNames.emplace_back(value, match->str());
+            m_valuesAndNames.emplace_back(value, "${" + name + "}");
     }
     // The longest first, so that no secret is torn by one that it contains.
     std::sort(m_valuesAndNames.begin(), m_valuesAndNames.end(), [](const auto& a, const auto& b) {

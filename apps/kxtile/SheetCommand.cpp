@@ -37,10 +37,10 @@ struct SheetRow
 };
 
 /// A short name of a source: the definition's file name without extension, or the template.
-std::string NameOf(const std::string& source)
+std::string NameOf(const SourceArgument& source)
 {
-    return SourceArgument(source).IsTemplate() ? source
-                                               : std::filesystem::path(source).stem().string();
+    return source.IsTemplate() ? source.GetText()
+                               : std::filesystem::path(source.GetText()).stem().string();
 }
 
 void PrintRow(const GlobalOptions& options, const SheetRow& row)
@@ -112,28 +112,31 @@ private:
             std::filesystem::create_directories(m_arguments.m_tileFolder, error);
     }
 
-    SheetRow Fetch(const std::string& name, KxC::KxTSDParamItem& source) const
-    {
-        SheetRow row{name,
+    SheetRow Fetch(const SourceArgument& argument, KxC::KxTSDParamItem& source) const
+    try {
+        SheetRow row{NameOf(argument),
                      FetchTileOf(source, m_tile, !m_options.m_noDiskCache, m_options.TimeoutMs())};
+        row.m_fetched.m_url = argument.GetSecrets().Mask(row.m_fetched.m_url);
         PrintRow(m_options, row);
         return row;
+    } catch (const CommandError& error) {
+        throw argument.WithoutSecrets(error);
     }
 
     SheetPanel FetchPanel(const std::string& text) const
     {
-        const std::string name = NameOf(text);
-        KxC::KxTSDParamItem* source = SourceArgument(text).Load();
-        const SheetRow row = Fetch(name, *source);
+        const SourceArgument argument(text);
+        KxC::KxTSDParamItem* source = argument.Load();
+        const SheetRow row = Fetch(argument, *source);
         if (m_arguments.m_throughCaches) {
-            Fetch(name, *source);
+            Fetch(argument, *source);
             KxC::m_gWMTileDataCacheManager.Clear();
-            Fetch(name, *source);
+            Fetch(argument, *source);
         }
         if (!m_arguments.m_tileFolder.empty())
             WriteTile(*row.m_fetched.m_bytes,
                       (std::filesystem::path(m_arguments.m_tileFolder) /
-                       (name + row.m_fetched.m_bytes->GetExt().Cstr()))
+                       (row.m_name + row.m_fetched.m_bytes->GetExt().Cstr()))
                           .string());
         return PanelOf(row);
     }

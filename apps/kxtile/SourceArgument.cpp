@@ -35,6 +35,21 @@ std::string Describe(const KxC::KxTSDMessage& message)
     return text + message.m_strText.Cstr();
 }
 
+/// Doubles the percent signs that the library would take for conversions, so that those of the
+/// URL's own stay what they are. One straight before a placeholder is one of them.
+std::string EscapePercentSigns(const std::string& text)
+{
+    std::string escaped;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        escaped += text[at];
+        const char next = at + 1 < text.size() ? text[at + 1] : '\0';
+        const bool placeholder = text.compare(at + 1, 2, "{$") == 0;
+        if (text[at] == '%' && (next == 's' || next == 'd' || next == '%' || placeholder))
+            escaped += '%';
+    }
+    return escaped;
+}
+
 /// Numbers stay numbers; names are looked up.
 int CodeOf(const std::map<std::string, int>& codes, const std::string& text)
 {
@@ -83,6 +98,17 @@ void SourceArgument::AddTo(CLI::App& command)
         ->allow_extra_args(false);
 }
 
+CommandError SourceArgument::WithoutSecrets(const CommandError& error) const
+{
+    const Secrets secrets = GetSecrets();
+    return {error.m_exitCode, secrets.Mask(error.what()), secrets.Mask(error.m_hint)};
+}
+
+Secrets SourceArgument::GetSecrets() const
+{
+    return Secrets(IsTemplate() ? std::string() : m_text);
+}
+
 bool SourceArgument::IsTemplate() const
 {
     return m_text.find("://") != std::string::npos;
@@ -117,8 +143,7 @@ KxC::KxTSDParamItem* SourceArgument::LoadDefinition() const
 
 KxC::KxTSDParamItem* SourceArgument::LoadTemplate() const
 {
-    KxC::KxString urlTemplate(m_text.c_str());
-    const bool byQuadKey = urlTemplate.Replace("{$quadkey}", "%s") > 0;
+    const bool byQuadKey = m_text.find("{$quadkey}") != std::string::npos;
     const bool named =
         m_text.find("{$x}") != std::string::npos || m_text.find("{$y}") != std::string::npos;
     if (!byQuadKey && !named && m_text.find("%d") == std::string::npos)
@@ -126,6 +151,9 @@ KxC::KxTSDParamItem* SourceArgument::LoadTemplate() const
                            fmt::format("'{}' has no tile placeholder", m_text),
                            "Write {$x}, {$y} and {$z}, or {$quadkey}, where the tile's numbers "
                            "stand; quote the argument for the shell.");
+    KxC::KxString urlTemplate(byQuadKey || named ? EscapePercentSigns(m_text).c_str()
+                                                 : m_text.c_str());
+    urlTemplate.Replace("{$quadkey}", "%s");
     const int scheme = !m_scheme.empty() ? CodeOf(kSchemes, m_scheme)
                        : byQuadKey       ? kSchemeBingMap
                                          : kSchemeWebMercator;

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "Command.h"
 #include "KxTSDParam.h"
+#include "Secrets.h"
 
 #include <string>
 #include <utility>
@@ -30,6 +32,10 @@ public:
     KxC::KxTSDParamItem* Load() const;
 
     const std::string& GetText() const { return m_text; }
+    /// What must not be shown of the source.
+    Secrets GetSecrets() const;
+    /// The error with the source's secrets masked.
+    CommandError WithoutSecrets(const CommandError& error) const;
     bool IsTemplate() const;
 
 private:

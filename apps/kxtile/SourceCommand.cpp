@@ -104,8 +104,7 @@ Json Describe(const KxC::KxTSDParamItem& source, const Secrets& secrets)
 void RunShow(const GlobalOptions& options, const SourceArgument& argument)
 {
     const KxC::KxTSDParamItem* source = argument.Load();
-    const Secrets secrets(argument.IsTemplate() ? std::string() : argument.GetText());
-    const Json description = Describe(*source, secrets);
+    const Json description = Describe(*source, argument.GetSecrets());
     if (options.m_json) {
         PrintJson(description);
         return;

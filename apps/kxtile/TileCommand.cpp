@@ -74,12 +74,24 @@ void PrintTile(const GlobalOptions& options,
         fmt::print(stderr, "  {} (HTTP status {})\n", fetched.m_url, fetched.m_httpStatus);
 }
 
+/// The tile, its URL and errors free of secrets.
+FetchedTile Fetch(const GlobalOptions& options,
+                  const SourceArgument& argument,
+                  KxC::KxTSDParamItem& source,
+                  const HostTile& tile)
+try {
+    FetchedTile fetched = FetchTileOf(source, tile, !options.m_noDiskCache, options.TimeoutMs());
+    fetched.m_url = argument.GetSecrets().Mask(fetched.m_url);
+    return fetched;
+} catch (const CommandError& error) {
+    throw argument.WithoutSecrets(error);
+}
+
 void RunTile(const GlobalOptions& options, const TileArguments& arguments)
 {
     const HostTile tile = ParseHostTile(arguments.m_address);
     KxC::KxTSDParamItem* source = arguments.m_source.Load();
-    const FetchedTile fetched =
-        FetchTileOf(*source, tile, !options.m_noDiskCache, options.TimeoutMs());
+    const FetchedTile fetched = Fetch(options, arguments.m_source, *source, tile);
     const WrittenTile written = WriteTile(*fetched.m_bytes, OutputPath(arguments, tile, fetched));
     PrintTile(options, arguments, tile, fetched, written);
 }

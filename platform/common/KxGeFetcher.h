@@ -9,7 +9,8 @@
 
 namespace KxC {
 
-/// Fetches history imagery, or the current one, of an earth server.
+/// Fetches history imagery, or the current one, of an earth server. So far it keeps what is wanted;
+/// every fetch fails.
 /// The setters belong before the first fetch; afterwards any thread may fetch.
 class KXCOMMON_API KxGeFetcher
 {

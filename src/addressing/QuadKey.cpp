@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "KxTileFetcher.h"
 
+#include <exception>
 #include <string>
 
 namespace KxC {
@@ -16,8 +17,9 @@ unsigned BitAt(int position)
 } // namespace
 
 KxString KxTileFetcher::BingMapTileToQuadKey(int y, int x, int z)
-{
+try {
     std::string key;
+    key.reserve(z > 0 ? static_cast<std::size_t>(z) : 0);
     for (int position = z - 1; position >= 0; --position) {
         const unsigned bit = BitAt(position);
         const int digit = ((static_cast<unsigned>(x) & bit) != 0 ? 1 : 0) +
@@ -25,6 +27,8 @@ KxString KxTileFetcher::BingMapTileToQuadKey(int y, int x, int z)
         key += static_cast<char>('0' + digit);
     }
     return {key.data(), static_cast<int>(key.size())};
+} catch (const std::exception&) {
+    return {}; // no memory for a key of so many digits
 }
 
 void KxTileFetcher::BingMapQuadKeyToTile(const KxString& quadKey, int& y, int& x, int& z)

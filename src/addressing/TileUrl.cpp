@@ -6,6 +6,7 @@
 #include "SourceTexts.h"
 #include "UrlTemplate.h"
 
+#include <exception>
 #include <limits>
 
 namespace KxC {
@@ -156,10 +157,12 @@ KxString BuildTileUrl(KxTSDParamItem& source, const SourceTile& tile, RowRule ro
 }
 
 KxString KxTileFetcher::GetURL(KxTSDParamItem* source, int z, int y, int x)
-{
+try {
     if (source == nullptr)
         return {};
     return BuildTileUrl(*source, {z, y, x}, RowRule::AsSourceCounts);
+} catch (const std::exception&) {
+    return {};
 }
 
 } // namespace KxC

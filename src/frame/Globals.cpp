@@ -11,6 +11,9 @@ namespace KxC {
 constinit unsigned char KxTileFetcher::m_sbMemCacheUsed = 1;
 constinit unsigned char KxTileFetcher::m_sbLocalCacheUsed = 0;
 
+// Stands before the registries and outlives them; no operation reads it.
+const KxString g_strModule("");
+
 KxTSDParamManager m_gTSDParamManager;
 
 } // namespace KxC

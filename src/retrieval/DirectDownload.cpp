@@ -6,6 +6,7 @@
 #include "TileRequest.h"
 #include "TileUrl.h"
 
+#include <exception>
 #include <memory>
 #include <new>
 
@@ -33,7 +34,7 @@ unsigned char KxTileFetcher::FetchWMTile4(KxRawData*& out,
                                           int z,
                                           int /*tileSize*/,
                                           int requestParam)
-{
+try {
     if (source == nullptr)
         return 0;
     const Operation operation;
@@ -52,6 +53,9 @@ unsigned char KxTileFetcher::FetchWMTile4(KxRawData*& out,
     }
     out = tile.release();
     return 1;
+} catch (const std::exception&) {
+    out = nullptr;
+    return 0;
 }
 
 } // namespace KxC

@@ -8,6 +8,7 @@
 #include "TileUrl.h"
 
 #include <ctime>
+#include <exception>
 #include <memory>
 #include <new>
 #include <utility>
@@ -216,23 +217,31 @@ NetError FetchSourceTile(KxWMImageTileData*& tile,
     return DownloadSourceTile(tile, source, address, requestParam, switches);
 }
 
+// Hosts get a result whatever happens: memory that runs out is a failure like any other.
+
 NetError KxTileFetcher::FetchWMData(
     KxWMImageTileData*& tile, KxTSDParamItem* source, int level, int row, int col, int requestParam)
-{
+try {
     if (source == nullptr)
         return NetError_Failure;
     const Operation operation;
     return FetchSourceTile(tile, *source, {level, row, col}, requestParam, CacheSwitches::Read());
+} catch (const std::exception&) {
+    tile = nullptr;
+    return NetError_Failure;
 }
 
 NetError KxTileFetcher::DownLoadWMData(
     KxWMImageTileData*& tile, KxTSDParamItem* source, int level, int row, int col, int requestParam)
-{
+try {
     if (source == nullptr)
         return NetError_Failure;
     const Operation operation;
     return DownloadSourceTile(
         tile, *source, {level, row, col}, requestParam, CacheSwitches::Read());
+} catch (const std::exception&) {
+    tile = nullptr;
+    return NetError_Failure;
 }
 
 } // namespace KxC

@@ -26,6 +26,10 @@ public:
     std::vector<nlohmann::json> Requests() const;
 
 private:
+    /// Ends the process and removes its log.
+    /// @return its wait status
+    int Stop();
+
     std::string m_logPath;
     std::string m_address;
     pid_t m_process = -1;

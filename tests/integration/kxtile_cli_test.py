@@ -43,7 +43,7 @@ class KxtileTest(unittest.TestCase):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
         self.folder = pathlib.Path(folder.name)
-        self.environment = {**os.environ, "KXORIGIN": self.address,
+        self.environment = {**os.environ, "KXORIGIN": self.address, "no_proxy": "127.0.0.1",
                             "KXTILE_CACHE_DIR": str(self.folder / "cache")}
 
     def kxtile(self, *arguments, status=0):
@@ -163,6 +163,32 @@ class KxtileTest(unittest.TestCase):
         self.assertEqual(self.answer("url", "http://h/{$quadkey}", "3/5/3")["url"], "http://h/213")
         self.assertEqual(self.answer("url", "http://h/{$z}/{$x}/{$y}", "3/5/3", "--rows",
                                      "south")["url"], "http://h/3/3/2")
+
+    def test_url_keeps_percent_signs_of_its_own(self):
+        for own in ("%20", "%d0%b0", "%s", "%%", "%"):
+            self.assertEqual(self.kxtile("url", f"http://h/{own}{{$z}}/{{$x}}/{{$y}}?{own}",
+                                         "3/5/6").stdout, f"http://h/{own}6/3/5?{own}\n".encode())
+            self.assertEqual(self.kxtile("url", f"http://h/{own}{{$quadkey}}", "3/5/3").stdout,
+                             f"http://h/{own}213\n".encode())
+
+    def test_servers_take_turns_from_the_first_on(self):
+        template = self.url("/server/{$serverpart}/marble/{$z}/{$x}/{$y}.jpg")
+        before = len(self.requests())
+        definition = self.folder / "servers.toml"
+        definition.write_text(f'url = "{template}"\nservers = "a b c"\nscheme = 10\n')
+        self.kxtile("--no-disk-cache", "sheet", *[definition] * 4, "--at", "0/0/0")
+        asked = [request["path"][8] for request in self.requests()[before:]]
+        self.assertEqual(asked, ["a", "b", "c", "a"])
+
+    def test_failures_keep_secrets(self):
+        self.environment["TEST_KEY"] = "tell-nobody"
+        definition = self.folder / "s.toml"
+        definition.write_text('url = "${KXORIGIN}/status/403/{$z}/{$x}/{$y}?k=${TEST_KEY}"\n')
+        for cache in ([], ["--no-disk-cache"]):
+            for command in (["tile", definition, "0/0/0"], ["sheet", definition, "--at", "0/0/0"]):
+                done = self.kxtile("--json", *cache, *command, status=1)
+                self.assertNotIn(b"tell-nobody", done.stdout + done.stderr)
+                self.assertIn(b"k=${TEST_KEY}", done.stderr)
 
     def test_script_error_is_shown_to_its_author(self):
         definition = self.folder / "s.toml"

@@ -161,7 +161,9 @@ private:
         const UrlTemplate parsed = ParseUrlTemplate(*url);
         for (const std::string& text : parsed.errors)
             m_values.Error("url", text);
-        for (const std::string& text : parsed.warnings)
+        // Warnings quote the url: they come from the text before its variables are filled in.
+        const std::string written = m_values.Text("url").value_or("");
+        for (const std::string& text : ParseUrlTemplate(written).warnings)
             m_values.Warn("url", text);
         if (EndsInLua(*url))
             ReadScriptUrl(*url, parsed);
@@ -312,8 +314,7 @@ private:
 
     void CheckWhole()
     {
-        if (!m_values.Has("url") && !m_values.Has("script") &&
-            m_definition.scheme.value_or("") != "8")
+        if (!m_values.Has("url") && !m_values.Has("script"))
             m_report.Warn(0, "url", "is missing, and so is script: this source has no tiles");
     }
 

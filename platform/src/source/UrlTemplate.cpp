@@ -117,7 +117,8 @@ private:
     {
         constexpr std::size_t kLongestWord = 16;
         const std::size_t close = m_url.substr(0, at + kLongestWord + 3).find('}', at);
-        if (close == kAbsent || m_result.warnings.size() > 8)
+        const bool variable = at > 0 && m_url[at - 1] == '$';
+        if (close == kAbsent || variable || m_result.warnings.size() > 8)
             return;
         const std::string_view group = m_url.substr(at, close - at + 1);
         const bool dollar = group.size() > 2 && group[1] == '$';

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "RetrievalFixture.h"
 
+#include <atomic>
 #include <memory>
+#include <new>
+#include <thread>
 
 namespace KxC {
 namespace {
@@ -52,6 +55,28 @@ TEST_F(FetchWMTile4, NeverTurnsRowsNorTouchesTheRecord)
     m_source.m_nTileScheme = 5;
     m_service.Answer("http://s/3/1/3", NetError_Success, kTinyPng);
     EXPECT_EQ(Get(m_out), 1) << "the scheme's own rule still applies: 6 - 2 - 1";
+}
+
+TEST_F(FetchWMTile4, LeavesOtherThreadsTheirRows)
+{
+    m_source.m_nSouthToNorth = 0;
+    m_service.Answer(kUrl, NetError_Success, kTinyPng);
+    std::atomic<bool> done{false};
+    std::thread reader([&] {
+        while (!done.load())
+            ASSERT_STREQ(KxTileFetcher::GetURL(&m_source, 3, 2, 1).Cstr(), "http://s/3/1/5");
+    });
+    for (int i = 0; i < 200; ++i)
+        EXPECT_EQ(Get(m_out), 1);
+    done = true;
+    reader.join();
+}
+
+TEST_F(FetchWMTile4, FailsWhenMemoryRunsOut)
+{
+    m_service.DuringRequests([] { throw std::bad_alloc(); });
+    EXPECT_EQ(Get(m_out), 0);
+    EXPECT_EQ(m_out, nullptr);
 }
 
 TEST_F(FetchWMTile4, PassesBothCaches)

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 #include <libdeflate.h>
 
+#include <cstdint>
 #include <string>
 
 namespace KxC::Testing {
@@ -34,6 +35,19 @@ inline Bytes CompressiblePng()
 inline Bytes TruncatedPng()
 {
     return {kTinyPng.begin(), kTinyPng.end() - 14};
+}
+
+/// A picture that is whole, each of its parts having the right check sum, and yet does not decode.
+inline Bytes UndecodablePng()
+{
+    constexpr std::size_t kDataChunk = 8 + 25; // behind the signature and the header chunk
+    Bytes bytes = kTinyPng;
+    bytes[kDataChunk + 8] = 0xFF; // no deflate stream begins so
+    const std::size_t length = bytes[kDataChunk + 3];
+    const std::uint32_t sum = libdeflate_crc32(0, bytes.data() + kDataChunk + 4, length + 4);
+    for (std::size_t i = 0; i < 4; ++i)
+        bytes[kDataChunk + 8 + length + i] = static_cast<unsigned char>(sum >> (24 - 8 * i));
+    return bytes;
 }
 
 /// A source, a scripted service, empty caches and the switches as a test sets them.

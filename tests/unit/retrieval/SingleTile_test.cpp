@@ -2,6 +2,7 @@
 #include "RetrievalFixture.h"
 
 #include <memory>
+#include <new>
 
 namespace KxC {
 namespace {
@@ -252,6 +253,55 @@ TEST_F(FetchWMData, FailsForHistoryImageryWithoutFetcher)
     KxWMImageTileData* tile = nullptr;
     EXPECT_EQ(KxTileFetcher::FetchWMData(tile, &earth, 4, 3, 2, 0), NetError_Failure);
     EXPECT_EQ(Requests(), 0U);
+}
+
+TEST_F(FetchWMData, TakesAWholePictureThatDoesNotDecodeForAnEmptyTile)
+{
+    KxTileFetcher::m_sbLocalCacheUsed = 1;
+    for (const char* format : {"png", "png gzip"}) {
+        m_source.m_strImageFormat = format;
+        m_source.m_strHashKey = KxUtility::GetValidHashKey(format);
+        const Bytes picture = Testing::UndecodablePng();
+        const std::size_t before = Requests();
+        m_service.Answer(
+            kUrl, NetError_Success, m_source.m_strImageFormat == "png" ? picture : Gzip(picture));
+        for (int call = 0; call < 2; ++call) {
+            KxWMImageTileData* tile = nullptr;
+            EXPECT_EQ(Fetch(tile), NetError_Success);
+            ASSERT_NE(tile, nullptr);
+            EXPECT_EQ(tile->GetImage(), nullptr);
+        }
+        EXPECT_EQ(Requests(), before + 1) << "the empty tile is in memory";
+        KxRawData stored;
+        EXPECT_EQ(KxTileFetcher::LoadFromLocalCache(m_source.m_strHashKey, 3, 2, 1, stored),
+                  GetchResult_Unknown);
+    }
+}
+
+TEST_F(FetchWMData, KeepsToTheSwitchesThatItBeganWith)
+{
+    m_service.Answer(kUrl, NetError_Success, kTinyPng);
+    m_service.DuringRequests([] { KxTileFetcher::m_sbMemCacheUsed = 0; });
+    KxWMImageTileData* cached = nullptr;
+    ASSERT_EQ(Fetch(cached), NetError_Success);
+    EXPECT_EQ(m_gWMTileDataCacheManager.GetStatistics().m_nTiles, 1U) << "the cache owns it";
+    m_gWMTileDataCacheManager.Clear();
+    m_service.DuringRequests([] { KxTileFetcher::m_sbMemCacheUsed = 1; });
+    KxWMImageTileData* owned = nullptr;
+    ASSERT_EQ(Fetch(owned), NetError_Success);
+    const std::unique_ptr<KxWMImageTileData> own(owned);
+    EXPECT_EQ(m_gWMTileDataCacheManager.GetStatistics().m_nTiles, 0U) << "the caller owns it";
+}
+
+TEST_F(FetchWMData, FailsWhenMemoryRunsOut)
+{
+    m_service.DuringRequests([] { throw std::bad_alloc(); });
+    auto* tile = reinterpret_cast<KxWMImageTileData*>(this);
+    EXPECT_EQ(Fetch(tile), NetError_Failure);
+    EXPECT_EQ(tile, nullptr);
+    tile = reinterpret_cast<KxWMImageTileData*>(this);
+    EXPECT_EQ(Download(tile), NetError_Failure);
+    EXPECT_EQ(tile, nullptr);
 }
 
 TEST_F(FetchWMData, LeavesTheTileAloneForNoSource)

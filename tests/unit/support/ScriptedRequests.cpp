@@ -67,6 +67,7 @@ NetError KxNetGetch::RequestData(KxRawData& data,
         return NetError_Failure;
     g_current->m_sent.push_back(
         {url.Cstr(), userAgent.Cstr(), method, fileType, requestParam, requestLines});
+    g_current->m_action();
     const auto found = g_current->m_answers.find(url.Cstr());
     if (found == g_current->m_answers.end()) {
         ADD_FAILURE() << "unscripted URL " << url.Cstr();

@@ -5,8 +5,10 @@
 
 #include "KxNetGetch.h"
 
+#include <functional>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace KxC::Testing {
@@ -46,12 +48,15 @@ public:
     ScriptedRequests& operator=(const ScriptedRequests&) = delete;
 
     void Answer(const std::string& url, NetError result, const Bytes& body = {});
+    /// Runs `action` inside every request, before it is answered.
+    void DuringRequests(std::function<void()> action) { m_action = std::move(action); }
     void AnswerEarth(NetError result, const Bytes& body = {});
 
     std::vector<SentRequest> m_sent;
     std::vector<EarthRequest> m_earthSent;
     std::map<std::string, ScriptedAnswer> m_answers;
     ScriptedAnswer m_earthAnswer{NetError_Failure, {}};
+    std::function<void()> m_action = [] {};
 };
 
 } // namespace KxC::Testing
