@@ -81,12 +81,15 @@ void SubTree::Close()
     s_idle -= static_cast<int>(idle.size());
 }
 
-DatabaseResult SubTree::Open(TileDatabase& database, Purpose purpose) const
+DatabaseResult SubTree::Open(TileDatabase& database, Purpose purpose)
 {
-    const bool create = purpose == Purpose::Write;
-    if (create && KxFile::MkDirEx(KxFile::GetDir(m_path.c_str())) == 0)
+    if (purpose == Purpose::Read)
+        return database.Open(m_path, false);
+    // One thread makes the file; the others would only wait for each other by polling its locks.
+    const std::lock_guard<std::mutex> guard(m_opening);
+    if (KxFile::MkDirEx(KxFile::GetDir(m_path.c_str())) == 0)
         return DatabaseResult::Failed;
-    return database.Open(m_path, create);
+    return database.Open(m_path, true);
 }
 
 template <typename Operation>

@@ -36,9 +36,10 @@ private:
     DatabaseResult RunOnce(Purpose purpose, Operation&& operation);
     std::unique_ptr<TileDatabase> Take();
     void GiveBack(std::unique_ptr<TileDatabase> database) noexcept;
-    DatabaseResult Open(TileDatabase& database, Purpose purpose) const;
+    DatabaseResult Open(TileDatabase& database, Purpose purpose);
 
     const std::string m_path;
+    std::mutex m_opening; ///< held while a connection is opened that may have to make the file
     std::mutex m_lock;
     std::condition_variable m_returned;
     std::vector<std::unique_ptr<TileDatabase>> m_idle; ///< the last one used at the end

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <filesystem>
+#include <initializer_list>
 #include <system_error>
 
 namespace KxC {
@@ -20,6 +21,19 @@ bool IsNameCharacter(char character)
     return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
            (character >= '0' && character <= '9') || character == '.' || character == '_' ||
            character == '-';
+}
+
+/// The texts one after another, with one allocation: paths are made for each access to a tile.
+std::string Joined(std::initializer_list<std::string_view> texts)
+{
+    std::size_t length = 0;
+    for (const std::string_view text : texts)
+        length += text.size();
+    std::string joined;
+    joined.reserve(length);
+    for (const std::string_view text : texts)
+        joined += text;
+    return joined;
 }
 
 unsigned long long FileBytes(const std::string& path)
@@ -40,14 +54,12 @@ bool IsSubTreeName(std::string_view name)
 std::string SubTreeFolder()
 {
     const KxString& cache = KxFile::m_strAppCachePath;
-    return std::string(cache.Cstr(), static_cast<std::size_t>(cache.GetLength())) + "/tiles";
+    return Joined({{cache.Cstr(), static_cast<std::size_t>(cache.GetLength())}, "/tiles"});
 }
 
 std::string SubTreePath(std::string_view folder, std::string_view name)
 {
-    std::string path(folder);
-    path.append("/").append(name).append(kExtension);
-    return path;
+    return Joined({folder, "/", name, kExtension});
 }
 
 std::vector<std::string> SubTreeNames(const std::string& folder)

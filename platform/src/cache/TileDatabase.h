@@ -84,6 +84,13 @@ private:
         std::int64_t m_nNanoseconds;
         bool operator==(const Stamp&) const = default;
     };
+    /// What a file says of itself.
+    struct Identity
+    {
+        long long m_nApplication = 0;
+        long long m_nVersion = 0;
+        bool m_isEmpty = false;
+    };
     class Binding;
 
     static std::optional<Stamp> StampOf(const std::string& path);
@@ -93,6 +100,7 @@ private:
     int Connect(const std::string& name, int flags);
     DatabaseResult Identify(bool create);
     DatabaseResult CreateSchema();
+    int ReadIdentity(Identity& identity);
     bool IsEmpty(int& result);
     int ReadNumber(const char* sql, long long& number);
     int Execute(const char* sql);

@@ -5,6 +5,7 @@
 #include <sqlite3.h>
 #include <sys/stat.h>
 
+#include <chrono>
 #include <string_view>
 
 namespace KxC {
@@ -12,6 +13,7 @@ namespace KxC {
 namespace {
 
 constexpr int kBusyTimeoutMs = 5000;
+constexpr int kBusyPauseMs = 10;
 /// "KxTC": tells our files from other programs' databases.
 constexpr long long kApplicationId = 0x4B785443;
 constexpr long long kSchemaVersion = 1;
@@ -205,21 +207,32 @@ int TileDatabase::Connect(const std::string& name, int flags)
 
 DatabaseResult TileDatabase::Identify(bool create)
 {
-    long long application = 0;
-    long long version = 0;
-    int code = ReadNumber("PRAGMA application_id", application);
-    if (code == SQLITE_OK)
-        code = ReadNumber("PRAGMA user_version", version);
+    Identity identity;
+    const int code = ReadIdentity(identity);
     if (code != SQLITE_OK)
         return ResultOf(code);
-    if (application == kApplicationId)
-        return version == kSchemaVersion ? DatabaseResult::Done : DatabaseResult::Refused;
-    const bool isEmpty = application == 0 && version == 0 && IsEmpty(code);
-    if (code != SQLITE_OK)
-        return ResultOf(code);
-    if (!isEmpty)
+    if (identity.m_nApplication == kApplicationId)
+        return identity.m_nVersion == kSchemaVersion ? DatabaseResult::Done
+                                                     : DatabaseResult::Refused;
+    if (!identity.m_isEmpty)
         return DatabaseResult::Refused;
     return create ? CreateSchema() : DatabaseResult::Missing;
+}
+
+int TileDatabase::ReadIdentity(Identity& identity)
+{
+    // In one transaction, hence of one moment: while another connection makes the tables, an old
+    // mark together with the new tables would look like another program's file.
+    int code = Execute("BEGIN");
+    if (code == SQLITE_OK)
+        code = ReadNumber("PRAGMA application_id", identity.m_nApplication);
+    if (code == SQLITE_OK)
+        code = ReadNumber("PRAGMA user_version", identity.m_nVersion);
+    if (code == SQLITE_OK && identity.m_nApplication == 0 && identity.m_nVersion == 0)
+        identity.m_isEmpty = IsEmpty(code);
+    // After a failure the connection is closed, and the transaction with it; to end it here would
+    // wipe out what the failure was.
+    return code == SQLITE_OK ? Execute("COMMIT") : code;
 }
 
 bool TileDatabase::IsEmpty(int& result)
@@ -259,10 +272,10 @@ DatabaseResult TileDatabase::CreateSchema()
 int TileDatabase::EnterWal()
 {
     // The switch does not wait for the lock by itself when another process is at it too.
-    int code = SQLITE_BUSY;
-    for (int waited = 0; (code & 0xFF) == SQLITE_BUSY && waited < kBusyTimeoutMs; waited += 10) {
-        if (waited > 0)
-            sqlite3_sleep(10);
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(kBusyTimeoutMs);
+    int code = Execute("PRAGMA journal_mode = WAL");
+    while ((code & 0xFF) == SQLITE_BUSY && std::chrono::steady_clock::now() < end) {
+        sqlite3_sleep(kBusyPauseMs);
         code = Execute("PRAGMA journal_mode = WAL");
     }
     return code;

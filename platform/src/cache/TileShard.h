@@ -72,11 +72,12 @@ private:
     void Touch(Entry& entry);
     Map::node_type Take(const TileAddress& address);
 
+    // What every hit writes comes first, in one cache line; the rest stays with all processors.
     mutable std::mutex m_lock;
-    Map m_entries;
     Link m_ends; ///< its older neighbour is the newest entry, its newer one the oldest
-    std::size_t m_nBytes = 0;
     unsigned long long m_nHits = 0;
+    Map m_entries;
+    std::size_t m_nBytes = 0;
     unsigned long long m_nMisses = 0;
 };
 

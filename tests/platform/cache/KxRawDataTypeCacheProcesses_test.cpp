@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Several processes on one folder: this program started again with one of the tests named
-// "Child", which do their work only when told the folder by the environment.
+// Several processes on one folder: what the others do is in cache_child.cpp.
 #include "CacheFolder.h"
 
 #include <fcntl.h>
@@ -19,28 +18,23 @@ using KxRawDataTypeCacheProcesses = CacheFolderTest;
 
 constexpr int kTilesOfAWriter = 100;
 
-std::string Environment(const char* name)
-{
-    const char* const value = std::getenv(name);
-    return value == nullptr ? "" : value;
-}
-
-/// A child that runs one test of this program; its standard output comes through a pipe.
+/// A process of cache_child; its standard output comes through a pipe.
 class Child
 {
 public:
-    Child(const std::string& test, const std::string& folder, int number)
+    explicit Child(const std::vector<std::string>& arguments)
     {
         std::array<int, 2> ends{};
         if (::pipe2(ends.data(), O_CLOEXEC) != 0)
             return;
-        const std::string filter = "--gtest_filter=" + test;
+        std::vector<const char*> texts{KX_CACHE_CHILD};
+        for (const std::string& argument : arguments)
+            texts.push_back(argument.c_str());
+        texts.push_back(nullptr);
         m_process = ::fork();
         if (m_process == 0) {
             ::dup2(ends[1], STDOUT_FILENO);
-            ::setenv("KXCACHE_CHILD_FOLDER", folder.c_str(), 1);
-            ::setenv("KXCACHE_CHILD_NUMBER", std::to_string(number).c_str(), 1);
-            ::execl("/proc/self/exe", "cache_test", filter.c_str(), nullptr);
+            ::execv(KX_CACHE_CHILD, const_cast<char* const*>(texts.data()));
             ::_exit(127);
         }
         ::close(ends[1]);
@@ -79,45 +73,13 @@ private:
     FILE* m_output = nullptr;
 };
 
-TEST(KxRawDataTypeCacheChild, Writes)
-{
-    const std::string folder = Environment("KXCACHE_CHILD_FOLDER");
-    if (folder.empty())
-        GTEST_SKIP() << "works for another test";
-    KxFile::m_strAppCachePath = folder.c_str();
-    const int number = std::stoi(Environment("KXCACHE_CHILD_NUMBER"));
-    for (int col = 0; col < kTilesOfAWriter; ++col) {
-        ASSERT_TRUE(
-            SaveText(m_gRawDataTypeCacheManager, "a", number, 0, col, std::string(3000, 'x')));
-        ASSERT_TRUE(SaveText(m_gRawDataTypeCacheManager, "a", 30, 0, col, "shared"));
-    }
-}
-
-TEST(KxRawDataTypeCacheChild, WritesUntilKilled)
-{
-    const std::string folder = Environment("KXCACHE_CHILD_FOLDER");
-    if (folder.empty())
-        GTEST_SKIP() << "works for another test";
-    KxFile::m_strAppCachePath = folder.c_str();
-    for (int col = 0;; ++col) {
-        ASSERT_TRUE(SaveText(m_gRawDataTypeCacheManager,
-                             "a",
-                             1,
-                             0,
-                             col,
-                             std::to_string(col) + std::string(5000, 'x')));
-        std::printf("stored %d\n", col);
-        std::fflush(stdout);
-    }
-}
-
 TEST_F(KxRawDataTypeCacheProcesses, ThreeStartAndWriteOneSubTreeAtOnce)
 {
     {
         std::vector<std::unique_ptr<Child>> children;
         for (int number = 1; number <= 3; ++number)
-            children.push_back(
-                std::make_unique<Child>("KxRawDataTypeCacheChild.Writes", m_folder, number));
+            children.push_back(std::make_unique<Child>(std::vector<std::string>{
+                "writes", m_folder, std::to_string(number), std::to_string(kTilesOfAWriter)}));
         for (const std::unique_ptr<Child>& child : children)
             EXPECT_EQ(child->Wait(), 0);
     }
@@ -131,7 +93,7 @@ TEST_F(KxRawDataTypeCacheProcesses, KilledWriterLosesNothingThatItStored)
 {
     int last = -1;
     {
-        Child child("KxRawDataTypeCacheChild.WritesUntilKilled", m_folder, 1);
+        Child child({"writes-on", m_folder});
         while (last < 400) {
             last = child.NextStored();
             ASSERT_GE(last, 0) << "the child ended by itself";

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "CacheFolder.h"
 
+#include <barrier>
 #include <thread>
 #include <vector>
 
@@ -186,6 +187,26 @@ TEST_F(KxRawDataTypeCache, ManyThreadsWriteAndReadOneSubTree)
         thread.join();
     EXPECT_EQ(Query(PathOf("a"), "SELECT count(*) FROM tiles"), std::to_string(12 * 25));
     EXPECT_EQ(Query(PathOf("a"), "PRAGMA integrity_check"), "ok");
+}
+
+TEST_F(KxRawDataTypeCache, WhatIsSavedWhileOthersMakeTheFileIsSeenAtOnce)
+{
+    // Each load has a connection of its own, opened while other threads may still make the file.
+    for (int round = 0; round < 10; ++round) {
+        const std::string name = "a" + std::to_string(round);
+        std::barrier<> start(6);
+        std::vector<std::thread> threads;
+        for (int thread = 0; thread < 6; ++thread)
+            threads.emplace_back([&name, &start, thread] {
+                Manager writer;
+                start.arrive_and_wait();
+                EXPECT_TRUE(SaveText(writer, name.c_str(), 1, thread, 0, "tile"));
+                Manager reader;
+                EXPECT_EQ(LoadText(reader, name.c_str(), 1, thread, 0), "tile");
+            });
+        for (std::thread& thread : threads)
+            thread.join();
+    }
 }
 
 } // namespace
