@@ -37,7 +37,7 @@ Options ReadOptions(int argc, const char* const* argv)
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        options.exitCode = app.exit(error);
+        options.exitCode = app.exit(error) == 0 ? 0 : 2;
     }
     return options;
 }

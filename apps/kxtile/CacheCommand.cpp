@@ -108,7 +108,7 @@ void AddCacheCommand(CLI::App& app, const GlobalOptions& options)
 {
     CLI::App* cache = app.add_subcommand("cache", "Look at the disk cache, and clear it");
     cache->require_subcommand(1);
-    cache->footer("Examples:\n  kxtile cache info\n  kxtile cache clear osm.toml");
+    cache->footer("Examples:\n  kxtile cache info\n  kxtile cache clear --all");
     CLI::App* info = cache->add_subcommand("info", "List what is kept, by source");
     info->footer("Example:\n  kxtile cache info --json");
     info->callback([&options] { RunInfo(options); });
@@ -117,7 +117,9 @@ void AddCacheCommand(CLI::App& app, const GlobalOptions& options)
     arguments->m_source.AddTo(*clear);
     clear->get_option("SOURCE")->required(false);
     clear->add_flag("--all", arguments->m_all, "Forget the tiles of every source");
-    clear->footer("Examples:\n  kxtile cache clear osm.toml\n  kxtile cache clear --all");
+    clear->footer(
+        "Examples:\n  kxtile cache clear 'http://127.0.0.1:8080/xyz/marble/{$z}/{$x}/{$y}.png'\n"
+        "  kxtile cache clear --all");
     clear->callback([&options, arguments] { RunClear(options, *arguments); });
 }
 

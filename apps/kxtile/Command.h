@@ -57,6 +57,9 @@ void AddCacheCommand(CLI::App& app, const GlobalOptions& options);
 /// @return the exit code
 int RunCommandLine(int argc, const char* const* argv);
 
+/// Says on standard error what failed and how to mend it; with --json on standard output too.
+void ReportError(const GlobalOptions& options, const std::string& what, const std::string& hint);
+
 /// Prints an object on standard output, one line.
 void PrintJson(const nlohmann::ordered_json& object);
 

@@ -6,7 +6,9 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <exception>
 
 namespace KxTileHost {
@@ -14,12 +16,25 @@ namespace KxTileHost {
 namespace {
 
 constexpr char kExamples[] = R"(Examples:
-  kxtile tile osm.toml 67/44/7 -o tile.png
+  kxorigin --port 8080 &            (a tile service to try things out with)
+  kxtile tile 'http://127.0.0.1:8080/xyz/marble/{$z}/{$x}/{$y}.png' 4/3/3 -o tile.png
   kxtile url 'https://tile.example.org/{$z}/{$x}/{$y}.png' 67/44/7
   kxtile quadkey 3/5/3
 Addresses are COLUMN/ROW/LEVEL, row 0 in the north.
 Exit codes: 0 done, 1 failed, 2 wrong usage, 3 the server has no tile there.
 Environment: KXTILE_CACHE_DIR, XDG_CACHE_HOME, http_proxy, https_proxy, no_proxy.)";
+
+/// CLI11's own range lets "nan" pass.
+CLI::Validator SecondsRange()
+{
+    return {[](std::string& text) {
+                double seconds = 0.0;
+                const bool good = CLI::detail::lexical_cast(text, seconds) && seconds >= 0.001 &&
+                                  seconds <= 86400.0;
+                return good ? std::string() : "'" + text + "' is not between 0.001 and 86400";
+            },
+            "SECONDS"};
+}
 
 void AddGlobalOptions(CLI::App& app, GlobalOptions& options)
 {
@@ -27,10 +42,30 @@ void AddGlobalOptions(CLI::App& app, GlobalOptions& options)
     app.add_option("--cache-dir", options.m_cacheDir, "Folder of the disk cache and the log");
     app.add_flag("--no-disk-cache", options.m_noDiskCache, "Neither read nor write the disk cache");
     app.add_option("--timeout", options.m_timeoutSeconds, "Total time for a request, in seconds")
-        ->check(CLI::Range(0.001, 86400.0));
+        ->check(SecondsRange());
     app.add_flag("-v,--verbose", options.m_verbose, "Say more on standard error");
     app.set_version_flag("--version", "kxtile " KXTILE_VERSION);
 }
+
+/// Messages quote what users and servers wrote: control characters must not reach a terminal.
+std::string Printable(std::string text)
+{
+    for (char& character : text)
+        if (static_cast<unsigned char>(character) < 0x20 && character != '\n')
+            character = '?';
+    return text;
+}
+
+/// Help asked for is no mistake; everything else that does not parse is wrong usage.
+int ReportUsage(const CLI::App& app, const GlobalOptions& options, const CLI::ParseError& error)
+{
+    if (error.get_exit_code() == 0)
+        return app.exit(error);
+    ReportError(options, error.what(), "Run with --help for the commands, options and examples.");
+    return kExitWrongUsage;
+}
+
+} // namespace
 
 void ReportError(const GlobalOptions& options, const std::string& what, const std::string& hint)
 {
@@ -40,18 +75,10 @@ void ReportError(const GlobalOptions& options, const std::string& what, const st
             error["hint"] = hint;
         PrintJson(error);
     }
-    fmt::print(stderr, "kxtile: {}\n", what);
+    fmt::print(stderr, "kxtile: {}\n", Printable(what));
     if (!hint.empty())
-        fmt::print(stderr, "        {}\n", hint);
+        fmt::print(stderr, "        {}\n", Printable(hint));
 }
-
-/// Help asked for is no mistake; everything else that does not parse is wrong usage.
-int ReportUsage(const CLI::App& app, const CLI::ParseError& error)
-{
-    return app.exit(error) == 0 ? kExitDone : kExitWrongUsage;
-}
-
-} // namespace
 
 void PrintJson(const nlohmann::ordered_json& object)
 {
@@ -63,6 +90,10 @@ void PrintJson(const nlohmann::ordered_json& object)
 int RunCommandLine(int argc, const char* const* argv)
 {
     GlobalOptions options;
+    // Also for mistakes that keep the command line from being read to its end.
+    options.m_json = std::any_of(argv, argv + argc, [](const char* argument) {
+        return std::strcmp(argument, "--json") == 0;
+    });
     CLI::App app{"Map imagery as tiles, from any tile service", "kxtile"};
     app.footer(kExamples);
     app.require_subcommand(1);
@@ -83,7 +114,7 @@ int RunCommandLine(int argc, const char* const* argv)
         app.parse(argc, argv);
         return std::fflush(stdout) == 0 ? kExitDone : kExitFailed;
     } catch (const CLI::ParseError& error) {
-        return ReportUsage(app, error);
+        return ReportUsage(app, options, error);
     } catch (const CommandError& error) {
         ReportError(options, error.what(), error.m_hint);
         return error.m_exitCode;

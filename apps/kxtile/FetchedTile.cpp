@@ -2,6 +2,7 @@
 #include "FetchedTile.h"
 
 #include "Command.h"
+#include "KxFile.h"
 #include "KxImgUtility.h"
 #include "KxLuaToolkit.h"
 #include "KxNetGetch.h"
@@ -58,7 +59,8 @@ std::string HintFor(int status)
                     request.m_nHttpStatus,
                     request.m_nBytes,
                     request.m_strContentType.Cstr()),
-        "It may be an error page, or compressed: a format that ends in gzip is inflated.");
+        "It may be an error page, broken off, or compressed: a format that ends in gzip is "
+        "inflated, to at most twice the size.");
 }
 
 [[noreturn]] void ThrowNoTile(const std::string& url, int status)
@@ -181,8 +183,12 @@ void FetchThroughCaches(FetchedTile& fetched,
     CheckPicture(result, inMemory, fetched.m_url);
     fetched.m_from = Origin(hitsBefore);
     fetched.m_bytes = BytesOnDisk(source, tile);
-    if (fetched.m_bytes == nullptr)
+    if (fetched.m_bytes == nullptr) {
+        fmt::print(stderr,
+                   "kxtile: warning: the disk cache in '{}' cannot be written; see --cache-dir\n",
+                   KxC::KxFile::m_strAppCachePath.Cstr());
         fetched.m_bytes = FetchDirect(source, tile, timeoutMs);
+    }
 }
 
 void FetchPastCaches(FetchedTile& fetched,

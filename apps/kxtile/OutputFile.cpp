@@ -2,18 +2,17 @@
 #include "OutputFile.h"
 
 #include "Command.h"
-#include "KxFStream.h"
 #include "KxFile.h"
 #include "KxImgUtility.h"
 
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <memory>
+#include <set>
 #include <system_error>
 
 namespace KxTileHost {
@@ -46,31 +45,30 @@ void WriteToStandardOutput(const KxC::KxRawData& bytes)
 
 void WriteBytes(const KxC::KxRawData& bytes, const std::string& path)
 {
-    const std::string temporary = fmt::format("{}.part-{}", path, ::getpid());
-    KxC::KxFStream stream;
-    const bool written = stream.Open(temporary.c_str(), 1, 8192) != 0 &&
-                         stream.Save(bytes.GetData(), bytes.GetSize()) != 0 && stream.Close() != 0;
-    const int cause = errno;
-    std::error_code error;
-    if (written)
-        std::filesystem::rename(temporary, path, error);
-    if (!written || error) {
-        std::error_code ignored;
-        std::filesystem::remove(temporary, ignored);
-        errno = written ? error.value() : cause;
+    errno = 0;
+    if (KxC::KxFile::SaveWhole(path.c_str(), bytes.GetData(), bytes.GetSize()) == 0)
         ThrowCannotWrite(path);
-    }
 }
 
 } // namespace
+
+void CheckOutputFormat(const std::string& path)
+{
+    static const std::set<std::string> kWritable{"", "png", "jpeg", "webp", "tif", "tiff"};
+    std::error_code error;
+    const std::string format = FormatOf(KxC::KxFile::GetExt(path.c_str()));
+    if (kWritable.count(format) == 0 && !std::filesystem::is_directory(path, error))
+        throw CommandError(kExitWrongUsage,
+                           fmt::format("'{}': no picture is written as .{}", path, format),
+                           "Use the extension .png, .jpg, .webp or .tif.");
+}
 
 void WritePicture(const KxC::KxImageData& image, const std::string& path)
 {
     if (KxC::KxImgUtility::SaveImageFile(&image, path.c_str(), 0) == 0)
         throw CommandError(kExitFailed,
                            fmt::format("cannot write '{}'", path),
-                           "Use the extension .png, .jpg, .webp or .tif, in a folder that exists "
-                           "and may be written.");
+                           "Check that the folder exists, may be written, and has room.");
 }
 
 WrittenTile WriteTile(const KxC::KxRawData& bytes, const std::string& path)

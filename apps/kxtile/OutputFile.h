@@ -23,6 +23,10 @@ struct WrittenTile
 /// @throws CommandError when it cannot be written, or the extension is no picture format
 WrittenTile WriteTile(const KxC::KxRawData& bytes, const std::string& path);
 
+/// Refuses a path whose extension no picture can be written with, before anything is fetched.
+/// @throws CommandError (wrong usage)
+void CheckOutputFormat(const std::string& path);
+
 /// Writes a picture in the format of the path's extension.
 /// @throws CommandError as WriteTile
 void WritePicture(const KxC::KxImageData& image, const std::string& path);

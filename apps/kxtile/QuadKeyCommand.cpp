@@ -16,7 +16,7 @@ constexpr std::size_t kMaxLevel = 30;
 
 HostTile TileOfKey(const std::string& key)
 {
-    if (key.find_first_not_of("0123") != std::string::npos)
+    if (key.empty() || key.find_first_not_of("0123") != std::string::npos)
         throw CommandError(kExitWrongUsage,
                            fmt::format("'{}' is neither a quadkey nor a tile address", key),
                            "Write digits 0 to 3, or COLUMN/ROW/LEVEL.");
@@ -33,6 +33,8 @@ void RunQuadKey(const GlobalOptions& options, const std::string& text)
 {
     const bool isAddress = text.find('/') != std::string::npos;
     const HostTile tile = isAddress ? ParseHostTile(text) : TileOfKey(text);
+    if (tile.m_z == 0)
+        throw CommandError(kExitWrongUsage, "the one tile of level 0 has no quadkey");
     const KxC::KxString key =
         KxC::KxTileFetcher::BingMapTileToQuadKey(tile.m_y, tile.m_x, tile.m_z);
     if (options.m_json)

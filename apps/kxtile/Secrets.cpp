@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 
@@ -19,7 +20,8 @@ Secrets::Secrets(const std::string& path)
         const std::string name = text.substr(at + 2, close - at - 2);
         // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody changes the environment of this program
         const char* value = std::getenv(name.c_str());
-        if (value != nullptr && *value != '\0')
+        const bool address = value != nullptr && std::strstr(value, "://") != nullptr;
+        if (value != nullptr && *value != '\0' && !address)
             m_valuesAndNames.emplace_back(value, "${" + name + "}");
     }
     // The longest first, so that no secret is torn by one that it contains.

@@ -8,7 +8,7 @@
 namespace KxTileHost {
 
 /// Keeps the secrets of a definition file off the screen: what its ${NAME} stand for is written
-/// as ${NAME} again.
+/// as ${NAME} again. Values that are whole addresses ("http://...") are no secrets.
 class Secrets
 {
 public:

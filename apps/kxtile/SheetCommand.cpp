@@ -11,7 +11,9 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -100,8 +102,13 @@ public:
                        "URL");
         std::vector<SheetPanel> panels;
         for (const std::string& source : m_arguments.m_sources)
-            panels.push_back(FetchPanel(source));
+            panels.push_back(PanelOfSource(source));
         WriteSheet(panels);
+        if (m_failures > 0)
+            throw CommandError(m_exitCode,
+                               fmt::format("{} of {} sources have no tile on the sheet",
+                                           m_failures,
+                                           m_arguments.m_sources.size()));
     }
 
 private:
@@ -123,7 +130,30 @@ private:
         throw argument.WithoutSecrets(error);
     }
 
-    SheetPanel FetchPanel(const std::string& text) const
+    /// A source that fails leaves its panel empty; the others are shown all the same.
+    SheetPanel PanelOfSource(const std::string& text)
+    try {
+        return FetchPanel(text);
+    } catch (const CommandError& error) {
+        ReportError(m_options, error.what(), error.m_hint);
+        // "No tile there" is the answer only when nothing worse happened.
+        if (m_failures++ == 0 || error.m_exitCode != kExitNoTile)
+            m_exitCode = error.m_exitCode;
+        const char* const what = error.m_exitCode == kExitNoTile ? "no tile there" : "failed";
+        return {NameOf(SourceArgument(text)), what, nullptr};
+    }
+
+    /// A name that no other tile of this run has.
+    std::string TileName(const SheetRow& row)
+    {
+        std::string name = row.m_name;
+        std::replace(name.begin(), name.end(), '/', '_');
+        const int count = ++m_names[name];
+        const std::string suffix = count > 1 ? fmt::format("-{}", count) : "";
+        return name + suffix + row.m_fetched.m_bytes->GetExt().Cstr();
+    }
+
+    SheetPanel FetchPanel(const std::string& text)
     {
         const SourceArgument argument(text);
         KxC::KxTSDParamItem* source = argument.Load();
@@ -135,9 +165,7 @@ private:
         }
         if (!m_arguments.m_tileFolder.empty())
             WriteTile(*row.m_fetched.m_bytes,
-                      (std::filesystem::path(m_arguments.m_tileFolder) /
-                       (row.m_name + row.m_fetched.m_bytes->GetExt().Cstr()))
-                          .string());
+                      (std::filesystem::path(m_arguments.m_tileFolder) / TileName(row)).string());
         return PanelOf(row);
     }
 
@@ -156,6 +184,9 @@ private:
     const GlobalOptions& m_options;
     const SheetArguments& m_arguments;
     HostTile m_tile;
+    std::map<std::string, int> m_names;
+    int m_failures = 0;
+    ExitCode m_exitCode = kExitFailed;
 };
 
 } // namespace
@@ -174,11 +205,14 @@ void AddSheetCommand(CLI::App& app, const GlobalOptions& options)
     command->add_option("--tiles", arguments->m_tileFolder, "Folder to write the tiles to as well");
     command->add_flag(
         "--again", arguments->m_throughCaches, "Fetch each tile again from memory and from disk");
-    command->footer("Example:\n  kxtile sheet --at 3/2/3 osm.toml other.toml -o sheet.png");
+    command->footer("Example:\n  kxtile sheet --at 4/3/3 -o sheet.png "
+                    "'http://127.0.0.1:8080/xyz/marble/{$z}/{$x}/{$y}.png' "
+                    "'http://127.0.0.1:8080/quadkey/marble/{$quadkey}.png'");
     command->callback([&options, arguments] {
         if (arguments->m_throughCaches && options.m_noDiskCache)
             throw CommandError(
                 kExitWrongUsage, "--again needs the disk cache", "Leave --no-disk-cache out.");
+        CheckOutputFormat(arguments->m_output);
         SheetRun(options, *arguments).Run();
     });
 }

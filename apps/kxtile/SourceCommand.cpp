@@ -122,12 +122,14 @@ void AddSourceCommand(CLI::App& app, const GlobalOptions& options)
 {
     CLI::App* source = app.add_subcommand("source", "Look at tile sources");
     source->require_subcommand(1);
-    source->footer("Example:\n  kxtile source show osm.toml");
+    source->footer(
+        "Example:\n  kxtile source show 'http://127.0.0.1:8080/xyz/marble/{$z}/{$x}/{$y}.png'");
     CLI::App* show = source->add_subcommand("show", "Print what a source came out as");
     const auto argument = std::make_shared<SourceArgument>();
     argument->AddTo(*show);
-    show->footer("Values of environment variables are shown by their names.\n"
-                 "Example:\n  kxtile source show osm.toml --json");
+    show->footer(
+        "Values of environment variables are shown by their names.\n"
+        "Example:\n  kxtile source show 'http://127.0.0.1:8080/quadkey/marble/{$quadkey}.png'");
     show->callback([&options, argument] { RunShow(options, *argument); });
 }
 

@@ -36,6 +36,12 @@ OutputPath(const TileArguments& arguments, const HostTile& tile, const FetchedTi
                : arguments.m_output;
 }
 
+/// Null when no request was sent.
+nlohmann::ordered_json StatusOrNull(int status)
+{
+    return status > 0 ? nlohmann::ordered_json(status) : nlohmann::ordered_json(nullptr);
+}
+
 void PrintTile(const GlobalOptions& options,
                const TileArguments& arguments,
                const HostTile& tile,
@@ -49,7 +55,7 @@ void PrintTile(const GlobalOptions& options,
                    {"z", tile.m_z},
                    {"url", fetched.m_url},
                    {"from", fetched.m_from},
-                   {"http_status", fetched.m_httpStatus},
+                   {"http_status", StatusOrNull(fetched.m_httpStatus)},
                    {"seconds", fetched.m_seconds},
                    {"file", written.m_path},
                    {"format", written.m_format},
@@ -90,6 +96,7 @@ try {
 void RunTile(const GlobalOptions& options, const TileArguments& arguments)
 {
     const HostTile tile = ParseHostTile(arguments.m_address);
+    CheckOutputFormat(arguments.m_output);
     KxC::KxTSDParamItem* source = arguments.m_source.Load();
     const FetchedTile fetched = Fetch(options, arguments.m_source, *source, tile);
     const WrittenTile written = WriteTile(*fetched.m_bytes, OutputPath(arguments, tile, fetched));
@@ -111,9 +118,9 @@ void AddTileCommand(CLI::App& app, const GlobalOptions& options)
                         "standard output");
     command->footer("The tile is the service's own, in the grid of its scheme.\n"
                     "Examples:\n"
-                    "  kxtile tile osm.toml 67/44/7 -o tile.png\n"
-                    "  kxtile tile 'http://127.0.0.1:8000/tms/marble/{$z}/{$x}/{$y}.jpg' "
-                    "--rows south 1/0/1 -o tile.webp");
+                    "  kxorigin --port 8080 &\n"
+                    "  kxtile tile 'http://127.0.0.1:8080/tms/marble/{$z}/{$x}/{$y}.jpg' "
+                    "--rows south 4/3/3 -o tile.webp");
     command->callback([&options, arguments] { RunTile(options, *arguments); });
 }
 

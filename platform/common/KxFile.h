@@ -4,6 +4,8 @@
 #include "KxCommonExport.h"
 #include "KxString.h"
 
+#include <cstddef>
+
 namespace KxC {
 
 /// Paths, folders and the log. Paths are UTF-8; '/' separates. Any thread.
@@ -33,6 +35,13 @@ public:
     /// Creates the folder and every missing parent.
     /// @return 1 when the folder is there afterwards
     static unsigned char MkDirEx(const KxString& dir);
+
+    /// Writes a file that appears under its name only when whole: under a temporary name in the
+    /// same folder, then renamed. Links are followed, an existing file keeps its mode, and what is
+    /// no file (a pipe, a device) is written to.
+    /// @return 1 on success; else errno says why, and what was under the name is still there
+    static unsigned char
+    SaveWhole(const KxString& path, const unsigned char* bytes, std::size_t size);
 
     /// Appends a line (GBK) to <m_strAppCachePath>/kxtile.log; it is on disk when the call
     /// returns, whole, also when several threads and processes write at once. Control characters

@@ -105,7 +105,7 @@ class KxtileTest(unittest.TestCase):
         for name, start in [("t.webp", b"RIFF"), ("t.jpg", b"\xff\xd8\xff"), ("t.tif", b"II*\0")]:
             self.kxtile("tile", f"{SOURCES}/xyz.toml", "4/3/3", "-o", name)
             self.assertEqual((self.folder / name).read_bytes()[:len(start)], start)
-        self.kxtile("tile", f"{SOURCES}/xyz.toml", "4/3/3", "-o", "t.xyz", status=1)
+        self.kxtile("tile", f"{SOURCES}/xyz.toml", "4/3/3", "-o", "t.xyz", status=2)
         self.kxtile("tile", f"{SOURCES}/xyz.toml", "4/3/3", "-o", "none/t.png", status=1)
         self.assertEqual(sorted(path.name for path in self.folder.iterdir() if path.is_file()),
                          ["t.jpg", "t.tif", "t.webp"])
@@ -264,6 +264,49 @@ class KxtileTest(unittest.TestCase):
         self.assertGreater(width, 3 * 256)
         self.assertGreater(height, 2 * 256)
         self.assertEqual(len(list((self.folder / "tiles").iterdir())), 6)
+
+    def test_sheet_goes_on_past_sources_that_fail(self):
+        missing = self.url("/status/404/{$z}/{$x}/{$y}")
+        self.kxtile("sheet", missing, f"{SOURCES}/xyz.toml", "--at", "4/3/3", "-o", "a.png",
+                    status=3)
+        self.assertEqual(png_size(self.folder / "a.png")[0], 2 * 270 + 14)
+        done = self.kxtile("sheet", "none.toml", f"{SOURCES}/xyz.toml", missing, "--at", "4/3/3",
+                           "--tiles", "t", status=1)
+        self.assertIn(b"none.toml", done.stderr)
+        self.assertEqual([path.name for path in (self.folder / "t").iterdir()], ["xyz.png"])
+
+    def test_sheet_keeps_tiles_of_one_name_apart(self):
+        copy = self.folder / "xyz.toml"
+        copy.write_bytes(pathlib.Path(SOURCES, "xyz.toml").read_bytes())
+        self.kxtile("sheet", copy, f"{SOURCES}/xyz.toml", "--at", "4/3/3", "--tiles", "t")
+        self.assertEqual(sorted(path.name for path in (self.folder / "t").iterdir()),
+                         ["xyz-2.png", "xyz.png"])
+
+    def test_output_follows_links_keeps_modes_and_feeds_pipes(self):
+        source = f"{SOURCES}/xyz.toml"
+        target = self.folder / "target.png"
+        target.write_bytes(b"old")
+        target.chmod(0o600)
+        (self.folder / "link.png").symlink_to(target)
+        for name in ("link.png", "link.webp"):
+            if name.endswith("webp"):
+                (self.folder / name).symlink_to(target)
+            self.kxtile("tile", source, "4/3/3", "-o", name)
+            self.assertTrue((self.folder / name).is_symlink())
+            self.assertEqual(target.stat().st_mode & 0o777, 0o600)
+            self.assertNotEqual(target.read_bytes(), b"old")
+        os.mkfifo(self.folder / "pipe.png")
+        reader = subprocess.Popen(["cat", "pipe.png"], cwd=self.folder, stdout=subprocess.PIPE)
+        self.kxtile("tile", source, "4/3/3", "-o", "pipe.png")
+        self.assertEqual(reader.communicate()[0][:4], b"\x89PNG")
+        self.assertTrue((self.folder / "pipe.png").is_fifo())
+
+    def test_usage_errors_come_as_json_too(self):
+        self.assertIn("TILE", self.answer("quadkey", status=2)["error"])
+        self.kxtile("--timeout", "nan", "url", "http://h/{$x}{$y}{$z}", "0/0/0", status=2)
+        self.kxtile("quadkey", "", status=2)
+        self.kxtile("quadkey", "0/0/0", status=2)
+        self.assertNotIn(b"\x1b", self.kxtile("quadkey", "\x1b[31m", status=2).stderr)
 
     def test_help_of_every_command_shows_an_example(self):
         for command in ["", "tile", "url", "quadkey", "sheet", "source", "source show", "cache",

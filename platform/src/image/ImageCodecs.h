@@ -100,8 +100,4 @@ Encoded EncodeWebp(const PixelRows& rows, Purpose purpose);
 Encoded EncodeTiff(const PixelRows& rows);
 Encoded Encode(Format format, const PixelRows& rows, Purpose purpose);
 
-/// Writes bytes under a temporary name beside `path`, then renames.
-/// @return false with nothing new left behind when any step fails
-bool WriteFileWhole(const KxString& path, ByteSpan bytes);
-
 } // namespace KxC::Imaging

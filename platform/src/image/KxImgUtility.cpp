@@ -218,7 +218,7 @@ try {
     const Encoded encoded = Encode(FormatOfExtension(KxFile::GetExt(path)), rows, Purpose::Keep);
     if (encoded.bytes == nullptr)
         return 0;
-    return WriteFileWhole(path, {encoded.bytes.get(), encoded.size}) ? 1 : 0;
+    return KxFile::SaveWhole(path, encoded.bytes.get(), encoded.size);
 } catch (const std::bad_alloc&) {
     return 0;
 }

@@ -1,19 +1,36 @@
 // SPDX-License-Identifier: MIT
-#include "ImageCodecs.h"
 #include "KxFile.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
+#include <exception>
+#include <filesystem>
+#include <span>
+#include <system_error>
 #include <utility>
 
-namespace KxC::Imaging {
+namespace KxC {
 
 namespace {
+
+using ByteSpan = std::span<const unsigned char>;
+
+bool WriteAll(int file, ByteSpan bytes)
+{
+    while (!bytes.empty()) {
+        const ssize_t count = ::write(file, bytes.data(), bytes.size());
+        if (count == 0 || (count < 0 && errno != EINTR))
+            return false;
+        bytes = bytes.subspan(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    }
+    return true;
+}
 
 /// A file under a name of its own; gone again unless it was renamed.
 class TemporaryFile
@@ -45,16 +62,8 @@ public:
     TemporaryFile(const TemporaryFile&) = delete;
     TemporaryFile& operator=(const TemporaryFile&) = delete;
 
-    bool Write(ByteSpan bytes)
-    {
-        while (m_file >= 0 && !bytes.empty()) {
-            const ssize_t count = ::write(m_file, bytes.data(), bytes.size());
-            if (count == 0 || (count < 0 && errno != EINTR))
-                return false;
-            bytes = bytes.subspan(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
-        }
-        return m_file >= 0;
-    }
+    bool Write(ByteSpan bytes) const { return m_file >= 0 && WriteAll(m_file, bytes); }
+    bool SetMode(mode_t mode) const { return ::fchmod(m_file, mode) == 0; }
 
     bool RenameTo(const KxString& path)
     {
@@ -87,12 +96,35 @@ private:
     bool m_renamed = false;
 };
 
-} // namespace
-
-bool WriteFileWhole(const KxString& path, ByteSpan bytes)
+/// Writes to what is no file, a pipe or a device, and must not be replaced by one.
+bool WriteInto(const KxString& path, ByteSpan bytes)
 {
-    TemporaryFile file(path);
-    return file.Write(bytes) && file.RenameTo(path);
+    const int file = ::open(path.Cstr(), O_WRONLY | O_CLOEXEC);
+    if (file < 0)
+        return false;
+    const bool written = WriteAll(file, bytes);
+    return ::close(file) == 0 && written;
 }
 
-} // namespace KxC::Imaging
+} // namespace
+
+unsigned char KxFile::SaveWhole(const KxString& path, const unsigned char* bytes, std::size_t size)
+try {
+    const ByteSpan span(bytes, size);
+    std::error_code error;
+    const auto target = std::filesystem::canonical(path.Cstr(), error);
+    const KxString name = error ? path : KxString(target.c_str());
+    struct stat before = {};
+    const bool exists = ::stat(name.Cstr(), &before) == 0;
+    if (exists && !S_ISREG(before.st_mode))
+        return WriteInto(name, span) ? 1 : 0;
+    TemporaryFile file(name);
+    return file.Write(span) && (!exists || file.SetMode(before.st_mode & 07777)) &&
+                   file.RenameTo(name)
+               ? 1
+               : 0;
+} catch (const std::exception&) {
+    return 0;
+}
+
+} // namespace KxC
