@@ -91,10 +91,12 @@ BENCHMARK_CAPTURE(Encode, jpeg, ".jpeg", 3)->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(Encode, webp_rgb, ".webp", 3)->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(Encode, webp_rgba, ".webp", 4)->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(Encode, tiff_rgb, ".tif", 3)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(Encode, tiff_rgba, ".tif", 4)->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(Decode, png_rgb, ".png", 3)->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(Decode, png_rgba, ".png", 4)->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(Decode, jpeg, ".jpeg", 3)->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(Decode, webp_rgb, ".webp", 3)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(Decode, webp_rgba, ".webp", 4)->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(Check, png_rgb, ".png", 3)->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(Check, jpeg, ".jpeg", 3)->Unit(benchmark::kMicrosecond);
 

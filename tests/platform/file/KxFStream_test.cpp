@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "KxFStream.h"
 
-#include "platform/file/TempFolder.h"
+#include "support/TempFolder.h"
 
 #include <gtest/gtest.h>
 

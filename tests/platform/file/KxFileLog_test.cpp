@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "KxFile.h"
-#include "platform/file/TempFolder.h"
+#include "support/TempFolder.h"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>

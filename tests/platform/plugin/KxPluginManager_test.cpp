@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "KxFile.h"
 #include "KxPlugin.h"
-#include "platform/file/TempFolder.h"
+#include "support/TempFolder.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

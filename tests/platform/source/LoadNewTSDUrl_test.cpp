@@ -11,6 +11,7 @@ using test::LoadedDefinition;
 using test::LoadText;
 using test::ScratchFolder;
 using ::testing::HasSubstr;
+using testing::Not;
 
 /// What the library makes of a template: "%s" and "%d" take the arguments in turn, "%%" is one
 /// percent sign, everything else stands for itself.
@@ -103,6 +104,17 @@ TEST(LoadNewTSD, TakesTheAxisOrderOfTheFileForBareConversions)
     EXPECT_STREQ(loaded.url.Cstr(), "http://a/%d/%d/%d");
     EXPECT_STREQ(loaded.axisOrder.Cstr(), "x,Y,Z");
     EXPECT_EQ(AllMessages(), "");
+}
+
+TEST(LoadNewTSD, NeverQuotesWhatAVariableHolds)
+{
+    ::setenv("KXTILE_TEST_ODD_KEY", "{$hunter2}{z}", 1);
+    const LoadedDefinition loaded =
+        LoadText("url = 'http://a/{$z}/{$x}/{$y}?k=${KXTILE_TEST_ODD_KEY}&d={$date}'");
+    EXPECT_EQ(loaded.result, 1);
+    EXPECT_THAT(AllMessages(), HasSubstr("{$date} is not known"));
+    EXPECT_THAT(AllMessages(), Not(HasSubstr("hunter2")));
+    EXPECT_THAT(AllMessages(), Not(HasSubstr("{z}")));
 }
 
 TEST(LoadNewTSD, WarnsOfBlanksInTheAxisOrderAndKeepsThem)

@@ -2,10 +2,9 @@
 #pragma once
 
 #include "KxFile.h"
+#include "support/TempFolder.h"
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 
 namespace KxC::Testing {
@@ -15,37 +14,26 @@ namespace KxC::Testing {
 class TemporaryFolder
 {
 public:
-    TemporaryFolder()
+    TemporaryFolder() : m_cachePathBefore(KxFile::m_strAppCachePath)
     {
-        std::string pattern = (std::filesystem::temp_directory_path() / "kxtile-XXXXXX").string();
-        m_path = ::mkdtemp(pattern.data());
-        m_cachePathBefore = KxFile::m_strAppCachePath;
-        KxFile::m_strAppCachePath = m_path.c_str();
+        KxFile::m_strAppCachePath = Path().c_str();
     }
-    ~TemporaryFolder()
-    {
-        KxFile::m_strAppCachePath = m_cachePathBefore;
-        std::error_code ignored;
-        std::filesystem::remove_all(m_path, ignored);
-    }
+    ~TemporaryFolder() { KxFile::m_strAppCachePath = m_cachePathBefore; }
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
-    const std::filesystem::path& Path() const { return m_path; }
+    const std::filesystem::path& Path() const { return m_folder.Path(); }
 
+    /// @return the path of the file
     std::string Write(const std::string& name, const std::string& text) const
     {
-        std::ofstream(m_path / name, std::ios::binary) << text;
-        return (m_path / name).string();
+        WriteFile(Path() / name, text);
+        return m_folder.File(name);
     }
-    std::string Read(const std::string& name) const
-    {
-        std::ifstream file(m_path / name, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
+    std::string Read(const std::string& name) const { return ReadFile(Path() / name); }
 
 private:
-    std::filesystem::path m_path;
+    TempFolder m_folder;
     KxString m_cachePathBefore;
 };
 
