@@ -15,6 +15,8 @@ import sys
 
 # What the sanitizers add to a library, and the linker to a library without a version script.
 FOREIGN = re.compile(r"__(asan|odr_asan|tsan|ubsan|lsan|sanitizer|start_|stop_)|_(init|fini)$")
+# Constants of the headers' own: whether one gets a symbol is up to the optimiser.
+CONSTANT = re.compile(r"::k[A-Z]\w*$")
 
 
 def exported_names(library):
@@ -22,7 +24,7 @@ def exported_names(library):
                             check=True, capture_output=True, text=True).stdout
     # Address and type end in a blank each; the name may hold more.
     names = {line.split(" ", 2)[2] for line in output.splitlines()}
-    return sorted(name for name in names if not FOREIGN.match(name))
+    return sorted(name for name in names if not FOREIGN.match(name) and not CONSTANT.search(name))
 
 
 def main():
