@@ -19,7 +19,9 @@ function(kxtile_add_test name)
     add_executable(${name} ${ARG_SOURCES})
     target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/tests")
     target_link_libraries(${name} PRIVATE kxtile_flags ${ARG_LIBRARIES} GTest::gmock_main)
-    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES LABELS "${ARG_LABELS}")
+    # Values of parameters stay out of the names: some hold addresses, which change from run to run.
+    gtest_discover_tests(${name} NO_PRETTY_VALUES DISCOVERY_TIMEOUT 60
+                         PROPERTIES LABELS "${ARG_LABELS}")
 endfunction()
 
 # kxtile_add_bench(<name> SOURCES <files> [LIBRARIES <targets>])

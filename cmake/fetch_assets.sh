@@ -28,7 +28,7 @@ command -v npm >/dev/null || fail "npm is missing; install it (Debian: apt-get i
 mkdir -p "$1"
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-(cd "$work" && npm pack --silent "$package" >/dev/null) ||
+(cd "$work" && npm pack --loglevel=error "$package" >/dev/null) ||
     fail "npm could not fetch $package; look at its message above"
 tar -xzf "$work"/three-globe-*.tgz -C "$work" "$member" || fail "$package does not hold $member"
 is_right "$work/$member" || fail "$member of $package is not the picture that was expected"
