@@ -5,46 +5,43 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
+
 namespace KxC {
 namespace {
 
 using Testing::ScriptedDefinition;
 using Testing::TemporaryFolder;
 
-int SchemeOf(const char* text)
+/// The record of a definition that `change` made different from a plain one.
+template <typename Change>
+std::unique_ptr<KxTSDParamItem> LoadedWith(Change change)
 {
     ScriptedDefinition definition;
-    definition.m_scheme = text;
-    KxTSDParamItem item;
-    item.LoadFromTSDFile("a.toml");
-    return item.m_nTileScheme;
+    change(definition);
+    auto item = std::make_unique<KxTSDParamItem>();
+    item->LoadFromTSDFile("a.toml");
+    return item;
+}
+
+int SchemeOf(const char* text)
+{
+    return LoadedWith([&](ScriptedDefinition& d) { d.m_scheme = text; })->m_nTileScheme;
 }
 
 int DatumOf(const char* text)
 {
-    ScriptedDefinition definition;
-    definition.m_datum = text;
-    KxTSDParamItem item;
-    item.LoadFromTSDFile("a.toml");
-    return item.m_nDatum;
+    return LoadedWith([&](ScriptedDefinition& d) { d.m_datum = text; })->m_nDatum;
 }
 
 int AxisOrderOf(const char* text)
 {
-    ScriptedDefinition definition;
-    definition.m_axisOrder = text;
-    KxTSDParamItem item;
-    item.LoadFromTSDFile("a.toml");
-    return item.m_nAxisOrder;
+    return LoadedWith([&](ScriptedDefinition& d) { d.m_axisOrder = text; })->m_nAxisOrder;
 }
 
 int SouthToNorthOf(const char* text)
 {
-    ScriptedDefinition definition;
-    definition.m_rowDirection = text;
-    KxTSDParamItem item;
-    item.LoadFromTSDFile("a.toml");
-    return item.m_nSouthToNorth;
+    return LoadedWith([&](ScriptedDefinition& d) { d.m_rowDirection = text; })->m_nSouthToNorth;
 }
 
 void LoadTemplate(KxTSDParamItem& item, const char* urlTemplate, int scheme = 10)
