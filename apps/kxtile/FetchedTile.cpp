@@ -22,6 +22,7 @@ using KxC::KxNetRequestInfo;
 using KxC::KxTileFetcher;
 using KxC::NetError;
 
+constexpr int kSchemeBingMap = 6;
 constexpr int kSchemeEarthHistory = 8;
 
 std::string HintFor(int status)
@@ -208,6 +209,8 @@ FetchTileOf(KxC::KxTSDParamItem& source, const HostTile& tile, bool useDiskCache
 {
     if (source.m_strUrlTemplate.IsEmpty() != 0 && source.m_bLuaScripted == 0)
         throw CommandError(kExitFailed, "the source has neither URL nor script");
+    if (source.m_nTileScheme == kSchemeBingMap && source.m_bLuaScripted == 0 && tile.m_z == 0)
+        throw CommandError(kExitNoTile, "services by quadkey have no level 0");
     KxNetGetch::ClearLastRequestInfo();
     FetchedTile fetched;
     if (useDiskCache)

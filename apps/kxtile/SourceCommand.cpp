@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "Command.h"
+#include "KxLuaToolkit.h"
 #include "Secrets.h"
 #include "SourceArgument.h"
 
@@ -104,6 +105,11 @@ Json Describe(const KxC::KxTSDParamItem& source, const Secrets& secrets)
 void RunShow(const GlobalOptions& options, const SourceArgument& argument)
 {
     const KxC::KxTSDParamItem* source = argument.Load();
+    if (source->m_bLuaScripted != 0 && KxC::KxLuaToolkit::GetLastError().IsEmpty() == 0)
+        fmt::print(stderr,
+                   "kxtile: {}: warning: the script does not load: {}\n",
+                   argument.GetText(),
+                   argument.GetSecrets().Mask(KxC::KxLuaToolkit::GetLastError().Cstr()));
     const Json description = Describe(*source, argument.GetSecrets());
     if (options.m_json) {
         PrintJson(description);

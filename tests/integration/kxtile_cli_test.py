@@ -198,6 +198,14 @@ class KxtileTest(unittest.TestCase):
             done = self.kxtile(command, definition, "0/0/0", status=1)
             self.assertIn(b"nothing", done.stderr)
 
+    def test_script_that_does_not_load_is_told_of_at_once(self):
+        definition = self.folder / "s.toml"
+        definition.write_text('script = "function GetTileURL("\n')
+        self.assertIn(b"does not load", self.kxtile("source", "show", definition).stderr)
+
+    def test_quadkeys_have_no_level_0(self):
+        self.kxtile("tile", self.url("/quadkey/marble/{$quadkey}.png"), "0/0/0", status=3)
+
     def test_source_show_masks_secrets(self):
         self.environment["TEST_KEY"] = "tell-nobody"
         definition = self.folder / "s.toml"
