@@ -2,6 +2,7 @@
 #include "KxRawDataTypeCache.h"
 
 #include "KxFile.h"
+#include "support/TempFolder.h"
 
 #include <benchmark/benchmark.h>
 #include <sqlite3.h>
@@ -24,8 +25,6 @@ struct FilledFolder
 {
     FilledFolder()
     {
-        std::string pattern = (std::filesystem::temp_directory_path() / "kxbenchXXXXXX").string();
-        m_folder = ::mkdtemp(pattern.data());
         KxFile::m_strAppCachePath = m_folder.c_str();
         KxRawDataTypeCacheManager manager;
         std::vector<unsigned char> bytes(kTileBytes, 7);
@@ -34,9 +33,9 @@ struct FilledFolder
         for (int i = 0; i < kTiles; ++i)
             manager.SaveTreeData(kType, handle, 12, i, i, item);
     }
-    ~FilledFolder() { std::filesystem::remove_all(m_folder); }
 
-    std::string m_folder;
+    TempFolder m_temporary;
+    std::string m_folder = m_temporary.Path().string();
 };
 
 const FilledFolder& Folder()

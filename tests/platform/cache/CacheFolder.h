@@ -3,6 +3,7 @@
 
 #include "KxFile.h"
 #include "KxRawDataTypeCache.h"
+#include "support/TempFolder.h"
 
 #include <gtest/gtest.h>
 #include <sqlite3.h>
@@ -85,17 +86,7 @@ inline std::string Query(const std::string& path, const std::string& sql)
 class CacheFolderTest : public testing::Test
 {
 protected:
-    CacheFolderTest()
-    {
-        std::string pattern = testing::TempDir() + "kxcacheXXXXXX";
-        m_folder = ::mkdtemp(pattern.data());
-        KxFile::m_strAppCachePath = m_folder.c_str();
-    }
-    ~CacheFolderTest() override
-    {
-        m_manager.reset();
-        std::filesystem::remove_all(m_folder);
-    }
+    CacheFolderTest() { KxFile::m_strAppCachePath = m_folder.c_str(); }
 
     std::string PathOf(const std::string& name) const
     {
@@ -104,7 +95,8 @@ protected:
     /// As another start of the program.
     void Restart() { m_manager = std::make_unique<Manager>(); }
 
-    std::string m_folder;
+    TempFolder m_temporary; // first, so that it goes when the manager has let go of its files
+    std::string m_folder = m_temporary.Path().string();
     std::unique_ptr<Manager> m_manager = std::make_unique<Manager>();
 };
 

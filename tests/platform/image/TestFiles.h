@@ -5,6 +5,7 @@
 // the library under test is never compared with itself.
 
 #include "KxImageData.h"
+#include "support/TempFolder.h"
 
 #include <functional>
 #include <memory>
@@ -90,16 +91,11 @@ Bytes FileBytes(const std::string& path);
 class TemporaryFolder
 {
 public:
-    TemporaryFolder();
-    ~TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    std::string Path(const std::string& name) const { return m_path + "/" + name; }
+    std::string Path(const std::string& name) const { return m_folder.File(name); }
     std::vector<std::string> Names() const;
 
 private:
-    std::string m_path;
+    TempFolder m_folder;
 };
 
 } // namespace KxC::ImageTest

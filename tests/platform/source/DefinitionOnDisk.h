@@ -2,6 +2,7 @@
 #pragma once
 
 #include "KxUtility.h"
+#include "support/TempFolder.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -57,19 +58,6 @@ struct LoadedDefinition
 class ScratchFolder
 {
 public:
-    ScratchFolder()
-    {
-        std::string name = std::filesystem::temp_directory_path() / "kxtile-test-XXXXXX";
-        m_path = ::mkdtemp(name.data()) == nullptr ? "" : name;
-    }
-    ~ScratchFolder()
-    {
-        std::error_code error;
-        std::filesystem::remove_all(m_path, error);
-    }
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
-
     const std::string& Path() const { return m_path; }
 
     std::string Write(const std::string& name, const std::string& text) const
@@ -81,7 +69,8 @@ public:
     }
 
 private:
-    std::string m_path;
+    TempFolder m_folder;
+    std::string m_path = m_folder.Path().string();
 };
 
 /// Every message as one line: "error 3 url: ...".
