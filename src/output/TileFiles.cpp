@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
 // The operations that leave a tile as a file of the cache folder tree.
-#include "KxTileFetcher.h"
-#include "TileFile.h"
-
 #include "KxTSDParam.h"
+#include "KxTileFetcher.h"
 #include "KxUtility.h"
+#include "TileFile.h"
 
 #include <exception>
 
@@ -15,13 +14,7 @@ namespace {
 constexpr int kSchemeEarthHistory = 8;
 constexpr int kHistoryTileSize = 256;
 
-TileFileRequest RequestFor(const KxTSDParamItem& source, const KxString& ext, int x, int y, int z)
-{
-    return {source.m_strHashKey, ext, x, y, z, 0, false, false};
-}
-
-TileFetch
-FetchOf(KxTSDParamItem* source, const TileFileRequest& request, int requestParam)
+TileFetch FetchOf(KxTSDParamItem* source, const TileFileRequest& request, int requestParam)
 {
     return [=]() {
         KxRawData* tile = nullptr;
@@ -74,8 +67,12 @@ unsigned char KxTileFetcher::FetchWMTileFile(KxString& path,
                                                                       imageFormat,
                                                                       0,
                                                                       KxTime());
-        TileFileRequest request = RequestFor(*source, imageFormat, x, y, z);
-        request.m_nTileSize = tileSize;
+        const TileFileRequest request{.m_strFolder = source->m_strHashKey,
+                                      .m_strAskedExt = imageFormat,
+                                      .m_nX = x,
+                                      .m_nY = y,
+                                      .m_nZ = z,
+                                      .m_nTileSize = tileSize};
         return FetchTileFile(path, request, FetchOf(source, request, requestParam));
     });
 }
@@ -85,9 +82,13 @@ unsigned char KxTileFetcher::FetchWMTileFile2(
 {
     return WithoutThrowing(path, [&] {
         KxTSDParamItem* const source = m_gTSDParamManager.GetTSDParam(key);
-        TileFileRequest request = RequestFor(*source, source->m_strImageFormat, x, y, z);
-        request.m_nTileSize = tileSize;
-        request.m_bMakesFolder = true;
+        const TileFileRequest request{.m_strFolder = source->m_strHashKey,
+                                      .m_strAskedExt = source->m_strImageFormat,
+                                      .m_nX = x,
+                                      .m_nY = y,
+                                      .m_nZ = z,
+                                      .m_nTileSize = tileSize,
+                                      .m_bMakesFolder = true};
         return FetchTileFile(path, request, FetchOf(source, request, requestParam));
     });
 }
@@ -104,8 +105,12 @@ unsigned char KxTileFetcher::FetchGEHistoryTileFile(KxString& path,
     return WithoutThrowing(path, [&] {
         KxTSDParamItem* const source = m_gTSDParamManager.GetTSDParam(
             urlTemplate, "", kSchemeEarthHistory, 0, 0, 0, kHistoryTileSize, "jpeg", 1, date);
-        TileFileRequest request = RequestFor(*source, "jpeg", x, y, z);
-        request.m_nTileSize = tileSize;
+        const TileFileRequest request{.m_strFolder = source->m_strHashKey,
+                                      .m_strAskedExt = "jpeg",
+                                      .m_nX = x,
+                                      .m_nY = y,
+                                      .m_nZ = z,
+                                      .m_nTileSize = tileSize};
         return FetchTileFile(path, request, [&]() {
             KxRawData* tile = nullptr;
             FetchWMTile3(tile, source, x, y, z, tileSize, requestParam);
@@ -123,8 +128,13 @@ unsigned char KxTileFetcher::FetchTileFileFromRaster(KxString& path,
                                                      int tileSize)
 {
     return WithoutThrowing(path, [&] {
-        const TileFileRequest request{
-            KxUtility::GetValidHashKey(dataPath), imageFormat, x, y, z, tileSize, false, true};
+        const TileFileRequest request{.m_strFolder = KxUtility::GetValidHashKey(dataPath),
+                                      .m_strAskedExt = imageFormat,
+                                      .m_nX = x,
+                                      .m_nY = y,
+                                      .m_nZ = z,
+                                      .m_nTileSize = tileSize,
+                                      .m_bDotBeforeOwnExt = true};
         return FetchTileFile(path, request, [&]() {
             KxRawData* tile = nullptr;
             FetchTileFromRaster(tile, dataPath, x, y, z, tileSize);
