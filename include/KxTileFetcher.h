@@ -44,6 +44,42 @@ public:
     static int CalcTSZLevel(double resolution);
 
     /// @}
+    /// @name Grid arithmetic
+    /// Fractional tile coordinates: the whole part is the tile, the fraction the position inside it
+    /// from its west and south edges. Columns grow to the east, rows to the north. A negative
+    /// result lies outside the grid.
+    /// @{
+
+    /// Web Mercator grid: n x n tiles, n = 2^level, from the sphere's south-west corner. At and
+    /// beyond the poles the row is -1.
+    /// @param longitude, latitude  radians, WGS 84
+    /// @param deviationType        KxDatum of the grid
+    static void GetWMColRow(double& column,
+                            double& row,
+                            double longitude,
+                            double latitude,
+                            int level,
+                            int deviationType);
+    /// Baidu grid: tiles of 256 pixels from the Baidu plane's origin, one plane unit a pixel at
+    /// level 18. Where the plane is not defined both results are -1.
+    /// @param longitude, latitude  radians, WGS 84
+    /// @param deviationType        KxDatum of the grid
+    static void GetBaiDuMapColRow(double& column,
+                                  double& row,
+                                  double longitude,
+                                  double latitude,
+                                  int level,
+                                  int deviationType);
+    /// The grid of a tile source: Web Mercator for the schemes 3, 6 and 10, Baidu's for 4 and 13,
+    /// for all others the geographic square from -180 to 180 degrees on both axes, without
+    /// deviation.
+    /// @param scheme         KxTSDParamItem::m_nTileScheme
+    /// @param x, y           Web Mercator metres
+    /// @param deviationType  KxTSDParamItem::m_nDatum
+    static void GetColRow(
+        double& column, double& row, int scheme, double x, double y, int level, int deviationType);
+
+    /// @}
     /// @name Single tiles of the source's own grid
     /// @{
 
@@ -91,7 +127,6 @@ public:
     /// @}
     /// @name Encoded tiles
     /// @{
-
     /// Downloads the service's tile as it is, past both caches. The row is the service's own:
     /// it is not turned for services that count from the north.
     /// @param out       receives the bytes, owned by the caller; without bytes where the service
