@@ -69,8 +69,6 @@ inline Pixel PixelAt(const KxImageData& image, int row, int column)
 class OutputTileTest : public RetrievalTest
 {
 protected:
-    ~OutputTileTest() override { Out(); }
-
     static std::string Url(const SourceTile& tile)
     {
         return "http://s/" + std::to_string(tile.m_level) + "/" + std::to_string(tile.m_col) + "/" +
@@ -101,7 +99,6 @@ protected:
     /// Keeps what an operation made; the result is to be read afterwards.
     KxRawData*& NewOut()
     {
-        Out();
         m_tile.reset();
         m_out = nullptr;
         return m_out;
