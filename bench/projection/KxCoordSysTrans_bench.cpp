@@ -14,6 +14,7 @@ namespace {
 const KxCoordSysTrans& Utm()
 {
     static const KxCoordSysTrans* transform = [] {
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): the other threads wait for this
         ::setenv("KXTILE_PLUGIN_PATH", KX_PLUGIN_FOLDER, 1);
         return m_gCoordSysTransManager.GetKxCoordSysTrans("32632", ProjectStringType_EPSG);
     }();
@@ -22,13 +23,13 @@ const KxCoordSysTrans& Utm()
 
 std::vector<KxPoint3d> Row(int count)
 {
-    std::vector<KxPoint3d> points;
+    std::vector<KxPoint3d> points(static_cast<std::size_t>(count));
     for (int i = 0; i < count; ++i)
-        points.emplace_back(500000.0 + 10 * i, 5400000.0 + i, 0);
+        points[static_cast<std::size_t>(i)] = {500000.0 + 10 * i, 5400000.0 + i, 0};
     return points;
 }
 
-void BM_PointByPoint(benchmark::State& state)
+void PointByPoint(benchmark::State& state)
 {
     const KxCoordSysTrans& transform = Utm();
     const std::vector<KxPoint3d> in = Row(256);
@@ -40,9 +41,9 @@ void BM_PointByPoint(benchmark::State& state)
         }
     state.SetItemsProcessed(state.iterations() * 256);
 }
-BENCHMARK(BM_PointByPoint)->Threads(1)->Threads(2)->UseRealTime();
+BENCHMARK(PointByPoint)->Threads(1)->Threads(2)->UseRealTime();
 
-void BM_RowAtOnce(benchmark::State& state)
+void RowAtOnce(benchmark::State& state)
 {
     const KxCoordSysTrans& transform = Utm();
     const std::vector<KxPoint3d> in = Row(256);
@@ -53,10 +54,10 @@ void BM_RowAtOnce(benchmark::State& state)
     }
     state.SetItemsProcessed(state.iterations() * 256);
 }
-BENCHMARK(BM_RowAtOnce)->Threads(1)->Threads(2)->UseRealTime();
+BENCHMARK(RowAtOnce)->Threads(1)->Threads(2)->UseRealTime();
 
 /// A transform that nobody has asked for before.
-void BM_Init(benchmark::State& state)
+void Init(benchmark::State& state)
 {
     Utm();
     for (auto _ : state) {
@@ -65,7 +66,7 @@ void BM_Init(benchmark::State& state)
         benchmark::DoNotOptimize(transform);
     }
 }
-BENCHMARK(BM_Init)->Unit(benchmark::kMillisecond);
+BENCHMARK(Init)->Unit(benchmark::kMillisecond);
 
 } // namespace
 

@@ -13,6 +13,7 @@ TEST(GdalAccessorNetwork, FetchesNoGridsWhateverTheEnvironmentSays)
 {
     // PROJ would look for the grids of Great Britain's datum shift on this server.
     const KxC::Testing::LoopbackServer server;
+    // NOLINTBEGIN(concurrency-mt-unsafe): the server's thread reads no environment
     ::setenv("PROJ_NETWORK", "ON", 1);
     ::setenv("PROJ_NETWORK_ENDPOINT", server.Url("").c_str(), 1);
     const std::unique_ptr<KxRasterDataAccessor> accessor = NewAccessor();
@@ -22,6 +23,7 @@ TEST(GdalAccessorNetwork, FetchesNoGridsWhateverTheEnvironmentSays)
     accessor->WGS84PtToSrcPt({-2, 54, 0}, out);
     ::unsetenv("PROJ_NETWORK");
     ::unsetenv("PROJ_NETWORK_ENDPOINT");
+    // NOLINTEND(concurrency-mt-unsafe)
     EXPECT_GT(out.x, 0);
     EXPECT_EQ(server.ConnectionCount(), 0);
 }
