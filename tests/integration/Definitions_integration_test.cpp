@@ -27,6 +27,13 @@ double MeanDifference(const Pixels& a, const Pixels& b)
     return sum / static_cast<double>(a.size());
 }
 
+/// Whether a source's tiles are those of Web Mercator on WGS 84, 256 pixels wide.
+bool HasPlainGrid(const KxTSDParamItem& item)
+{
+    const bool isMercator = item.m_nTileScheme == 10 || item.m_nTileScheme == 6;
+    return isMercator && item.m_nDatum == 0 && item.m_nTileSize == 256;
+}
+
 TEST_F(DefinitionsOverHttp, TheExamplesShowOnePlace)
 {
     const Pixels reference = Fetch(Source("/xyz/marble/{$z}/{$x}/{$y}.png"), kLevel, kRow, kCol);
@@ -35,6 +42,8 @@ TEST_F(DefinitionsOverHttp, TheExamplesShowOnePlace)
     for (const auto& entry : std::filesystem::directory_iterator(KXTILE_EXAMPLE_SOURCES)) {
         KxTSDParamItem item;
         item.LoadFromTSDFile(entry.path().c_str());
+        if (!HasPlainGrid(item))
+            continue;
         const Pixels pixels = Fetch(item, kLevel, kRow, kCol);
         ASSERT_EQ(pixels.size(), reference.size()) << entry.path();
         // Lossy formats differ by a few grey levels; another place differs by dozens.
@@ -42,6 +51,31 @@ TEST_F(DefinitionsOverHttp, TheExamplesShowOnePlace)
         ++count;
     }
     EXPECT_EQ(count, 6);
+}
+
+TEST_F(DefinitionsOverHttp, TheExamplesOfOtherGridsAskForTheRightTiles)
+{
+    const struct
+    {
+        const char* file;
+        int level, row, col; ///< rows from the south
+        const char* path;
+    } kExamples[] = {
+        {"baidu.toml", 5, 2, 6, "/baidu/marble.jpg?x=6&y=2&z=5"},
+        {"baidu.toml", 5, -3, -4, "/baidu/marble.jpg?x=M4&y=M3&z=5"},
+        {"gcj02.toml", 3, 5, 6, "/xyz-gcj02/marble/3/6/2.jpg"},
+        {"bd09.toml", 3, 5, 6, "/xyz-bd09/marble/3/6/2.jpg"},
+        {"tianditu.toml", 3, 4, 6, "/tianditu/marble/3/6/1.jpg"},
+        {"geographic.toml", 3, 4, 6, "/geographic/marble/3/6/3.jpg"},
+        {"large-tiles.toml", 2, 2, 3, "/xyz-512/marble/2/3/1.jpg"},
+    };
+    for (const auto& example : kExamples) {
+        KxTSDParamItem item;
+        item.LoadFromTSDFile((std::string(KXTILE_EXAMPLE_SOURCES "/") + example.file).c_str());
+        const Pixels pixels = Fetch(item, example.level, example.row, example.col);
+        EXPECT_EQ(m_origin.Requests().back()["path"], example.path);
+        EXPECT_EQ(pixels, Fetch(Source(example.path), 0, 0, 0)) << example.file;
+    }
 }
 
 TEST_F(DefinitionsOverHttp, AnotherPlaceDiffersByMore)
