@@ -2,6 +2,7 @@
 #include "Routes.h"
 
 #include "Conventions.h"
+#include "EarthRoutes.h"
 #include "IndexPage.h"
 #include "Paths.h"
 
@@ -15,7 +16,6 @@ namespace KxOrigin {
 
 namespace {
 
-constexpr std::string_view kApiKey = "let-me-in";
 constexpr std::string_view kAgentStart = "KxTile";
 
 /// What is left of a path: the parts behind those that were already understood.
@@ -328,7 +328,7 @@ struct RouteEntry
     Answer (*handle)(Parts parts, const Request& request);
 };
 
-constexpr std::array<RouteEntry, 24> kRoutes{{
+constexpr std::array<RouteEntry, 27> kRoutes{{
     {"xyz", Xyz},
     {"xyz-512", Xyz512},
     {"xyz-gcj02", XyzGcj02},
@@ -349,6 +349,9 @@ constexpr std::array<RouteEntry, 24> kRoutes{{
     {"key", Key},
     {"agent", Agent},
     {"agent-is", AgentIs},
+    {"earth", RouteEarth},
+    {"earth-with", RouteEarthWith},
+    {"earth-broken", RouteEarthBroken},
     {"status", Status},
     {"truncated", Truncated},
     {"empty", Empty},

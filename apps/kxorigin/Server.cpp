@@ -164,7 +164,8 @@ MHD_Result AnswerRequest(Server::State& state,
                           path,
                           HeaderOf(connection, MHD_HTTP_HEADER_USER_AGENT),
                           HeaderOf(connection, "X-Api-Key"),
-                          QueryOf(exchange.uri)};
+                          QueryOf(exchange.uri),
+                          HeaderOf(connection, MHD_HTTP_HEADER_HOST)};
     const Response response = state.service.Respond(request);
     // Logged before it is sent: whoever has the answer finds its line in the log.
     Log(state.log, connection, exchange, request, response);
