@@ -81,6 +81,30 @@ TEST_F(CurlTransferTest, ClosingWithoutAnswerIsTransient)
     ExpectTransient("/close", "without an answer");
 }
 
+TEST_F(CurlTransferTest, AnswerBelowTheFloorOnSpeedIsTransient)
+{
+    m_server.On("/stalls", [](LoopbackConnection& connection, const LoopbackRequest&) {
+        connection.Send("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nten bytes.");
+        connection.WaitForEnd();
+    });
+    CurlTransfer impatient(m_clock, 1s);
+    HttpRequest request = RequestTo(m_server.Url("/stalls"), 2s);
+    // Far beyond the patience: only the floor can end this.
+    request.deadline += 1h;
+    const HttpAnswer answer = impatient.Send(request);
+    EXPECT_TRUE(answer.transient);
+    EXPECT_THAT(answer.cause, HasSubstr("slower than 100 bytes a second"));
+    EXPECT_EQ(10U, answer.bytesReceived);
+}
+
+TEST_F(CurlTransferTest, TellsTheVersionOfHttp)
+{
+    m_server.On("/old", SendsAndCloses("HTTP/1.0 200 OK\r\n\r\ntile"));
+    m_server.On("/usual", Answers(200, "tile"));
+    EXPECT_EQ(10, Send("/old").httpVersion);
+    EXPECT_EQ(11, Send("/usual").httpVersion);
+}
+
 TEST_F(CurlTransferTest, ErrorPageThatBreaksOffStillSaysItsStatus)
 {
     m_server.On("/short",
