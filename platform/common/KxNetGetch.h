@@ -22,7 +22,9 @@ struct KxNetRequestInfo
     NetError m_result = NetError_Success;
     int m_nHttpStatus = 0;  ///< of the last attempt; 0 when no answer came
     int m_nHttpVersion = 0; ///< of that answer: 10, 11 or 20 for HTTP/1.0, 1.1 and 2
-    int m_nAttempts = 0;    ///< requests sent, also by a thread that shared; 0 when refused
+    /// Tries, also those of a thread that shared; 0 when refused. A request that goes out once more
+    /// because a kept connection turned out to be closed is one try.
+    int m_nAttempts = 0;
     unsigned long long m_nBytes = 0; ///< bytes of body received in the last attempt
     double m_dSeconds = 0.0;         ///< from the call to its end, all attempts
     KxString m_strContentType;       ///< of the answer, empty when there was none

@@ -134,8 +134,12 @@ bool IsTransient(const TransferFault& fault)
     case CURLE_HTTP2:
     case CURLE_HTTP2_STREAM:
         return true;
-    default:
+    case CURLE_COULDNT_CONNECT:
+    case CURLE_SSL_CONNECT_ERROR:
+        // Only here: otherwise the number may be left over from an earlier request.
         return fault.systemError == ECONNRESET;
+    default:
+        return false;
     }
 }
 

@@ -75,6 +75,15 @@ TEST_F(CurlTransferTest, ResetIsTransient)
     ExpectTransient("/reset", "127.0.0.1");
 }
 
+TEST_F(CurlTransferTest, EarlierResetDoesNotExcuseALaterFault)
+{
+    m_server.On("/reset",
+                [](LoopbackConnection& connection, const LoopbackRequest&) { connection.Reset(); });
+    m_server.On("/loop", Answers(302, "", "Location: /loop\r\n"));
+    EXPECT_TRUE(Send("/reset").transient);
+    EXPECT_FALSE(Send("/loop").transient);
+}
+
 TEST_F(CurlTransferTest, ClosingWithoutAnswerIsTransient)
 {
     m_server.On("/close", SendsAndCloses(""));

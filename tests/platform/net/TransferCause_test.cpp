@@ -79,6 +79,8 @@ TEST(TransferCause, OnlyResetsAndTimeOutsPass)
         EXPECT_FALSE(IsTransient(fault)) << code;
     }
     fault.systemError = ECONNRESET;
+    EXPECT_FALSE(IsTransient(fault)) << "the number is not this request's";
+    fault.code = CURLE_SSL_CONNECT_ERROR;
     EXPECT_TRUE(IsTransient(fault));
     fault.stop = AnswerReceiver::Stop::BodyTooLarge;
     EXPECT_FALSE(IsTransient(fault));
