@@ -2,6 +2,7 @@
 #include "Routes.h"
 
 #include "Conventions.h"
+#include "Faults.h"
 #include "IndexPage.h"
 #include "Paths.h"
 
@@ -279,13 +280,19 @@ Answer Html(Parts parts, const Request&)
     return OrderXyz(parts, Dressing::Html);
 }
 
+/// What a good address names has been cut off before: this one is not good.
+Answer MalformedFault(Parts, const Request&)
+{
+    return Malformed(std::string(kFaultUsage));
+}
+
 struct RouteEntry
 {
     std::string_view name;
     Answer (*handle)(Parts parts, const Request& request);
 };
 
-constexpr std::array<RouteEntry, 19> kRoutes{{
+constexpr std::array<RouteEntry, 20> kRoutes{{
     {"xyz", Xyz},
     {"tms", Tms},
     {"quadkey", QuadKey},
@@ -305,6 +312,7 @@ constexpr std::array<RouteEntry, 19> kRoutes{{
     {"truncated", Truncated},
     {"empty", Empty},
     {"html", Html},
+    {"fault", MalformedFault},
 }};
 
 Answer RoutePath(const std::vector<std::string>& segments, const Request& request)
