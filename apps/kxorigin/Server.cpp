@@ -154,6 +154,12 @@ MHD_Result Send(MHD_Connection* connection, const Response& response)
     return MHD_queue_response(connection, static_cast<unsigned int>(response.status), made.get());
 }
 
+std::string QueryOf(const std::string& uri)
+{
+    const std::size_t mark = uri.find('?');
+    return mark == std::string::npos ? "" : uri.substr(mark + 1);
+}
+
 MHD_Result AnswerRequest(Server::State& state,
                          MHD_Connection* connection,
                          Exchange& exchange,
@@ -163,7 +169,8 @@ MHD_Result AnswerRequest(Server::State& state,
     Request request{method,
                     path,
                     HeaderOf(connection, MHD_HTTP_HEADER_USER_AGENT),
-                    HeaderOf(connection, "X-Api-Key")};
+                    HeaderOf(connection, "X-Api-Key"),
+                    QueryOf(exchange.uri)};
     const auto fault = state.faults.Meet(request, exchange.uri);
     Response response = state.service.Respond(request);
     exchange.isPlayed = fault && response.status == MHD_HTTP_OK;
