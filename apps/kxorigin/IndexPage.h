@@ -55,6 +55,9 @@ Faults
   /truncated/P/{z}/{x}/{y}.F       the first half of the image
   /empty/P/{z}/{x}/{y}.F           200 without a body
   /html/P/{z}/{x}/{y}.F            200 with an HTML error page
+  /fault/{kind}/{times}/{route}    any route of a tile, whose addresses fail so often, or always:
+                                   status-CODE busy-SECONDS short long late-MS drip-MS drop reset
+                                   redirect-COUNT loop to-file to-ftp gigabyte endless flood
 )";
 
 } // namespace KxOrigin

@@ -3,6 +3,7 @@
 
 #include "Conventions.h"
 #include "EarthRoutes.h"
+#include "Faults.h"
 #include "IndexPage.h"
 #include "Paths.h"
 
@@ -322,13 +323,19 @@ Answer Html(Parts parts, const Request&)
     return OrderXyz(parts, Dressing::Html);
 }
 
+/// What a good address names has been cut off before: this one is not good.
+Answer MalformedFault(Parts, const Request&)
+{
+    return Malformed(std::string(kFaultUsage));
+}
+
 struct RouteEntry
 {
     std::string_view name;
     Answer (*handle)(Parts parts, const Request& request);
 };
 
-constexpr std::array<RouteEntry, 27> kRoutes{{
+constexpr std::array<RouteEntry, 28> kRoutes{{
     {"xyz", Xyz},
     {"xyz-512", Xyz512},
     {"xyz-gcj02", XyzGcj02},
@@ -356,6 +363,7 @@ constexpr std::array<RouteEntry, 27> kRoutes{{
     {"truncated", Truncated},
     {"empty", Empty},
     {"html", Html},
+    {"fault", MalformedFault},
 }};
 
 Answer RoutePath(const std::vector<std::string>& segments, const Request& request)
