@@ -3,9 +3,11 @@
 
 #include "DefinitionAdvice.h"
 #include "DefinitionFile.h"
+#include "FormDetection.h"
 #include "Forms.h"
 #include "KxFile.h"
 #include "TextRules.h"
+#include "XmlDocument.h"
 
 #include <unistd.h>
 
@@ -36,11 +38,43 @@ DefinitionPath FindPath(const std::string& path)
     return ::access(path.c_str(), F_OK) == 0 ? DefinitionPath{path, ""} : SplitPath(path);
 }
 
+/// Says what is wrong with an XML document that is none of the known forms.
+void ReportUnknownXml(const DefinitionText& source, Report& report)
+{
+    XmlDocument document(source.text);
+    if (document.Parse(report))
+        report.Error(document.LineOf(document.Root()),
+                     "",
+                     "is XML headed <" + Printable(document.Root().name()) +
+                         ">, which describes no tile source; known are <GDAL_WMS> and "
+                         "<qgsXYZTilesConnections>");
+}
+
+Definition ReadForm(const DefinitionText& source, Report& report)
+{
+    switch (DetectForm(source.text)) {
+    case DefinitionForm::TileJson:
+        return ReadTileJsonForm(source, report);
+    case DefinitionForm::GdalWms:
+        return ReadGdalWmsForm(source, report);
+    case DefinitionForm::Qgis:
+        return ReadQgisForm(source, report);
+    case DefinitionForm::MapProxy:
+        return ReadMapProxyForm(source, report);
+    case DefinitionForm::UnknownXml:
+        ReportUnknownXml(source, report);
+        return {};
+    case DefinitionForm::Toml:
+        break;
+    }
+    return ReadTomlForm(source, report);
+}
+
 Definition ReadText(std::string_view text, const DefinitionPath& path, Report& report)
 {
     const KxString folder = KxFile::GetDir(path.file.c_str());
     const DefinitionText source{WithoutByteOrderMark(text), folder.Cstr(), path.wanted};
-    const Definition definition = ReadTomlForm(source, report);
+    const Definition definition = ReadForm(source, report);
     if (!report.Failed())
         AdviseOn(definition, report);
     return definition;

@@ -20,5 +20,9 @@ struct DefinitionText
 // One reader for each form. The result is good only when the report has not failed.
 
 Definition ReadTomlForm(const DefinitionText& source, Report& report);
+Definition ReadTileJsonForm(const DefinitionText& source, Report& report);
+Definition ReadGdalWmsForm(const DefinitionText& source, Report& report);
+Definition ReadQgisForm(const DefinitionText& source, Report& report);
+Definition ReadMapProxyForm(const DefinitionText& source, Report& report);
 
 } // namespace KxC
