@@ -225,6 +225,8 @@ TEST(HostileForms, MessagesQuoteNoKeyOfTheAddress)
     Check("{\"tiles\":[\"http://a/{z}/{x}/{q}/{bad}?key=s3cret\"]}");
     EXPECT_THAT(AllMessages(), HasSubstr("{bad}"));
     EXPECT_THAT(AllMessages(), Not(HasSubstr("s3cret")));
+    Check("{\"tiles\":[\"http://a/{z}/${?key=s3cret&x={x}/{y}\"]}");
+    EXPECT_THAT(AllMessages(), Not(HasSubstr("s3cret")));
 }
 
 } // namespace
