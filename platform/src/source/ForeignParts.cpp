@@ -81,7 +81,7 @@ std::string OtherNames(const std::vector<std::string>& names, std::size_t chosen
 
 void TakeForeignUrl(const std::string& url,
                     const Place& place,
-                    UrlContext context,
+                    const UrlContext& context,
                     ForeignDefinition& target)
 {
     target.definition.places["url"] = place;

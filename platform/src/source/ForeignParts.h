@@ -34,7 +34,7 @@ struct ForeignDefinition
 /// Texts of other programs' files stand as they are written: no environment variables.
 void TakeForeignUrl(const std::string& url,
                     const Place& place,
-                    UrlContext context,
+                    const UrlContext& context,
                     ForeignDefinition& target);
 
 /// Takes a text over into `value`; one with control characters is an error.
