@@ -69,6 +69,8 @@ inline Pixel PixelAt(const KxImageData& image, int row, int column)
 class OutputTileTest : public RetrievalTest
 {
 protected:
+    ~OutputTileTest() override { Out(); }
+
     static std::string Url(const SourceTile& tile)
     {
         return "http://s/" + std::to_string(tile.m_level) + "/" + std::to_string(tile.m_col) + "/" +
@@ -99,6 +101,7 @@ protected:
     /// Keeps what an operation made; the result is to be read afterwards.
     KxRawData*& NewOut()
     {
+        Out();
         m_tile.reset();
         m_out = nullptr;
         return m_out;
