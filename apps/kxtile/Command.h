@@ -32,7 +32,7 @@ struct GlobalOptions
     int TimeoutMs() const { return static_cast<int>(m_timeoutSeconds * 1000.0); }
 };
 
-/// Ends a command: what failed, and how to mend it.
+/// Ends a command: what failed, and how to mend it. Without words where the command has told all.
 class CommandError : public std::runtime_error
 {
 public:

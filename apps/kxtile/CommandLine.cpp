@@ -116,7 +116,8 @@ int RunCommandLine(int argc, const char* const* argv)
     } catch (const CLI::ParseError& error) {
         return ReportUsage(app, options, error);
     } catch (const CommandError& error) {
-        ReportError(options, error.what(), error.m_hint);
+        if (*error.what() != '\0') // else the command has told everything itself
+            ReportError(options, error.what(), error.m_hint);
         return error.m_exitCode;
     } catch (const std::exception& error) {
         ReportError(options, error.what(), "");

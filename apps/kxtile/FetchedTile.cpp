@@ -166,6 +166,17 @@ std::string Origin(unsigned long long memoryHitsBefore)
     return hit ? "memory" : "disk";
 }
 
+/// The name of a definition file's part of the cache says little about whose it is.
+void DescribeInCache(const KxC::KxTSDParamItem& source)
+{
+    const std::string path = source.m_strKey.Cstr();
+    if (source.m_bFromDefinitionFile != 0)
+        KxC::m_gRawDataTypeCacheManager.DescribeSubTree(
+            KxC::KxRawDataTypeCacheManager::CacheType_SourceTile,
+            source.m_strHashKey,
+            path.substr(path.rfind('/') + 1).c_str());
+}
+
 void FetchThroughCaches(FetchedTile& fetched,
                         KxC::KxTSDParamItem& source,
                         const HostTile& tile,
@@ -183,6 +194,7 @@ void FetchThroughCaches(FetchedTile& fetched,
     fetched.m_url = UrlOf(source, tile);
     CheckPicture(result, inMemory, fetched.m_url);
     fetched.m_from = Origin(hitsBefore);
+    DescribeInCache(source);
     fetched.m_bytes = BytesOnDisk(source, tile);
     if (fetched.m_bytes == nullptr) {
         fmt::print(stderr,

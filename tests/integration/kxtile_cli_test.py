@@ -318,7 +318,7 @@ class KxtileTest(unittest.TestCase):
 
     def test_help_of_every_command_shows_an_example(self):
         for command in ["", "tile", "url", "quadkey", "sheet", "source", "source show", "cache",
-                        "cache info", "cache clear"]:
+                        "cache info", "cache clear", "cache verify", "cache export"]:
             done = self.kxtile(*command.split(), "--help")
             self.assertIn(b"kxtile " + command.split(" ")[0].encode(),
                           done.stdout.split(b"Example")[1])
