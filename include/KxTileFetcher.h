@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "KxCoordSysTrans.h"
 #include "KxNetGetch.h"
 #include "KxRawData.h"
 #include "KxRawDataTypeCache.h"
@@ -78,6 +79,12 @@ public:
     /// @param deviationType  KxTSDParamItem::m_nDatum
     static void GetColRow(
         double& column, double& row, int scheme, double x, double y, int level, int deviationType);
+
+    /// The geographic square's place of a point of another coordinate system. A transform that
+    /// does not convert gives the place of longitude 0, latitude 0; null gives -1 for both.
+    /// @param x, y  in the transform's source system
+    static void GetLLColRow2(
+        double& column, double& row, KxCoordSysTrans* transform, double x, double y, int level);
 
     /// @}
     /// @name Single tiles of the source's own grid
