@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "ShiftedSampler.h"
 
+#include "BlockSampler.h"
 #include "GridRows.h"
+#include "JoinedTiles.h"
 #include "PixelCopy.h"
 #include "Sampler.h"
 
@@ -10,98 +12,6 @@
 namespace KxC {
 
 namespace {
-
-/// Source tiles of one size as one large picture, whose pixels count from the range's south-west
-/// corner.
-class JoinedTiles
-{
-public:
-    /// @return nothing where the pictures differ in size
-    static std::optional<JoinedTiles> Of(const SourceTiles& tiles);
-
-    double Width() const { return static_cast<double>(m_columns.size()); }
-    double Height() const { return static_cast<double>(m_rows.size()); }
-    int TileWidth() const { return m_tileWidth; }
-    int TileHeight() const { return m_tileHeight; }
-
-    /// Copies one pixel; nothing where no picture is.
-    template <int ToSize>
-    void CopyTo(unsigned char* to, std::size_t row, std::size_t column) const
-    {
-        const Place& y = m_rows[row];
-        const Place& x = m_columns[column];
-        const Picture& picture = m_pictures[y.m_tile + x.m_tile];
-        if (picture.m_bytes == nullptr)
-            return;
-        const unsigned char* from = picture.m_bytes + y.m_pixel * picture.m_rowBytes;
-        if (picture.m_pixelSize == 4)
-            CopyPixel<4, ToSize>(from + x.m_pixel * 4, to);
-        else
-            CopyPixel<3, ToSize>(from + x.m_pixel * 3, to);
-    }
-
-private:
-    struct Picture
-    {
-        const unsigned char* m_bytes = nullptr;
-        std::size_t m_rowBytes = 0;
-        int m_pixelSize = 0;
-    };
-    /// A row or column of the large picture: where its tiles begin in m_pictures, and which row or
-    /// column of theirs it is.
-    struct Place
-    {
-        std::size_t m_tile;
-        std::size_t m_pixel;
-    };
-
-    bool Take(const KxImageData* image);
-    static std::vector<Place> PlacesOf(long long tiles, std::size_t tileStep, int pixels);
-
-    int m_tileWidth = 0;
-    int m_tileHeight = 0;
-    std::vector<Picture> m_pictures;
-    std::vector<Place> m_columns;
-    std::vector<Place> m_rows;
-};
-
-std::optional<JoinedTiles> JoinedTiles::Of(const SourceTiles& tiles)
-{
-    const TileRange& range = tiles.Range();
-    JoinedTiles joined;
-    for (int row = range.m_minRow; row <= range.m_maxRow; ++row)
-        for (int col = range.m_minCol; col <= range.m_maxCol; ++col)
-            if (!joined.Take(tiles.ImageAt(row, col)))
-                return std::nullopt;
-    joined.m_columns = PlacesOf(range.Columns(), 1, joined.m_tileWidth);
-    joined.m_rows =
-        PlacesOf(range.Rows(), static_cast<std::size_t>(range.Columns()), joined.m_tileHeight);
-    return joined;
-}
-
-bool JoinedTiles::Take(const KxImageData* image)
-{
-    m_pictures.emplace_back();
-    if (image == nullptr)
-        return true;
-    if (m_tileWidth == 0) {
-        m_tileWidth = image->GetWidth();
-        m_tileHeight = image->GetHeight();
-    }
-    m_pictures.back() = {
-        image->GetData(), static_cast<std::size_t>(image->GetRowBytes()), image->GetPixelSize()};
-    return image->GetWidth() == m_tileWidth && image->GetHeight() == m_tileHeight;
-}
-
-std::vector<JoinedTiles::Place>
-JoinedTiles::PlacesOf(long long tiles, std::size_t tileStep, int pixels)
-{
-    std::vector<Place> places;
-    for (std::size_t tile = 0; tile < static_cast<std::size_t>(tiles); ++tile)
-        for (std::size_t pixel = 0; pixel < static_cast<std::size_t>(pixels); ++pixel)
-            places.push_back({tile * tileStep, pixel});
-    return places;
-}
 
 /// One axis of the large picture: from places in tiles to pixels.
 struct PixelAxis
@@ -141,11 +51,11 @@ public:
         : m_output(output), m_axes(axes), m_tiles(tiles), m_grid(grid), m_joined(joined),
           m_rowsOfPlaces(grid, axes.m_xs), m_x{static_cast<double>(tiles.Range().m_minCol),
                                                static_cast<double>(joined.TileWidth()),
-                                               joined.Width(),
+                                               static_cast<double>(joined.Width()),
                                                0},
           m_y{static_cast<double>(tiles.Range().m_minRow),
               static_cast<double>(joined.TileHeight()),
-              joined.Height(),
+              static_cast<double>(joined.Height()),
               0}
     {
     }
@@ -213,6 +123,8 @@ bool SampleShiftedNearest(KxImageData& output,
     const std::optional<JoinedTiles> joined = JoinedTiles::Of(tiles);
     if (!joined)
         return false;
+    if (SampleByBlocks(output, axes, tiles, grid, *joined))
+        return true;
     ShiftedSampler sampler(output, axes, tiles, grid, *joined);
     if (output.GetPixelSize() == 4)
         sampler.Run<4>();

@@ -6,7 +6,8 @@
 namespace KxC {
 
 /// Nearest pixels for Web Mercator grids on a shifted datum and for Baidu's grid: places come from
-/// GridRows, and from the grid itself only where their tolerance leaves the pixel open.
+/// SampleByBlocks or GridRows, and from the grid itself only where their tolerance leaves the pixel
+/// open.
 /// @return false, with nothing done, where the source pictures are not all of one size
 bool SampleShiftedNearest(KxImageData& output,
                           const SampleAxes& axes,

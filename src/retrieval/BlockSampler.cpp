@@ -1,0 +1,304 @@
+// SPDX-License-Identifier: MIT
+#include "BlockSampler.h"
+
+#include "GridCurvature.h"
+#include "GridRows.h"
+#include "KxMath.h"
+#include "Sampler.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+
+namespace KxC {
+
+namespace {
+
+// --- How far apart knots may be ---
+
+/// Nanoseconds, measured; only their proportions matter, and only to speed.
+struct Costs
+{
+    double m_place;                         ///< of a place by GridRows
+    static constexpr double kExactly = 350; ///< of a place by GetColRow, and its pixel
+    static constexpr double kPixel = 3;     ///< of an interpolated place
+};
+
+Costs CostsOf(int datum)
+{
+    switch (datum) {
+    case KxDatum_GCJ02:
+        return {9};
+    case KxDatum_BD09:
+        return {21};
+    default:
+        return {8};
+    }
+}
+
+/// Pixels between knots.
+struct Spacing
+{
+    int m_pixels;
+    double m_cost; ///< of an output pixel
+};
+
+/// @param error  of interpolation, in source pixels, both axes added
+double CostOf(const Costs& costs, int pixels, double error)
+{
+    return Costs::kPixel + costs.m_place / (pixels * pixels) + 2 * error * Costs::kExactly;
+}
+
+/// One axis: the outputs between whose places others are interpolated. The last output does not
+/// keep the distance of the others, so it is a knot, and the one before it.
+std::vector<int> KnotsOf(int count, int pixels)
+{
+    std::vector<int> knots;
+    for (int at = 0; at < count - 2; at += pixels)
+        knots.push_back(at);
+    if (count > 1)
+        knots.push_back(count - 2);
+    knots.push_back(count - 1);
+    return knots;
+}
+
+std::vector<double> Select(const std::vector<double>& values, const std::vector<int>& at)
+{
+    std::vector<double> selected;
+    selected.reserve(at.size());
+    for (const int index : at)
+        selected.push_back(values[static_cast<std::size_t>(index)]);
+    return selected;
+}
+
+// --- Places as fixed-point numbers ---
+
+constexpr int kFractionBits = 32;
+constexpr double kOne = 4294967296.0;
+
+/// Places along one axis of a stretch of outputs, in source pixels times 2^32.
+struct Ramp
+{
+    std::int64_t m_at;
+    std::int64_t m_step;
+
+    static Ramp Between(double from, double to, int count)
+    {
+        return {static_cast<std::int64_t>(from * kOne),
+                static_cast<std::int64_t>((to - from) / count * kOne)};
+    }
+};
+
+/// The fractions of a pixel that leave no doubt: away from both of its edges by the error.
+class SureFractions
+{
+public:
+    /// @param error  pixels; from a half on, and where it is not known, no fraction is sure
+    explicit SureFractions(double error)
+    {
+        if (!(error < 0.5))
+            return;
+        m_edge = static_cast<std::uint32_t>(error * kOne) + 1;
+        m_width = static_cast<std::uint32_t>(kOne - 2.0 * m_edge);
+    }
+    bool Hold(std::int64_t at) const { return static_cast<std::uint32_t>(at) - m_edge < m_width; }
+
+private:
+    std::uint32_t m_edge = 0;
+    std::uint32_t m_width = 0;
+};
+
+/// Places of the knots in one row of them, in source pixels from the range's corner.
+struct KnotRow
+{
+    std::vector<double> m_across;
+    std::vector<double> m_up;
+};
+
+/// A place that a ramp can hold; false for NaN.
+bool IsNear(double pixels)
+{
+    return std::abs(pixels) < 1e9;
+}
+
+class BlockSampler
+{
+public:
+    BlockSampler(KxImageData& output,
+                 const SampleAxes& axes,
+                 const SourceTiles& tiles,
+                 const SourceGrid& grid,
+                 const JoinedTiles& joined,
+                 const PlaceError& error,
+                 int pixels)
+        : m_output(output), m_axes(axes), m_tiles(tiles), m_grid(grid), m_joined(joined),
+          m_error(error), m_columns(KnotsOf(output.GetWidth(), pixels)),
+          m_rows(KnotsOf(output.GetHeight(), pixels)), m_places(grid, Select(axes.m_xs, m_columns))
+    {
+    }
+
+    template <int PixelSize>
+    void Run()
+    {
+        KnotRow below = PlacesAt(m_rows[0]);
+        for (std::size_t i = 0; i < m_rows.size(); ++i) {
+            const bool last = i + 1 == m_rows.size();
+            const int end = last ? m_rows[i] + 1 : m_rows[i + 1];
+            KnotRow above = last ? below : PlacesAt(end);
+            for (int row = m_rows[i]; row < end; ++row)
+                SampleRow<PixelSize>(
+                    row, below, above, static_cast<double>(row - m_rows[i]) / (end - m_rows[i]));
+            below = std::move(above);
+        }
+    }
+
+private:
+    KnotRow PlacesAt(int row)
+    {
+        m_places.MoveTo(m_axes.m_ys[static_cast<std::size_t>(row)]);
+        m_columnTolerance = std::max(m_columnTolerance, m_places.ColumnTolerance());
+        m_rowTolerance = std::max(m_rowTolerance, m_places.RowTolerance());
+        KnotRow knots;
+        for (const double column : m_places.Columns())
+            knots.m_across.push_back((column - m_tiles.Range().m_minCol) * m_joined.TileWidth());
+        for (const double place : m_places.Rows())
+            knots.m_up.push_back((place - m_tiles.Range().m_minRow) * m_joined.TileHeight());
+        return knots;
+    }
+
+    SureFractions Sure(double tiles, int pixelsPerTile) const
+    {
+        // Besides what the place may be off by, the rounding of the fixed-point numbers.
+        constexpr double kRounding = 5e-8;
+        return SureFractions(tiles * pixelsPerTile + kRounding);
+    }
+
+    template <int PixelSize>
+    void SampleRow(int row, const KnotRow& below, const KnotRow& above, double share)
+    {
+        const SureFractions sureAcross =
+            Sure(m_columnTolerance + m_error.m_col, m_joined.TileWidth());
+        const SureFractions sureUp = Sure(m_rowTolerance + m_error.m_row, m_joined.TileHeight());
+        const auto mix = [share](const std::vector<double>& a, const std::vector<double>& b) {
+            return [&a, &b, share](std::size_t i) { return a[i] + (b[i] - a[i]) * share; };
+        };
+        const auto across = mix(below.m_across, above.m_across);
+        const auto up = mix(below.m_up, above.m_up);
+        for (std::size_t i = 0; i < m_columns.size(); ++i) {
+            const std::size_t next = std::min(i + 1, m_columns.size() - 1);
+            const int count = std::max(m_columns[next] - m_columns[i], 1);
+            if (IsNear(across(i)) && IsNear(across(next)) && IsNear(up(i)) && IsNear(up(next)))
+                SampleStretch<PixelSize>(row,
+                                         m_columns[i],
+                                         count,
+                                         Ramp::Between(across(i), across(next), count),
+                                         Ramp::Between(up(i), up(next), count),
+                                         sureAcross,
+                                         sureUp);
+            else
+                for (int column = m_columns[i]; column < m_columns[i] + count; ++column)
+                    SampleExactly(row, column);
+        }
+    }
+
+    template <int PixelSize>
+    void SampleStretch(int row,
+                       int first,
+                       int count,
+                       Ramp across,
+                       Ramp up,
+                       const SureFractions& sureAcross,
+                       const SureFractions& sureUp)
+    {
+        const auto width = static_cast<std::int64_t>(m_joined.Width());
+        const auto height = static_cast<std::int64_t>(m_joined.Height());
+        unsigned char* to = PixelOf(m_output, row, first);
+        for (int i = 0; i < count; ++i, to += PixelSize) {
+            const std::int64_t x = across.m_at >> kFractionBits;
+            const std::int64_t y = up.m_at >> kFractionBits;
+            if (!sureAcross.Hold(across.m_at) || !sureUp.Hold(up.m_at))
+                SampleExactly(row, first + i);
+            else if (x >= 0 && x < width && y >= 0 && y < height)
+                m_joined.CopyTo<PixelSize>(
+                    to, static_cast<std::size_t>(y), static_cast<std::size_t>(x));
+            across.m_at += across.m_step;
+            up.m_at += up.m_step;
+        }
+    }
+
+    void SampleExactly(int row, int column)
+    {
+        SamplePixel(m_output,
+                    row,
+                    column,
+                    m_tiles,
+                    m_grid(m_axes.m_xs[static_cast<std::size_t>(column)],
+                           m_axes.m_ys[static_cast<std::size_t>(row)]));
+    }
+
+    KxImageData& m_output;
+    const SampleAxes& m_axes;
+    const SourceTiles& m_tiles;
+    const SourceGrid& m_grid;
+    const JoinedTiles& m_joined;
+    PlaceError m_error; ///< of interpolation
+    std::vector<int> m_columns;
+    std::vector<int> m_rows;
+    GridRows m_places;
+    double m_columnTolerance = 0; ///< of the knots
+    double m_rowTolerance = 0;
+};
+
+Extent ExtentOf(const SampleAxes& axes)
+{
+    return {axes.m_xs.front(), axes.m_ys.front(), axes.m_xs.back(), axes.m_ys.back()};
+}
+
+double StepOf(const SampleAxes& axes)
+{
+    return axes.m_xs.size() < 2 ? 0 : axes.m_xs[1] - axes.m_xs[0];
+}
+
+/// The cheapest distance of knots; the row-by-row way when that is cheaper still: 1 pixel.
+Spacing ChooseSpacing(const SampleAxes& axes, const SourceGrid& grid, const JoinedTiles& joined)
+{
+    const Costs costs = CostsOf(grid.m_datum);
+    Spacing best{1, Costs::kPixel + costs.m_place};
+    for (const int pixels : {4, 8, 16, 32}) {
+        const PlaceError error = InterpolationError(grid, ExtentOf(axes), pixels * StepOf(axes));
+        const double cost = CostOf(
+            costs, pixels, error.m_col * joined.TileWidth() + error.m_row * joined.TileHeight());
+        if (cost < best.m_cost)
+            best = {pixels, cost};
+    }
+    return best;
+}
+
+} // namespace
+
+bool SampleByBlocks(KxImageData& output,
+                    const SampleAxes& axes,
+                    const SourceTiles& tiles,
+                    const SourceGrid& grid,
+                    const JoinedTiles& joined)
+{
+    if (!IsSmoothOver(grid, ExtentOf(axes)))
+        return false;
+    const Spacing spacing = ChooseSpacing(axes, grid, joined);
+    if (spacing.m_pixels == 1)
+        return false;
+    BlockSampler sampler(output,
+                         axes,
+                         tiles,
+                         grid,
+                         joined,
+                         InterpolationError(grid, ExtentOf(axes), spacing.m_pixels * StepOf(axes)),
+                         spacing.m_pixels);
+    if (output.GetPixelSize() == 4)
+        sampler.Run<4>();
+    else
+        sampler.Run<3>();
+    return true;
+}
+
+} // namespace KxC
