@@ -21,7 +21,7 @@ struct Costs
 {
     double m_place;                         ///< of a place by GridRows
     static constexpr double kExactly = 350; ///< of a place by GetColRow, and its pixel
-    static constexpr double kPixel = 3;     ///< of an interpolated place
+    static constexpr double kPixel = 2;     ///< of an interpolated place
 };
 
 Costs CostsOf(int datum)
@@ -81,6 +81,10 @@ struct Ramp
 {
     std::int64_t m_at;
     std::int64_t m_step;
+
+    /// The source pixel of an output of the stretch.
+    std::int64_t PixelAt(int i) const { return At(i) >> kFractionBits; }
+    std::int64_t At(int i) const { return m_at + i * m_step; }
 
     static Ramp Between(double from, double to, int count)
     {
@@ -205,17 +209,80 @@ private:
     void SampleStretch(int row,
                        int first,
                        int count,
-                       Ramp across,
-                       Ramp up,
+                       const Ramp& across,
+                       const Ramp& up,
                        const SureFractions& sureAcross,
                        const SureFractions& sureUp)
+    {
+        const PixelRow<const unsigned char> from = RowOf(across, up, count, sureUp);
+        if (from.m_bytes == nullptr)
+            return SampleEach<PixelSize>(row, first, count, across, up, sureAcross, sureUp);
+        // Without its whole part a ramp of about a pixel a step is level: what holds at both ends
+        // holds between them.
+        const int last = count - 1;
+        const bool sideBySide = across.PixelAt(last) - across.PixelAt(0) == last &&
+                                sureAcross.Hold(across.At(0)) && sureAcross.Hold(across.At(last));
+        if (sideBySide)
+            CopyPixels(
+                from, {PixelOf(m_output, row, first), PixelSize}, static_cast<std::size_t>(count));
+        else if (from.m_pixelSize == 4)
+            SampleInRow<4, PixelSize>(from.m_bytes, row, first, count, across, sureAcross);
+        else
+            SampleInRow<3, PixelSize>(from.m_bytes, row, first, count, across, sureAcross);
+    }
+
+    /// The row of one source tile that a whole stretch lies in, from the stretch's first pixel on;
+    /// null where there is none. A ramp that is sure of its pixel at both ends is so between them.
+    PixelRow<const unsigned char>
+    RowOf(const Ramp& across, const Ramp& up, int count, const SureFractions& sureUp) const
+    {
+        const int last = count - 1;
+        const std::int64_t y = up.PixelAt(0);
+        const std::int64_t x = across.PixelAt(0);
+        const std::int64_t lastX = across.PixelAt(last);
+        const bool inside = y >= 0 && y < static_cast<std::int64_t>(m_joined.Height()) && x >= 0 &&
+                            lastX >= x && lastX < static_cast<std::int64_t>(m_joined.Width());
+        if (!inside || up.PixelAt(last) != y || !sureUp.Hold(up.At(0)) || !sureUp.Hold(up.At(last)))
+            return {nullptr, 0};
+        return m_joined.RowOf(static_cast<std::size_t>(y),
+                              static_cast<std::size_t>(x),
+                              static_cast<std::size_t>(lastX));
+    }
+
+    template <int FromSize, int PixelSize>
+    void SampleInRow(const unsigned char* from,
+                     int row,
+                     int first,
+                     int count,
+                     const Ramp& across,
+                     const SureFractions& sure)
+    {
+        unsigned char* to = PixelOf(m_output, row, first);
+        const std::int64_t firstPixel = across.PixelAt(0);
+        std::int64_t at = across.m_at;
+        for (int i = 0; i < count; ++i, to += PixelSize, at += across.m_step)
+            if (sure.Hold(at))
+                CopyPixel<FromSize, PixelSize>(
+                    from + ((at >> kFractionBits) - firstPixel) * FromSize, to);
+            else
+                SampleExactly(row, first + i);
+    }
+
+    template <int PixelSize>
+    void SampleEach(int row,
+                    int first,
+                    int count,
+                    Ramp across,
+                    Ramp up,
+                    const SureFractions& sureAcross,
+                    const SureFractions& sureUp)
     {
         const auto width = static_cast<std::int64_t>(m_joined.Width());
         const auto height = static_cast<std::int64_t>(m_joined.Height());
         unsigned char* to = PixelOf(m_output, row, first);
         for (int i = 0; i < count; ++i, to += PixelSize) {
-            const std::int64_t x = across.m_at >> kFractionBits;
-            const std::int64_t y = up.m_at >> kFractionBits;
+            const std::int64_t x = across.PixelAt(0);
+            const std::int64_t y = up.PixelAt(0);
             if (!sureAcross.Hold(across.m_at) || !sureUp.Hold(up.m_at))
                 SampleExactly(row, first + i);
             else if (x >= 0 && x < width && y >= 0 && y < height)

@@ -38,6 +38,19 @@ public:
             CopyPixel<3, ToSize>(from + x.m_pixel * 3, to);
     }
 
+    /// The pixels of a row from one column to another, if one tile has them all; else null.
+    PixelRow<const unsigned char> RowOf(std::size_t row, std::size_t first, std::size_t last) const
+    {
+        const Place& y = m_rows[row];
+        const Place& x = m_columns[first];
+        const Picture& picture = m_pictures[y.m_tile + x.m_tile];
+        if (x.m_tile != m_columns[last].m_tile || picture.m_bytes == nullptr)
+            return {nullptr, 0};
+        return {picture.m_bytes + y.m_pixel * picture.m_rowBytes +
+                    x.m_pixel * static_cast<std::size_t>(picture.m_pixelSize),
+                picture.m_pixelSize};
+    }
+
 private:
     struct Picture
     {
