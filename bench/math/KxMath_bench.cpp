@@ -37,55 +37,55 @@ void PerPixel(benchmark::State& state, Convert convert)
     state.SetItemsProcessed(state.iterations() * kPixels);
 }
 
-void BM_GetDeviationCoord(benchmark::State& state)
+void GetDeviationCoord(benchmark::State& state)
 {
     const int datum = static_cast<int>(state.range(0));
     PerPixel(state, [datum](const KxPoint2d& in, KxPoint2d& out) {
         KxMath::GetDeviationCoord(datum, in.x * kRadian, in.y * kRadian, out.x, out.y);
     });
 }
-BENCHMARK(BM_GetDeviationCoord)->Arg(KxDatum_WGS84)->Arg(KxDatum_GCJ02)->Arg(KxDatum_BD09);
+BENCHMARK(GetDeviationCoord)->Arg(KxDatum_WGS84)->Arg(KxDatum_GCJ02)->Arg(KxDatum_BD09);
 
-void BM_RemoveDeviationCoord(benchmark::State& state)
+void RemoveDeviationCoord(benchmark::State& state)
 {
     const int datum = static_cast<int>(state.range(0));
     PerPixel(state, [datum](const KxPoint2d& in, KxPoint2d& out) {
         KxMath::RemoveDeviationCoord(datum, in.x * kRadian, in.y * kRadian, out.x, out.y);
     });
 }
-BENCHMARK(BM_RemoveDeviationCoord)->Arg(KxDatum_GCJ02)->Arg(KxDatum_BD09);
+BENCHMARK(RemoveDeviationCoord)->Arg(KxDatum_GCJ02)->Arg(KxDatum_BD09);
 
-void BM_ConvertLL2MC(benchmark::State& state)
+void ConvertLL2MC(benchmark::State& state)
 {
     PerPixel(state, [](const KxPoint2d& in, KxPoint2d& out) {
         KxMath::ConvertLL2MC(in.x, in.y, out.x, out.y);
     });
 }
-BENCHMARK(BM_ConvertLL2MC);
+BENCHMARK(ConvertLL2MC);
 
-void BM_ConvertMC2LL(benchmark::State& state)
+void ConvertMC2LL(benchmark::State& state)
 {
     PerPixel(state, [](const KxPoint2d& in, KxPoint2d& out) {
         KxMath::ConvertMC2LL(in.x * 111320, in.y * 125000, out.x, out.y);
     });
 }
-BENCHMARK(BM_ConvertMC2LL);
+BENCHMARK(ConvertMC2LL);
 
-void BM_WebMecator2LatLon(benchmark::State& state)
+void WebMecator2LatLon(benchmark::State& state)
 {
     PerPixel(state, [](const KxPoint2d& in, KxPoint2d& out) {
         out = KxMath::WebMecator2LatLon(in.x * 111320, in.y * 125000);
     });
 }
-BENCHMARK(BM_WebMecator2LatLon);
+BENCHMARK(WebMecator2LatLon);
 
-void BM_LatLon2WebMecator(benchmark::State& state)
+void LatLon2WebMecator(benchmark::State& state)
 {
     PerPixel(state, [](const KxPoint2d& in, KxPoint2d& out) {
         out = KxMath::LatLon2WebMecator(in.x * kRadian, in.y * kRadian);
     });
 }
-BENCHMARK(BM_LatLon2WebMecator);
+BENCHMARK(LatLon2WebMecator);
 
 /// The shift to GCJ-02 written out term by term: what the shared sines are measured against.
 void GcjTermByTerm(const KxPoint2d& in, KxPoint2d& out)
@@ -110,11 +110,11 @@ void GcjTermByTerm(const KxPoint2d& in, KxPoint2d& out)
     out.y = in.y + north / (kRadian * radius * (1 - 0.00669342162296594323) / (w * std::sqrt(w)));
 }
 
-void BM_GcjTermByTerm(benchmark::State& state)
+void GcjWrittenOut(benchmark::State& state)
 {
     PerPixel(state, GcjTermByTerm);
 }
-BENCHMARK(BM_GcjTermByTerm);
+BENCHMARK(GcjWrittenOut);
 
 } // namespace
 

@@ -7,6 +7,8 @@ namespace KxC {
 
 Engine::Engine() : m_context(proj_context_create())
 {
+    if (m_context == nullptr)
+        return; // to PROJ that would mean the context that all share
     // A library prints nothing: messages come here. And it fetches no grids behind the host's back.
     proj_log_func(m_context.get(), this, &Engine::KeepMessage);
     proj_log_level(m_context.get(), PJ_LOG_ERROR);

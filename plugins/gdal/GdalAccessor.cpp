@@ -36,7 +36,10 @@ unsigned char GdalAccessor::Initialize()
 unsigned char GdalAccessor::IsAvailable()
 {
     const ProjContext context(proj_context_create());
-    return context != nullptr && proj_context_get_database_path(context.get()) != nullptr ? 1 : 0;
+    if (context == nullptr)
+        return 0;
+    proj_log_level(context.get(), PJ_LOG_NONE); // else it prints what it does not find
+    return proj_context_get_database_path(context.get()) != nullptr ? 1 : 0;
 }
 
 int GdalAccessor::GetMinLevel()

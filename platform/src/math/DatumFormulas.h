@@ -10,6 +10,7 @@
 namespace KxC::Datum {
 
 inline constexpr double kDegree = std::numbers::pi / 180; ///< in radians
+inline constexpr double kDegreesPerRadian = 180 / std::numbers::pi;
 
 /// Longitude and latitude in degrees, or a difference of two such points.
 struct Degrees
@@ -107,14 +108,15 @@ inline Metres LatitudeTerms(double y, const Angle& lat)
     return {3 * y + 0.2 * y * y + slow * (2.0 / 3), 2 * y};
 }
 
-/// Metres on the Krasovsky ellipsoid as degrees, at a latitude.
+/// Metres on the Krasovsky ellipsoid as degrees, at a latitude: by the radius of the meridian,
+/// a (1 - e2) / w^1.5, and that of the parallel, a cos(lat) / w^0.5.
 inline Degrees MetresToDegrees(const Metres& shift, const Angle& lat)
 {
+    constexpr double kPerMetre = kDegreesPerRadian / kKrasovskyAxis;
+    constexpr double kPerMetreNorth = kPerMetre / (1 - kKrasovskyEccentricity2);
     const double w = 1 - kKrasovskyEccentricity2 * lat.sine * lat.sine;
     const double rootW = std::sqrt(w);
-    const double meridianRadius = kKrasovskyAxis * (1 - kKrasovskyEccentricity2) / (w * rootW);
-    const double parallelRadius = kKrasovskyAxis / rootW * lat.cosine;
-    return {shift.east / (kDegree * parallelRadius), shift.north / (kDegree * meridianRadius)};
+    return {shift.east * rootW * kPerMetre / lat.cosine, shift.north * w * rootW * kPerMetreNorth};
 }
 
 /// What GCJ-02 adds to a point, whether or not the point lies in the box.

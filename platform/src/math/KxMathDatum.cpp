@@ -15,6 +15,7 @@ using Datum::Degrees;
 using Datum::GcjShift;
 using Datum::IsInBox;
 using Datum::kDegree;
+using Datum::kDegreesPerRadian;
 
 // --- Both ways ---
 
@@ -67,7 +68,7 @@ void RemoveBd(Degrees& point)
 template <typename Change>
 void InRadians(Change change, double lon, double lat, double& outLon, double& outLat)
 {
-    const Degrees before = {lon / kDegree, lat / kDegree};
+    const Degrees before = {lon * kDegreesPerRadian, lat * kDegreesPerRadian};
     if (!std::isfinite(before.lon) || !std::isfinite(before.lat)) {
         outLon = outLat = std::numeric_limits<double>::quiet_NaN();
         return;

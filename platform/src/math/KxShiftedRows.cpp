@@ -123,7 +123,7 @@ bool IsPlain(const Interval& lons)
 KxShiftedRows::KxShiftedRows(int type, const std::vector<double>& lons) : m_type(type)
 {
     for (const double lon : lons) {
-        const double degrees = lon / kDegree;
+        const double degrees = lon * kDegreesPerRadian;
         const double x = degrees - kOrigin.lon;
         const Metres metres = LongitudeTerms(x, Angle::Of(degrees * kDegree));
         m_lons.push_back(degrees);
@@ -141,7 +141,7 @@ void KxShiftedRows::ShiftsAt(double lat, double* lonShift, double* latShift) con
     std::fill_n(latShift, m_lons.size(), 0.0);
     if (m_type != KxDatum_GCJ02 && m_type != KxDatum_BD09)
         return;
-    const double degrees = lat / kDegree;
+    const double degrees = lat * kDegreesPerRadian;
     if (IsInBox({kOrigin.lon, degrees}))
         GcjShiftsAt(degrees, lonShift, latShift);
     if (m_type == KxDatum_BD09)

@@ -123,9 +123,11 @@ TEST(GdalAccessorPoints, ConvertsArraysAsItConvertsPoints)
 {
     const auto accessor = AccessorOf("EPSG:3413");
     ASSERT_NE(accessor, nullptr);
-    std::vector<KxPoint3d> in;
-    for (int i = 0; i < 300; ++i)
-        in.emplace_back(-45 + i * 0.1, i == 150 ? 95 : 60 + i * 0.05, i);
+    std::vector<KxPoint3d> in(300);
+    for (std::size_t i = 0; i < in.size(); ++i) {
+        const auto step = static_cast<double>(i);
+        in[i] = {-45 + step * 0.1, i == 150 ? 95 : 60 + step * 0.05, step};
+    }
     std::vector<KxPoint3d> out(in.size(), KxPoint3d(7, 8, 9));
     const int count = static_cast<int>(in.size());
     accessor->WGS84PtsToSrcPts(in.data(), out.data(), count);

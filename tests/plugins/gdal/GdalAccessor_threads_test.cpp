@@ -22,6 +22,7 @@ constexpr int kRounds = 200;
 void InThreads(const std::function<void(int)>& work)
 {
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int i = 0; i < kThreads; ++i)
         threads.emplace_back(work, i);
     for (std::thread& thread : threads)

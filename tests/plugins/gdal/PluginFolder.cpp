@@ -7,7 +7,9 @@ namespace KxC::Test {
 
 void UseBuiltPlugin()
 {
-    ::setenv("KXTILE_PLUGIN_PATH", KX_PLUGIN_FOLDER, 1);
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): once, and other threads wait for it here
+    static const int set = ::setenv("KXTILE_PLUGIN_PATH", KX_PLUGIN_FOLDER, 1);
+    static_cast<void>(set);
 }
 
 std::unique_ptr<KxRasterDataAccessor> NewAccessor()

@@ -39,7 +39,7 @@ TEST(LibraryUnloading, DestroysTransformsAndThenReleasesProjections)
     ASSERT_EQ(KxProjManagerCleaner::AddRelease(&CountRelease), 1);
     for (int round = 1; round <= 2; ++round) {
         void* library = ::dlopen(KXTILE_LIBRARY, RTLD_NOW | RTLD_LOCAL);
-        ASSERT_NE(library, nullptr) << ::dlerror();
+        ASSERT_NE(library, nullptr) << ::dlerror(); // NOLINT(concurrency-mt-unsafe): by thread
         EXPECT_NE(AskForTransform(library), nullptr);
         EXPECT_EQ(g_releases, round - 1);
         EXPECT_EQ(::dlclose(library), 0);
@@ -53,7 +53,7 @@ TEST(LibraryUnloading, LeavesAHostsOwnAccessorsWorking)
     ASSERT_NE(accessor, nullptr);
     ASSERT_NE(accessor->SetEPSG("32633"), 0);
     void* library = ::dlopen(KXTILE_LIBRARY, RTLD_NOW | RTLD_LOCAL);
-    ASSERT_NE(library, nullptr) << ::dlerror();
+    ASSERT_NE(library, nullptr) << ::dlerror(); // NOLINT(concurrency-mt-unsafe): by thread
     ASSERT_EQ(::dlclose(library), 0);
     KxPoint3d out;
     accessor->WGS84PtToSrcPt({15, 0, 0}, out); // the zone's central meridian
