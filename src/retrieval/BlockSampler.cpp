@@ -1,66 +1,19 @@
 // SPDX-License-Identifier: MIT
 #include "BlockSampler.h"
 
-#include "GridCurvature.h"
 #include "GridRows.h"
-#include "KxMath.h"
+#include "KnotSpacing.h"
+#include "Ramp.h"
 #include "Sampler.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <utility>
 
 namespace KxC {
 
 namespace {
-
-// --- How far apart knots may be ---
-
-/// Nanoseconds, measured; only their proportions matter, and only to speed.
-struct Costs
-{
-    double m_place;                         ///< of a place by GridRows
-    static constexpr double kExactly = 350; ///< of a place by GetColRow, and its pixel
-    static constexpr double kPixel = 2;     ///< of an interpolated place
-};
-
-Costs CostsOf(int datum)
-{
-    switch (datum) {
-    case KxDatum_GCJ02:
-        return {9};
-    case KxDatum_BD09:
-        return {21};
-    default:
-        return {8};
-    }
-}
-
-/// Pixels between knots.
-struct Spacing
-{
-    int m_pixels;
-    double m_cost; ///< of an output pixel
-};
-
-/// @param error  of interpolation, in source pixels, both axes added
-double CostOf(const Costs& costs, int pixels, double error)
-{
-    return Costs::kPixel + costs.m_place / (pixels * pixels) + 2 * error * Costs::kExactly;
-}
-
-/// One axis: the outputs between whose places others are interpolated. The last output does not
-/// keep the distance of the others, so it is a knot, and the one before it.
-std::vector<int> KnotsOf(int count, int pixels)
-{
-    std::vector<int> knots;
-    for (int at = 0; at < count - 2; at += pixels)
-        knots.push_back(at);
-    if (count > 1)
-        knots.push_back(count - 2);
-    knots.push_back(count - 1);
-    return knots;
-}
 
 std::vector<double> Select(const std::vector<double>& values, const std::vector<int>& at)
 {
@@ -70,47 +23,6 @@ std::vector<double> Select(const std::vector<double>& values, const std::vector<
         selected.push_back(values[static_cast<std::size_t>(index)]);
     return selected;
 }
-
-// --- Places as fixed-point numbers ---
-
-constexpr int kFractionBits = 32;
-constexpr double kOne = 4294967296.0;
-
-/// Places along one axis of a stretch of outputs, in source pixels times 2^32.
-struct Ramp
-{
-    std::int64_t m_at;
-    std::int64_t m_step;
-
-    /// The source pixel of an output of the stretch.
-    std::int64_t PixelAt(int i) const { return At(i) >> kFractionBits; }
-    std::int64_t At(int i) const { return m_at + i * m_step; }
-
-    static Ramp Between(double from, double to, int count)
-    {
-        return {static_cast<std::int64_t>(from * kOne),
-                static_cast<std::int64_t>((to - from) / count * kOne)};
-    }
-};
-
-/// The fractions of a pixel that leave no doubt: away from both of its edges by the error.
-class SureFractions
-{
-public:
-    /// @param error  pixels; from a half on, and where it is not known, no fraction is sure
-    explicit SureFractions(double error)
-    {
-        if (!(error < 0.5))
-            return;
-        m_edge = static_cast<std::uint32_t>(error * kOne) + 1;
-        m_width = static_cast<std::uint32_t>(kOne - 2.0 * m_edge);
-    }
-    bool Hold(std::int64_t at) const { return static_cast<std::uint32_t>(at) - m_edge < m_width; }
-
-private:
-    std::uint32_t m_edge = 0;
-    std::uint32_t m_width = 0;
-};
 
 /// Places of the knots in one row of them, in source pixels from the range's corner.
 struct KnotRow
@@ -133,11 +45,11 @@ public:
                  const SourceTiles& tiles,
                  const SourceGrid& grid,
                  const JoinedTiles& joined,
-                 const PlaceError& error,
-                 int pixels)
+                 const KnotSpacing& spacing)
         : m_output(output), m_axes(axes), m_tiles(tiles), m_grid(grid), m_joined(joined),
-          m_error(error), m_columns(KnotsOf(output.GetWidth(), pixels)),
-          m_rows(KnotsOf(output.GetHeight(), pixels)), m_places(grid, Select(axes.m_xs, m_columns))
+          m_error(spacing.m_error), m_columns(KnotsOf(output.GetWidth(), spacing.m_pixels)),
+          m_rows(KnotsOf(output.GetHeight(), spacing.m_pixels)),
+          m_places(grid, Select(axes.m_xs, m_columns))
     {
     }
 
@@ -326,21 +238,6 @@ double StepOf(const SampleAxes& axes)
     return axes.m_xs.size() < 2 ? 0 : axes.m_xs[1] - axes.m_xs[0];
 }
 
-/// The cheapest distance of knots; the row-by-row way when that is cheaper still: 1 pixel.
-Spacing ChooseSpacing(const SampleAxes& axes, const SourceGrid& grid, const JoinedTiles& joined)
-{
-    const Costs costs = CostsOf(grid.m_datum);
-    Spacing best{1, Costs::kPixel + costs.m_place};
-    for (const int pixels : {4, 8, 16, 32}) {
-        const PlaceError error = InterpolationError(grid, ExtentOf(axes), pixels * StepOf(axes));
-        const double cost = CostOf(
-            costs, pixels, error.m_col * joined.TileWidth() + error.m_row * joined.TileHeight());
-        if (cost < best.m_cost)
-            best = {pixels, cost};
-    }
-    return best;
-}
-
 } // namespace
 
 bool SampleByBlocks(KxImageData& output,
@@ -351,16 +248,11 @@ bool SampleByBlocks(KxImageData& output,
 {
     if (!IsSmoothOver(grid, ExtentOf(axes)))
         return false;
-    const Spacing spacing = ChooseSpacing(axes, grid, joined);
+    const KnotSpacing spacing = ChooseKnotSpacing(
+        grid, ExtentOf(axes), StepOf(axes), joined.TileWidth(), joined.TileHeight());
     if (spacing.m_pixels == 1)
         return false;
-    BlockSampler sampler(output,
-                         axes,
-                         tiles,
-                         grid,
-                         joined,
-                         InterpolationError(grid, ExtentOf(axes), spacing.m_pixels * StepOf(axes)),
-                         spacing.m_pixels);
+    BlockSampler sampler(output, axes, tiles, grid, joined, spacing);
     if (output.GetPixelSize() == 4)
         sampler.Run<4>();
     else
