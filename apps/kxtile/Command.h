@@ -52,6 +52,7 @@ void AddUrlCommand(CLI::App& app, const GlobalOptions& options);
 void AddLocateCommand(CLI::App& app, const GlobalOptions& options);
 void AddAlignCommand(CLI::App& app, const GlobalOptions& options);
 void AddQuadKeyCommand(CLI::App& app, const GlobalOptions& options);
+void AddHistoryCommand(CLI::App& app, const GlobalOptions& options);
 void AddSourceCommand(CLI::App& app, const GlobalOptions& options);
 void AddCacheCommand(CLI::App& app, const GlobalOptions& options);
 

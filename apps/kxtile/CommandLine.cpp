@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "Command.h"
 #include "KxFile.h"
+#include "KxGeFetcher.h"
 #include "KxTileFetcher.h"
 
 #include <CLI/CLI.hpp>
@@ -22,7 +23,7 @@ constexpr char kExamples[] = R"(Examples:
   kxtile quadkey 3/5/3
 Addresses are COLUMN/ROW/LEVEL, row 0 in the north.
 Exit codes: 0 done, 1 failed, 2 wrong usage, 3 the server has no tile there.
-Environment: KXTILE_CACHE_DIR, XDG_CACHE_HOME, http_proxy, https_proxy, no_proxy.)";
+Environment: KXTILE_CACHE_DIR, KXTILE_EARTH_URL, XDG_CACHE_HOME, http_proxy, https_proxy, no_proxy.)";
 
 /// CLI11's own range lets "nan" pass.
 CLI::Validator SecondsRange()
@@ -102,6 +103,7 @@ int RunCommandLine(int argc, const char* const* argv)
     app.parse_complete_callback([&options] {
         if (!options.m_cacheDir.empty())
             KxC::KxFile::m_strAppCachePath = options.m_cacheDir.c_str();
+        KxC::KxGeFetcher::SetTimeout(options.TimeoutMs());
         KxC::KxTileFetcher::m_sbLocalCacheUsed = options.m_noDiskCache ? 0 : 1;
     });
     AddTileCommand(app, options);
@@ -110,6 +112,7 @@ int RunCommandLine(int argc, const char* const* argv)
     AddLocateCommand(app, options);
     AddAlignCommand(app, options);
     AddQuadKeyCommand(app, options);
+    AddHistoryCommand(app, options);
     AddSourceCommand(app, options);
     AddCacheCommand(app, options);
     try {

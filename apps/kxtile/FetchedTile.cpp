@@ -2,6 +2,7 @@
 #include "FetchedTile.h"
 
 #include "Command.h"
+#include "EarthSource.h"
 #include "KxFile.h"
 #include "KxImgUtility.h"
 #include "KxLuaToolkit.h"
@@ -23,7 +24,6 @@ using KxC::KxTileFetcher;
 using KxC::NetError;
 
 constexpr int kSchemeBingMap = 6;
-constexpr int kSchemeEarthHistory = 8;
 
 std::string HintFor(int status)
 {
@@ -52,6 +52,7 @@ std::string HintFor(int status)
 /// The answer came but is no picture.
 [[noreturn]] void ThrowNotAPicture(const KxNetRequestInfo& request)
 {
+    ThrowIfEarthFailed();
     throw CommandError(
         kExitFailed,
         fmt::format("{} (HTTP status {}): the answer of {} bytes, type '{}', is no whole PNG, "
@@ -74,7 +75,7 @@ std::string HintFor(int status)
 [[noreturn]] void ThrowNoUrl(const KxC::KxTSDParamItem& source)
 {
     if (source.m_nTileScheme == kSchemeEarthHistory)
-        throw CommandError(kExitFailed, "history imagery (scheme 8) cannot be fetched yet");
+        ThrowIfEarthFailed();
     if (source.m_bLuaScripted == 0)
         throw CommandError(kExitFailed,
                            "the library makes no tile of this size on this level",
@@ -106,9 +107,22 @@ std::unique_ptr<KxC::KxRawData> BytesOnDisk(const KxC::KxTSDParamItem& source, c
     return bytes;
 }
 
+/// Earth imagery has no URL of its own for a tile: its fetcher finds it.
+std::unique_ptr<KxC::KxRawData> FetchFromEarth(KxC::KxTSDParamItem& source, const HostTile& tile)
+{
+    auto bytes = std::make_unique<KxC::KxRawData>();
+    KxC::KxString info;
+    source.m_pGeFetcher->FetchImageRawData(
+        *bytes, tile.m_z, tile.RowFromSouth(), tile.m_x, info, 0);
+    ThrowIfEarthFailed();
+    return bytes;
+}
+
 std::unique_ptr<KxC::KxRawData>
 FetchDirect(KxC::KxTSDParamItem& source, const HostTile& tile, int timeoutMs)
 {
+    if (source.m_pGeFetcher != nullptr)
+        return FetchFromEarth(source, tile);
     KxC::KxRawData* bytes = nullptr;
     if (KxTileFetcher::FetchWMTile4(bytes,
                                     &source,
@@ -138,14 +152,15 @@ double Measure(const std::function<void()>& operation)
 void CheckPicture(NetError result, const KxC::KxWMImageTileData* tile, const std::string& url)
 {
     const KxNetRequestInfo& request = KxNetGetch::GetLastRequestInfo();
+    if (tile != nullptr && tile->GetImage() != nullptr)
+        return;
+    ThrowIfEarthFailed();
     if (result == KxC::NetError_NoData || request.m_result == KxC::NetError_NoData)
         ThrowNoTile(url, request.m_nHttpStatus);
     if (tile == nullptr)
         throw CommandError(kExitFailed,
                            fmt::format("{}: the bytes kept on disk are no picture", url),
                            "Forget them with 'kxtile cache clear SOURCE', then try again.");
-    if (tile->GetImage() != nullptr)
-        return;
     if (request.m_nBytes == 0)
         ThrowNoTile(url, request.m_nHttpStatus);
     ThrowNotAPicture(request);

@@ -2,6 +2,7 @@
 #include "SourceArgument.h"
 
 #include "Command.h"
+#include "EarthSource.h"
 #include "KxUtility.h"
 
 #include <CLI/CLI.hpp>
@@ -23,7 +24,8 @@ const std::map<std::string, int> kSchemes{{"mercator", kSchemeWebMercator},
                                           {"quadkey", kSchemeBingMap},
                                           {"tianditu", 5},
                                           {"geographic", 9},
-                                          {"baidu", 4}};
+                                          {"baidu", 4},
+                                          {"earth", kSchemeEarthHistory}};
 const std::map<std::string, int> kDatums{{"wgs84", 0}, {"gcj02", 1}, {"bd09", 2}};
 
 std::string Describe(const KxC::KxTSDMessage& message)
@@ -94,6 +96,8 @@ void SourceArgument::AddTo(CLI::App& command, Presence presence)
         ->group(kTemplateOptions);
     command.add_option("--format", m_format, "Format text; one that ends in gzip is inflated")
         ->group(kTemplateOptions);
+    command.add_option(
+        "--date", m_date, "History imagery (scheme earth) of this day, YYYY-MM-DD, or before");
     command.add_option("--user-agent", m_userAgent, "Sent instead of the product's own name");
     command.add_option("--header", m_headers, "Header line, as in 'Name: value'; repeatable")
         ->allow_extra_args(false);
@@ -122,7 +126,9 @@ bool SourceArgument::IsTemplate() const
 
 KxC::KxTSDParamItem* SourceArgument::Load() const
 {
-    KxC::KxTSDParamItem* source = IsTemplate() ? LoadTemplate() : LoadDefinition();
+    const auto date = ParseDate(m_date);
+    KxC::KxTSDParamItem* source =
+        AsEarthSource(IsTemplate() ? LoadTemplate() : LoadDefinition(), date);
     // This process has just made the record, and nobody else reads it yet.
     if (!m_userAgent.empty())
         source->m_strUserAgent = m_userAgent.c_str();
@@ -147,12 +153,24 @@ KxC::KxTSDParamItem* SourceArgument::LoadDefinition() const
     return source;
 }
 
+int SourceArgument::SchemeOfTemplate(bool byQuadKey) const
+{
+    if (!m_scheme.empty())
+        return CodeOf(kSchemes, m_scheme);
+    if (!m_date.empty())
+        return kSchemeEarthHistory;
+    return byQuadKey ? kSchemeBingMap : kSchemeWebMercator;
+}
+
 KxC::KxTSDParamItem* SourceArgument::LoadTemplate() const
 {
     const bool byQuadKey = m_text.find("{$quadkey}") != std::string::npos;
     const bool named =
         m_text.find("{$x}") != std::string::npos || m_text.find("{$y}") != std::string::npos;
-    if (!byQuadKey && !named && m_text.find("%d") == std::string::npos)
+    const int scheme = SchemeOfTemplate(byQuadKey);
+    // An earth server's address is all that there is to say of it.
+    if (scheme != kSchemeEarthHistory && !byQuadKey && !named &&
+        m_text.find("%d") == std::string::npos)
         throw CommandError(kExitWrongUsage,
                            fmt::format("'{}' has no tile placeholder", m_text),
                            "Write {$x}, {$y} and {$z}, or {$quadkey}, where the tile's numbers "
@@ -160,9 +178,6 @@ KxC::KxTSDParamItem* SourceArgument::LoadTemplate() const
     KxC::KxString urlTemplate(byQuadKey || named ? EscapePercentSigns(m_text).c_str()
                                                  : m_text.c_str());
     urlTemplate.Replace("{$quadkey}", "%s");
-    const int scheme = !m_scheme.empty() ? CodeOf(kSchemes, m_scheme)
-                       : byQuadKey       ? kSchemeBingMap
-                                         : kSchemeWebMercator;
     KxC::KxTSDParamItem* source =
         KxC::m_gTSDParamManager.GetTSDParam(urlTemplate,
                                             m_servers.c_str(),

@@ -44,6 +44,7 @@ public:
 private:
     KxC::KxTSDParamItem* LoadDefinition() const;
     KxC::KxTSDParamItem* LoadTemplate() const;
+    int SchemeOfTemplate(bool byQuadKey) const;
 
     std::string m_text;
     std::string m_servers;
@@ -51,6 +52,7 @@ private:
     std::string m_datum;
     std::string m_rows = "north";
     std::string m_format;
+    std::string m_date; ///< of history imagery, empty for none
     std::string m_userAgent;
     std::vector<std::string> m_headers;
     int m_levelOffset = 0;
