@@ -22,7 +22,8 @@ constexpr char kExamples[] = R"(Examples:
   kxtile quadkey 3/5/3
 Addresses are COLUMN/ROW/LEVEL, row 0 in the north.
 Exit codes: 0 done, 1 failed, 2 wrong usage, 3 the server has no tile there.
-Environment: KXTILE_CACHE_DIR, XDG_CACHE_HOME, http_proxy, https_proxy, no_proxy.)";
+Environment: KXTILE_CACHE_DIR, XDG_CACHE_HOME, http_proxy, https_proxy, no_proxy,
+KXTILE_SOURCES_PATH (folders of ready definitions).)";
 
 /// CLI11's own range lets "nan" pass.
 CLI::Validator SecondsRange()
@@ -56,12 +57,23 @@ std::string Printable(std::string text)
     return text;
 }
 
+/// CLI11 misses a command before it looks at what stands in its place.
+std::string WhatIsWrong(const CLI::App& app, const CLI::ParseError& error)
+{
+    const std::vector<std::string> unknown = app.remaining(true);
+    if (dynamic_cast<const CLI::RequiredError*>(&error) == nullptr || unknown.empty())
+        return error.what();
+    return "there is no command '" + unknown.front() + "'";
+}
+
 /// Help asked for is no mistake; everything else that does not parse is wrong usage.
 int ReportUsage(const CLI::App& app, const GlobalOptions& options, const CLI::ParseError& error)
 {
     if (error.get_exit_code() == 0)
         return app.exit(error);
-    ReportError(options, error.what(), "Run with --help for the commands, options and examples.");
+    ReportError(options,
+                WhatIsWrong(app, error),
+                "Run with --help for the commands, options and examples.");
     return kExitWrongUsage;
 }
 

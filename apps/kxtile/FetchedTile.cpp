@@ -4,9 +4,9 @@
 #include "Command.h"
 #include "KxFile.h"
 #include "KxImgUtility.h"
-#include "KxLuaToolkit.h"
 #include "KxNetGetch.h"
 #include "KxTileFetcher.h"
+#include "TileUrl.h"
 
 #include <fmt/format.h>
 
@@ -71,20 +71,18 @@ std::string HintFor(int status)
 }
 
 /// No request could be made: the source gave no URL to ask.
-[[noreturn]] void ThrowNoUrl(const KxC::KxTSDParamItem& source)
+[[noreturn]] void ThrowNothingToAsk(const KxC::KxTSDParamItem& source)
 {
     if (source.m_nTileScheme == kSchemeEarthHistory)
         throw CommandError(kExitFailed, "history imagery (scheme 8) cannot be fetched yet");
-    throw CommandError(
-        kExitFailed,
-        fmt::format("the URL script gives no URL: {}", KxC::KxLuaToolkit::GetLastError().Cstr()));
+    ThrowNoUrl(source);
 }
 
 [[noreturn]] void ThrowFailure(const KxC::KxTSDParamItem& source)
 {
     const KxNetRequestInfo& request = KxNetGetch::GetLastRequestInfo();
     if (request.m_strUrl.IsEmpty() != 0)
-        ThrowNoUrl(source);
+        ThrowNothingToAsk(source);
     if (request.m_result != KxC::NetError_Success)
         ThrowRequestFailure(request);
     ThrowNotAPicture(request);

@@ -214,7 +214,7 @@ class KxtileTest(unittest.TestCase):
         done = self.kxtile("source", "show", definition)
         self.assertNotIn(b"tell-nobody", done.stdout + done.stderr)
         shown = self.answer("source", "show", definition)
-        self.assertEqual(shown["url"], "http://h/%d/%d/%d?key=${TEST_KEY}")
+        self.assertEqual(shown["url"], "http://h/{$z}/{$x}/{$y}?key=${TEST_KEY}")
         self.assertEqual((shown["datum"], shown["scheme"], shown["rows"]),
                          ("GCJ-02", 12, "from the south"))
         self.assertIn(b"key=tell-nobody", self.kxtile("url", definition, "0/0/0").stdout)
