@@ -125,6 +125,8 @@ int RunCommandLine(int argc, const char* const* argv)
     try {
         app.parse(argc, argv);
         return std::fflush(stdout) == 0 ? kExitDone : kExitFailed;
+    } catch (const CLI::RuntimeError& error) { // a command has said all there is to say
+        return error.get_exit_code();
     } catch (const CLI::ParseError& error) {
         return ReportUsage(app, options, error);
     } catch (const CommandError& error) {

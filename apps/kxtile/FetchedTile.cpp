@@ -6,6 +6,7 @@
 #include "KxImgUtility.h"
 #include "KxNetGetch.h"
 #include "KxTileFetcher.h"
+#include "StatusHint.h"
 #include "TileUrl.h"
 
 #include <fmt/format.h>
@@ -25,19 +26,6 @@ using KxC::NetError;
 constexpr int kSchemeBingMap = 6;
 constexpr int kSchemeEarthHistory = 8;
 
-std::string HintFor(int status)
-{
-    switch (status) {
-    case 401:
-    case 403:
-        return "The service refuses the request: check its key, headers and user agent.";
-    case 429:
-        return "The service asks for fewer requests: wait, then try again.";
-    default:
-        return status >= 500 ? "The service is in trouble: try again later." : "";
-    }
-}
-
 /// What the last request says of the failure.
 [[noreturn]] void ThrowRequestFailure(const KxNetRequestInfo& request)
 {
@@ -46,7 +34,7 @@ std::string HintFor(int status)
     throw CommandError(
         kExitFailed,
         fmt::format("{}{}: {}", request.m_strUrl.Cstr(), status, request.m_strCause.Cstr()),
-        HintFor(request.m_nHttpStatus));
+        HintForStatus(request.m_nHttpStatus));
 }
 
 /// The answer came but is no picture.
