@@ -135,6 +135,7 @@ void AddSourceCommand(CLI::App& app, const GlobalOptions& options)
         "Example:\n  kxtile source show 'http://127.0.0.1:8080/xyz/marble/{$z}/{$x}/{$y}.png'");
     AddSourceListCommand(*source, options);
     AddSourceTestCommand(*source, options);
+    AddSourceConvertCommand(*source, options);
     CLI::App* show = source->add_subcommand("show", "Print what a source came out as");
     const auto argument = std::make_shared<SourceArgument>();
     argument->AddTo(*show);

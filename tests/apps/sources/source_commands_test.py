@@ -5,10 +5,12 @@
 Usage: source_commands_test.py KXTILE KXORIGIN READY_SOURCES EXAMPLE_SOURCES
 """
 import json
-import os
 import pathlib
+import shutil
+import subprocess
 import sys
 import unittest
+import xml.etree.ElementTree
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "integration"))
 from kxtile_harness import KxtileTestCase, png_size  # noqa: E402
@@ -157,6 +159,183 @@ class SourceNamesTest(KxtileTestCase):
             done = self.kxtile("url", EXAMPLES / "xyz.toml", "1/1/1", *options, status=2)
             self.assertIn(options[0].encode(), done.stderr)
         self.kxtile("url", EXAMPLES / "xyz.toml", "1/1/1", "--user-agent", "me")
+
+
+class SourceConvertCommandTest(KxtileTestCase):
+    def convert(self, form, *source, status=0, warnings=()):
+        done = self.kxtile("source", "convert", *source, "--to", form, status=status)
+        for words in warnings:
+            self.assertIn(words, done.stderr.decode())
+        if status == 0 and not warnings:
+            self.assertEqual(done.stderr, b"")
+        return done.stdout.decode() if status == 0 else done.stderr.decode()
+
+    def definition(self, text, name="s.toml"):
+        path = self.folder / name
+        path.write_text(text)
+        return path
+
+    def shown(self, source):
+        shown = self.answer("source", "show", source)
+        del shown["cache_key"]  # made of the template, which may hold variables
+        return shown
+
+    def test_a_definition_written_and_read_again_is_the_same(self):
+        awkward = 'a "quoted" \\ text, \u00e9\U0001F5FA, tab\tand line\nbreak, ${NOT_A_VARIABLE}'
+        whole = self.definition(
+            'url = "https://{$serverpart}.h/%20/%d/{$y}/{$z}/{$x}?a=%%&b=$${c}"\n'
+            'servers = ["a", "b-2"]\nscheme = "TianDiTuLatLon"\ndatum = "BD09"\n'
+            'tile_size = 512\nlevel_offset = -1\nformat = "png gzip"\nversion = 7\n'
+            'user_agent = "me \\"x\\" \\\\"\n'
+            'headers = ["Referer: https://h/", "X-A: b: c"]\n'
+            f'attr5 = {json.dumps(awkward, ensure_ascii=False)}\n'
+            'option1 = true\noption2 = true\nvalue1 = 5\n'
+            'value2 = -6\nvalue3 = 7\n[bounds]\nwest = -10.25\nsouth = -1e-7\neast = 20\n'
+            'north = 30.125\nmin_level = 2\nmax_level = 17\n')
+        again = self.definition(self.convert("toml", whole), "again.toml")
+        self.assertEqual(self.shown(again), self.shown(whole))
+        self.assertEqual(self.shown(again)["attr5"], awkward)
+        for tile in ("1/1/2", "300/200/9"):
+            self.assertEqual(self.kxtile("url", again, tile).stdout,
+                             self.kxtile("url", whole, tile).stdout)
+        for source in sorted(EXAMPLES.glob("*.toml")):
+            if source.stem == "scripted":
+                continue
+            again = self.definition(self.convert("toml", source), "again.toml")
+            self.assertEqual(self.shown(again), self.shown(source))
+            self.assertEqual(self.kxtile("url", again, "4/3/3").stdout,
+                             self.kxtile("url", source, "4/3/3").stdout)
+
+    def test_a_template_becomes_a_definition(self):
+        template = "http://h/%20{$z}/{$y}/{$x}?n={$n}"
+        text = self.convert("toml", template, "--rows", "south", "--datum", "gcj02",
+                            "--level-offset", "1", "--header", "X-A: b")
+        again = self.definition(text)
+        self.assertEqual(self.shown(again)["datum"], "GCJ-02")
+        self.assertEqual(self.kxtile("url", again, "4/2/3").stdout,
+                         b"http://h/%204/5/4?n={$n}\n")
+
+    def test_a_definition_keeps_the_names_of_variables(self):
+        self.environment["TEST_KEY"] = "b"  # stands in other places too
+        source = self.definition('url = "http://b/{$z}/{$x}/{$y}?b=${TEST_KEY}"\n'
+                                 'headers = ["X-B: ${KXTILE_SURELY_UNSET}b"]\nscheme = 10\n')
+        text = self.convert("toml", source)
+        self.assertIn('url = "http://b/{$z}/{$x}/{$y}?b=${TEST_KEY}"\n', text)
+        self.assertIn('headers = ["X-B: ${KXTILE_SURELY_UNSET}b"]\n', text)
+        self.environment["KXTILE_SURELY_UNSET"] = "c"
+        self.assertIn('headers = ["X-B: cb"]\n', self.convert("toml", source, "--reveal"))
+
+    def test_secrets_are_written_only_when_asked_for(self):
+        self.environment["TEST_KEY"] = "tell-nobody"
+        source = self.definition('url = "${KXORIGIN}/{$z}/{$x}/{$y}?k=${TEST_KEY}"\n'
+                                 'scheme = 10\n[bounds]\nmax_level = 3\n')
+        for form in ("tilejson", "gdal", "qgis"):
+            error = self.convert(form, source, status=1)
+            self.assertIn("TEST_KEY", error)
+            self.assertIn("--reveal", error)
+            self.assertNotIn("tell-nobody", error)
+            self.assertIn("tell-nobody", self.convert(form, source, "--reveal"))
+
+    def test_tilejson(self):
+        source = self.definition(
+            'url = "http://{$serverpart}.h/{$z}/{$x}/{$y}?a=\\"&b=<"\nservers = "a b"\n'
+            'scheme = 10\nrows = "SouthToNorth"\nattr2 = "\u00a9 \\"A\\""\n'
+            '[bounds]\nwest = -10.5\nsouth = 1\neast = 20\nnorth = 30\nmin_level = 2\n'
+            'max_level = 17\n')
+        tiles = json.loads(self.convert("tilejson", source))
+        self.assertEqual(tiles, {
+            "tilejson": "2.2.0", "attribution": '\u00a9 "A"', "scheme": "tms",
+            "tiles": ['http://a.h/{z}/{x}/{y}?a="&b=<', 'http://b.h/{z}/{x}/{y}?a="&b=<'],
+            "minzoom": 2, "maxzoom": 17, "bounds": [-10.5, 1, 20, 30]})
+
+    def test_qgis_connections(self):
+        source = self.definition(
+            'url = "http://{$serverpart}.h/{$z}/{$x}/{$y}?a=\\"&b=<"\nservers = "a b"\n'
+            'scheme = 10\nrows = "SouthToNorth"\nattr1 = "A & B"\ntile_size = 512\n'
+            'headers = ["referer: http://r/"]\n[bounds]\nmin_level = 2\nmax_level = 17\n')
+        text = self.convert("qgis", source, warnings=["servers besides the first are not kept"])
+        root = xml.etree.ElementTree.fromstring(text)
+        self.assertEqual((root.tag, root.attrib), ("qgsXYZTilesConnections", {"version": "1.0"}))
+        self.assertEqual([child.tag for child in root], ["xyztiles"])
+        self.assertEqual({key: value for key, value in root[0].attrib.items() if value}, {
+            "name": "A & B", "url": 'http://a.h/{z}/{x}/{-y}?a="&b=<', "zmin": "2", "zmax": "17",
+            "tilePixelRatio": "2", "referer": "http://r/"})
+        text = self.convert("qgis", "http://h/{$quadkey}")
+        self.assertEqual(xml.etree.ElementTree.fromstring(text)[0].get("url"), "http://h/{q}")
+
+    @unittest.skipUnless(shutil.which("gdal_translate"), "gdal_translate (gdal-bin) is not here")
+    def test_gdal_fetches_the_same_tiles(self):
+        # Column 10, row 5 of level 4, as each convention names it.
+        cases = [("/xyz/graticule/{$z}/{$x}/{$y}.png", [], "/xyz/graticule/4/10/5.png"),
+                 ("/axis/graticule/yzx/{$y}/{$z}/{$x}.png", [], "/axis/graticule/yzx/5/4/10.png"),
+                 ("/tms/graticule/{$z}/{$x}/{$y}.png", ["--rows", "south"],
+                  "/tms/graticule/4/10/10.png"),
+                 ("/quadkey/graticule/{$quadkey}.png", [], "/quadkey/graticule/1212.png"),
+                 ("/geographic/graticule/{$z}/{$x}/{$y}.png", ["--scheme", "geographic"],
+                  "/geographic/graticule/4/10/5.png"),
+                 ("/geographic-tms/graticule/{$z}/{$x}/{$y}.png",
+                  ["--scheme", "geographic", "--rows", "south"],
+                  "/geographic-tms/graticule/4/10/10.png"),
+                 ("/agent-is/a%20b/marble/{$z}/{$x}/{$y}.png", ["--user-agent", "a b"],
+                  "/agent-is/a%20b/marble/4/10/5.png"),
+                 # Rows from latitude 90: row 5 there is row 9 of the square from 180.
+                 ("/tianditu/graticule/{$z}/{$x}/{$y}.png", ["--scheme", "tianditu"],
+                  "/tianditu/graticule/4/10/5.png")]
+        for path, options, asked in cases:
+            # With 18 levels a tile of level 4 has 2^14 times as many pixels a side.
+            self.kxtile("source", "convert", self.url(path), *options, "--to", "gdal", "-o",
+                        "g.xml")
+            side = 256 << 14
+            before = len(self.requests())
+            subprocess.run(["gdal_translate", "-q", "-of", "PNG", "-outsize", "256", "256",
+                            "-srcwin", str(10 * side), str(5 * side), str(side), str(side),
+                            "g.xml", "g.png"], cwd=self.folder, env=self.environment, check=True)
+            self.assertEqual([r["path"] for r in self.requests()[before:]], [asked])
+            row = 9 if "tianditu" in path else 5
+            self.kxtile("tile", self.url(path), *options, f"10/{row}/4", "-o", "t.tif")
+            self.assertEqual(self.pixels("g.png"), self.pixels("t.tif"), path)
+
+    def pixels(self, name):
+        subprocess.run(["gdal_translate", "-q", "-of", "ENVI", name, "raw.bin"], cwd=self.folder,
+                       check=True)
+        return (self.folder / "raw.bin").read_bytes()
+
+    def test_what_a_form_cannot_say_is_not_written(self):
+        shifted = ["http://h/{$z}/{$x}/{$y}", "--datum", "gcj02"]
+        cases = [(shifted, ("tilejson", "gdal", "qgis"), "GCJ-02"),
+                 (["http://h/{$z}/{$x}/{$y}", "--scheme", "baidu"], ("tilejson", "gdal", "qgis"),
+                  "Baidu"),
+                 ([EXAMPLES / "scripted.toml"], ("toml", "tilejson", "gdal", "qgis"), "script"),
+                 (["http://h/{$z}/{$x}/{$y}", "--level-offset", "1"],
+                  ("tilejson", "gdal", "qgis"), "level_offset 1"),
+                 (["http://h/{$z}/{$x}/{$y}", "--format", "png gzip"],
+                  ("tilejson", "gdal", "qgis"), "gzip"),
+                 (["http://h/{$z}/{$x}/{$y}", "--header", "X-Key: a"],
+                  ("tilejson", "gdal", "qgis"), "header lines"),
+                 (["http://h/{$z}/{$x}/{$y}", "--scheme", "geographic"], ("tilejson", "qgis"),
+                  "not Web Mercator"),
+                 (["http://h/{$quadkey}"], ("tilejson",), "quadkey"),
+                 (["http://h/{x}/{$z}/{$x}/{$y}"], ("toml", "tilejson", "qgis"), "{x}"),
+                 (["http://h/${x}/{$z}/{$x}/{$y}"], ("gdal",), "${")]
+        for source, forms, words in cases:
+            for form in forms:
+                error = self.convert(form, *source, "-o", "out", status=1)
+                self.assertIn(words, error)
+                self.assertFalse((self.folder / "out").exists())
+
+    def test_answers_for_programs(self):
+        answer = self.answer("source", "convert", EXAMPLES / "servers.toml", "--to", "qgis")
+        self.assertEqual(answer["warnings"], ["servers besides the first are not kept"])
+        self.assertIn("<qgsXYZTilesConnections", answer["text"])
+        answer = self.answer("source", "convert", EXAMPLES / "xyz.toml", "--to", "toml", "-o", "o")
+        self.assertEqual(answer, {"form": "toml", "warnings": [], "file": "o"})
+        self.assertIn("url = ", (self.folder / "o").read_text())
+        self.kxtile("source", "convert", EXAMPLES / "xyz.toml", "--to", "toml", "-o", "none/o",
+                    status=1)
+        self.kxtile("source", "convert", EXAMPLES / "xyz.toml", "--to", "doc", status=2)
+        self.kxtile("source", "convert", b"http://h/\xff/{$z}/{$x}/{$y}".decode("latin-1")
+                    .encode("latin-1").decode("utf-8", "surrogateescape"), "--to", "toml",
+                    status=1)
 
 
 def main():
