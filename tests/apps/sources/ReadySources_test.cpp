@@ -299,5 +299,33 @@ TEST(ReadySources, OfTianDiTuNameTheirLayerAndSetEverywhere)
     EXPECT_EQ(count, 12);
 }
 
+std::string ReadWhole(const fs::path& path)
+{
+    std::ostringstream text;
+    text << std::ifstream(path).rdbuf();
+    return text.str();
+}
+
+TEST(ReadySources, SaveTheOpenStreetMapFoundationFromGuessingWhoAsks)
+{
+    const auto source = Load("osm");
+    // This product, its version, and where to reach who runs it.
+    EXPECT_STREQ(source->m_strUserAgent.Cstr(),
+                 "KxTile/" KXTILE_PRODUCT_VERSION " (+<KXTILE_CONTACT>)");
+}
+
+TEST(ReadySources, HaveARowEachInThePageOfPublicServices)
+{
+    const std::string page = ReadWhole(fs::path(KXTILE_DOCS_DIR) / "public-services.md");
+    for (const std::string& name : AllNames()) {
+        const std::size_t row = page.find("| `" + name + "` |");
+        ASSERT_NE(row, std::string::npos) << name;
+        const std::string line = page.substr(row, page.find('\n', row) - row);
+        EXPECT_EQ(line.find("**no**") != std::string::npos, kDisabled.count(name) == 1) << line;
+        for (const std::string& variable : VariableNamesIn(PathOf(name).string()))
+            EXPECT_THAT(line, HasSubstr("`" + variable + "`"));
+    }
+}
+
 } // namespace
 } // namespace KxTileHost
