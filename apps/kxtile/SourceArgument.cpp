@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <map>
 
 namespace KxTileHost {
@@ -71,10 +72,10 @@ CLI::Validator NameOrNumber(const std::map<std::string, int>& codes)
 
 } // namespace
 
-void SourceArgument::AddTo(CLI::App& command)
+void SourceArgument::AddTo(CLI::App& command, Presence presence)
 {
     command.add_option("SOURCE", m_text, "Definition file, or URL template with {$x} {$y} {$z}")
-        ->required();
+        ->required(presence == kRequired);
     command.add_option("--servers", m_servers, "Server parts for {$serverpart}, as in 'a,b,c'")
         ->group(kTemplateOptions);
     command.add_option("--scheme", m_scheme, "Tiling scheme, by name or number")
@@ -107,6 +108,11 @@ CommandError SourceArgument::WithoutSecrets(const CommandError& error) const
 Secrets SourceArgument::GetSecrets() const
 {
     return Secrets(IsTemplate() ? std::string() : m_text);
+}
+
+std::string SourceArgument::GetName() const
+{
+    return IsTemplate() ? m_text : std::filesystem::path(m_text).stem().string();
 }
 
 bool SourceArgument::IsTemplate() const
