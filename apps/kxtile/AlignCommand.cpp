@@ -45,8 +45,8 @@ try {
     row.m_name = argument.GetName();
     row.m_detail = Describe(*source);
     row.m_asItComes = ViewAsItComes(*source, place, arguments.m_level, options.TimeoutMs());
-    row.m_aligned = ViewAligned(
-        *source, place, arguments.m_level, arguments.m_blockCopy, options.TimeoutMs());
+    row.m_aligned =
+        ViewAligned(*source, place, arguments.m_level, arguments.m_blockCopy, options.TimeoutMs());
     if (row.m_asItComes.m_tiles == 0)
         throw CommandError(kExitNoTile,
                            fmt::format("'{}' has no tile around {} on level {}",
@@ -105,8 +105,8 @@ void RunAlign(const GlobalOptions& options, const AlignArguments& arguments)
 
 void AddAlignCommand(CLI::App& app, const GlobalOptions& options)
 {
-    CLI::App* command = app.add_subcommand(
-        "align", "Show a source as it comes and aligned, under a graticule");
+    CLI::App* command =
+        app.add_subcommand("align", "Show a source as it comes and aligned, under a graticule");
     const auto arguments = std::make_shared<AlignArguments>();
     arguments->m_source.AddTo(*command);
     command->add_option("--beside", arguments->m_beside, "A further source below; repeatable")
@@ -116,9 +116,10 @@ void AddAlignCommand(CLI::App& app, const GlobalOptions& options)
     AddLevelOption(*command, arguments->m_level);
     command->add_option("-o,--output", arguments->m_output, "The sheet (.png, .jpg, .webp, .tif)")
         ->capture_default_str();
-    command->add_flag("--block-copy",
-                      arguments->m_blockCopy,
-                      "Let the library copy blocks of shifted tiles instead of sampling each pixel");
+    command->add_flag(
+        "--block-copy",
+        arguments->m_blockCopy,
+        "Let the library copy blocks of shifted tiles instead of sampling each pixel");
     command->footer("Four pictures for each source: its tiles as a program shows them that knows "
                     "nothing of\ndatums, the aligned ones, a half of each, and their difference. "
                     "The graticule stands\nwhere meridians and parallels ought to be.\n"

@@ -25,8 +25,7 @@ public:
     void Write(int left, int top, int width, int scale, std::string_view text, const Colour& ink);
 
     /// Draws a picture scaled to a square; where it is transparent, `ground` shows through.
-    void
-    Place(int left, int top, int side, const KxC::KxImageData& picture, const Colour& ground);
+    void Place(int left, int top, int side, const KxC::KxImageData& picture, const Colour& ground);
 
 private:
     KxC::KxImageData& m_image;

@@ -15,7 +15,7 @@ namespace KxTileHost {
 struct FetchedTile
 {
     std::unique_ptr<KxC::KxRawData> m_bytes; ///< with its extension
-    std::string m_url;      ///< empty for a tile made of several
+    std::string m_url;                       ///< empty for a tile made of several
     std::string m_from;     ///< "network", "disk", "memory", or "cache" for either of these
     int m_httpStatus = 0;   ///< 0 when no request was sent
     double m_seconds = 0.0; ///< of the library's operation

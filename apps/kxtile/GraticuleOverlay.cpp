@@ -25,11 +25,8 @@ double DegreesAcross(double stepDegrees, double stepPixels)
 void DrawLabel(Canvas& canvas, int left, int top, const std::string& text)
 {
     const int width = KxDrawing::TextWidth(text);
-    canvas.Fill(left,
-                top,
-                width + 2 * kLabelGap,
-                KxDrawing::kGlyphHeight + 2 * kLabelGap,
-                kLabelGround);
+    canvas.Fill(
+        left, top, width + 2 * kLabelGap, KxDrawing::kGlyphHeight + 2 * kLabelGap, kLabelGround);
     canvas.Write(left + kLabelGap, top + kLabelGap, width + kLabelGap, 1, text, kLine);
 }
 

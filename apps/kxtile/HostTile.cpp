@@ -83,14 +83,13 @@ HostTile ParseOwnTile(const std::string& text, const KxC::KxTSDParamItem& source
     const auto [column, row, level] = ReadAddress(text);
     const int reach = 1 << level;
     if (column < -reach || row < -reach || column >= reach || row >= reach)
-        throw CommandError(
-            kExitWrongUsage,
-            fmt::format("level {} has columns and rows {} to {} at most, not '{}'",
-                        level,
-                        -reach,
-                        reach - 1,
-                        text),
-            "The level stands last: COLUMN/ROW/LEVEL.");
+        throw CommandError(kExitWrongUsage,
+                           fmt::format("level {} has columns and rows {} to {} at most, not '{}'",
+                                       level,
+                                       -reach,
+                                       reach - 1,
+                                       text),
+                           "The level stands last: COLUMN/ROW/LEVEL.");
     return {column, reach - 1 - row, level};
 }
 

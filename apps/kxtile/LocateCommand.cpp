@@ -80,11 +80,10 @@ nlohmann::ordered_json ToJson(const Row& row, int level)
     object["tile"] = {row.m_position.Column(), row.m_position.Row(), level};
     object["row_from_north"] = NorthRow(row, level);
     if (IsStandardTiling(row.m_scheme, row.m_datum))
-        object["quadkey"] = KxC::KxTileFetcher::BingMapTileToQuadKey(
-                                (1 << level) - 1 - row.m_position.Row(),
-                                row.m_position.Column(),
-                                level)
-                                .Cstr();
+        object["quadkey"] =
+            KxC::KxTileFetcher::BingMapTileToQuadKey(
+                (1 << level) - 1 - row.m_position.Row(), row.m_position.Column(), level)
+                .Cstr();
     return object;
 }
 
@@ -111,10 +110,8 @@ void PrintTable(const GeoPoint& place, int level, const std::vector<Row>& rows)
     fmt::print("{:<21} {:>17} {:>17}\n", "datum", "longitude", "latitude");
     for (const int datum : kDatums) {
         const GeoPoint shifted = OnDatum(place, datum);
-        fmt::print("{:<21} {:>17.9f} {:>17.9f}\n",
-                   NameOfDatum(datum),
-                   shifted.m_lon,
-                   shifted.m_lat);
+        fmt::print(
+            "{:<21} {:>17.9f} {:>17.9f}\n", NameOfDatum(datum), shifted.m_lon, shifted.m_lat);
     }
     fmt::print("\n{:<13} {:<7} {:>17} {:>17} {:>11} {:>11} {:>11}\n",
                "grid",
@@ -150,8 +147,8 @@ SourceTilePlace LocateInSource(const LocateArguments& arguments, const KxC::KxPo
                                        arguments.m_source.GetText(),
                                        arguments.m_place,
                                        arguments.m_level));
-    const KxC::KxString url = KxC::KxTileFetcher::GetURL(
-        source, arguments.m_level, position.Row(), position.Column());
+    const KxC::KxString url =
+        KxC::KxTileFetcher::GetURL(source, arguments.m_level, position.Row(), position.Column());
     if (url.IsEmpty() != 0)
         throw CommandError(
             kExitFailed,
@@ -215,8 +212,7 @@ void AddLocateCommand(CLI::App& app, const GlobalOptions& options)
     CLI::App* command =
         app.add_subcommand("locate", "Tell column and row of a place in every grid and datum");
     const auto arguments = std::make_shared<LocateArguments>();
-    command
-        ->add_option("PLACE", arguments->m_place, "LONGITUDE,LATITUDE in degrees, WGS 84")
+    command->add_option("PLACE", arguments->m_place, "LONGITUDE,LATITUDE in degrees, WGS 84")
         ->required();
     arguments->m_source.AddTo(*command, SourceArgument::kMayBeLeftOut);
     AddLevelOption(*command, arguments->m_level);

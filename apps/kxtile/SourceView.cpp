@@ -175,11 +175,8 @@ ViewAsItComes(KxC::KxTSDParamItem& source, const GeoPoint& place, int level, int
     });
 }
 
-SourceView ViewAligned(KxC::KxTSDParamItem& source,
-                       const GeoPoint& place,
-                       int level,
-                       bool blockCopy,
-                       int timeoutMs)
+SourceView ViewAligned(
+    KxC::KxTSDParamItem& source, const GeoPoint& place, int level, bool blockCopy, int timeoutMs)
 {
     const AlignedTileOptions options{
         blockCopy ? source.m_nTileSize : kAlignedTileSize, blockCopy, timeoutMs};

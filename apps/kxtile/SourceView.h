@@ -18,9 +18,9 @@ struct ViewFrame
 
     int m_scheme = 0;
     int m_level = 0;
-    int m_tileSize = 256;       ///< pixels
-    long long m_left = 0;       ///< pixels of the grid west of the view
-    long long m_bottom = 0;     ///< pixels of the grid south of the view
+    int m_tileSize = 256;   ///< pixels
+    long long m_left = 0;   ///< pixels of the grid west of the view
+    long long m_bottom = 0; ///< pixels of the grid south of the view
 
     /// Where a place is drawn, in pixels from the view's left and upper edge; may lie outside the
     /// view, and is no number for places that the grid has not.
@@ -42,10 +42,7 @@ ViewAsItComes(KxC::KxTSDParamItem& source, const GeoPoint& place, int level, int
 
 /// The source's tiles aligned to the Web Mercator tiling.
 /// @param blockCopy  asks for the library's own choice, which copies blocks where it can
-SourceView ViewAligned(KxC::KxTSDParamItem& source,
-                       const GeoPoint& place,
-                       int level,
-                       bool blockCopy,
-                       int timeoutMs);
+SourceView ViewAligned(
+    KxC::KxTSDParamItem& source, const GeoPoint& place, int level, bool blockCopy, int timeoutMs);
 
 } // namespace KxTileHost
