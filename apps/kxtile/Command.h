@@ -49,6 +49,8 @@ public:
 void AddTileCommand(CLI::App& app, const GlobalOptions& options);
 void AddSheetCommand(CLI::App& app, const GlobalOptions& options);
 void AddUrlCommand(CLI::App& app, const GlobalOptions& options);
+void AddLocateCommand(CLI::App& app, const GlobalOptions& options);
+void AddAlignCommand(CLI::App& app, const GlobalOptions& options);
 void AddQuadKeyCommand(CLI::App& app, const GlobalOptions& options);
 void AddSourceCommand(CLI::App& app, const GlobalOptions& options);
 void AddCacheCommand(CLI::App& app, const GlobalOptions& options);

@@ -119,6 +119,8 @@ int RunCommandLine(int argc, const char* const* argv)
     AddTileCommand(app, options);
     AddSheetCommand(app, options);
     AddUrlCommand(app, options);
+    AddLocateCommand(app, options);
+    AddAlignCommand(app, options);
     AddQuadKeyCommand(app, options);
     AddSourceCommand(app, options);
     AddCacheCommand(app, options);

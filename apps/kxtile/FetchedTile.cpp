@@ -63,17 +63,11 @@ constexpr int kSchemeEarthHistory = 8;
 {
     if (source.m_nTileScheme == kSchemeEarthHistory)
         throw CommandError(kExitFailed, "history imagery (scheme 8) cannot be fetched yet");
+    if (source.m_bLuaScripted == 0)
+        throw CommandError(kExitFailed,
+                           "the library makes no tile of this size on this level",
+                           "Levels go to 30, also after the deeper one that large tiles need.");
     ThrowNoUrl(source);
-}
-
-[[noreturn]] void ThrowFailure(const KxC::KxTSDParamItem& source)
-{
-    const KxNetRequestInfo& request = KxNetGetch::GetLastRequestInfo();
-    if (request.m_strUrl.IsEmpty() != 0)
-        ThrowNothingToAsk(source);
-    if (request.m_result != KxC::NetError_Success)
-        ThrowRequestFailure(request);
-    ThrowNotAPicture(request);
 }
 
 /// The URL that was asked, or, when the tile was at hand, the one that would have been.
@@ -109,7 +103,7 @@ FetchDirect(KxC::KxTSDParamItem& source, const HostTile& tile, int timeoutMs)
                                     tile.m_z,
                                     source.m_nTileSize,
                                     timeoutMs) == 0)
-        ThrowFailure(source);
+        ThrowFetchFailure(source);
     std::unique_ptr<KxC::KxRawData> owned(bytes);
     if (owned->GetSize() == 0) {
         const KxNetRequestInfo& request = KxNetGetch::GetLastRequestInfo();
@@ -165,7 +159,7 @@ void FetchThroughCaches(FetchedTile& fetched,
             inMemory, &source, tile.m_z, tile.RowFromSouth(), tile.m_x, timeoutMs);
     });
     if (result == KxC::NetError_Failure)
-        ThrowFailure(source);
+        ThrowFetchFailure(source);
     fetched.m_url = UrlOf(source, tile);
     CheckPicture(result, inMemory, fetched.m_url);
     fetched.m_from = Origin(hitsBefore);
@@ -188,13 +182,33 @@ void FetchPastCaches(FetchedTile& fetched,
     fetched.m_url = UrlOf(source, tile);
 }
 
+bool WasRequestSent()
+{
+    return KxNetGetch::GetLastRequestInfo().m_nAttempts > 0;
+}
+
+void CheckHasUrl(const KxC::KxTSDParamItem& source)
+{
+    if (source.m_strUrlTemplate.IsEmpty() != 0 && source.m_bLuaScripted == 0)
+        throw CommandError(kExitFailed, "the source has neither URL nor script");
+}
+
 } // namespace
+
+void ThrowFetchFailure(const KxC::KxTSDParamItem& source)
+{
+    const KxNetRequestInfo& request = KxNetGetch::GetLastRequestInfo();
+    if (request.m_strUrl.IsEmpty() != 0)
+        ThrowNothingToAsk(source);
+    if (request.m_result != KxC::NetError_Success)
+        ThrowRequestFailure(request);
+    ThrowNotAPicture(request);
+}
 
 FetchedTile
 FetchTileOf(KxC::KxTSDParamItem& source, const HostTile& tile, bool useDiskCache, int timeoutMs)
 {
-    if (source.m_strUrlTemplate.IsEmpty() != 0 && source.m_bLuaScripted == 0)
-        throw CommandError(kExitFailed, "the source has neither URL nor script");
+    CheckHasUrl(source);
     if (source.m_nTileScheme == kSchemeBingMap && source.m_bLuaScripted == 0 && tile.m_z == 0)
         throw CommandError(kExitNoTile, "services by quadkey have no level 0");
     KxNetGetch::ClearLastRequestInfo();
@@ -203,6 +217,33 @@ FetchTileOf(KxC::KxTSDParamItem& source, const HostTile& tile, bool useDiskCache
         FetchThroughCaches(fetched, source, tile, timeoutMs);
     else
         FetchPastCaches(fetched, source, tile, timeoutMs);
+    fetched.m_httpStatus = KxNetGetch::GetLastRequestInfo().m_nHttpStatus;
+    return fetched;
+}
+
+FetchedTile FetchAlignedTile(KxC::KxTSDParamItem& source,
+                             const HostTile& tile,
+                             const AlignedTileOptions& options)
+{
+    CheckHasUrl(source);
+    KxNetGetch::ClearLastRequestInfo();
+    const auto fetch =
+        options.m_blockCopy ? KxTileFetcher::FetchWMTileByParam : KxTileFetcher::FetchWMTile3;
+    KxC::KxRawData* bytes = nullptr;
+    unsigned char done = 0;
+    FetchedTile fetched;
+    fetched.m_seconds = Measure([&] {
+        done = fetch(
+            bytes, &source, tile.m_x, tile.m_y, tile.m_z, options.m_size, options.m_timeoutMs);
+    });
+    fetched.m_bytes.reset(bytes);
+    if (done == 0)
+        ThrowFetchFailure(source);
+    if (bytes == nullptr || bytes->GetSize() == 0)
+        throw CommandError(
+            kExitNoTile,
+            fmt::format("the source has nothing at {}/{}/{}", tile.m_x, tile.m_y, tile.m_z));
+    fetched.m_from = WasRequestSent() ? "network" : "cache";
     fetched.m_httpStatus = KxNetGetch::GetLastRequestInfo().m_nHttpStatus;
     return fetched;
 }

@@ -135,14 +135,14 @@ CLI::Validator NameOrNumber(const std::map<std::string, int>& codes)
 
 } // namespace
 
-void SourceArgument::AddTo(CLI::App& command)
+void SourceArgument::AddTo(CLI::App& command, Presence presence)
 {
     command
         .add_option("SOURCE",
                     m_text,
                     "Definition file, name of a ready definition ('kxtile source list'), or URL "
                     "template with {$x} {$y} {$z}")
-        ->required();
+        ->required(presence == kRequired);
     const auto describes = [&](CLI::Option* option) {
         m_templateOptions.push_back(option->group(kTemplateOptions));
     };
@@ -173,6 +173,11 @@ CommandError SourceArgument::WithoutSecrets(const CommandError& error) const
 Secrets SourceArgument::GetSecrets() const
 {
     return Secrets(IsTemplate() ? std::string() : GetPath());
+}
+
+std::string SourceArgument::GetName() const
+{
+    return IsTemplate() ? m_text : std::filesystem::path(m_text).stem().string();
 }
 
 bool SourceArgument::IsTemplate() const

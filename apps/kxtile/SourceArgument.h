@@ -31,8 +31,9 @@ public:
     /// A source named without further options.
     explicit SourceArgument(std::string text) : m_text(std::move(text)) {}
 
+    enum Presence { kRequired, kMayBeLeftOut };
     /// Adds the SOURCE argument and its options to a command.
-    void AddTo(CLI::App& command);
+    void AddTo(CLI::App& command, Presence presence = kRequired);
 
     /// The source, loaded.
     /// @throws CommandError when the definition cannot be read, or the template is none, or the
@@ -42,6 +43,8 @@ public:
     const std::string& GetText() const { return m_text; }
     /// The definition's file: what was named, or where the ready definition of that name lies.
     std::string GetPath() const;
+    /// A short name: the definition's file name without extension, or the template.
+    std::string GetName() const;
     /// What must not be shown of the source.
     Secrets GetSecrets() const;
     /// The error with the source's secrets masked.

@@ -12,7 +12,6 @@
 
 #include <memory>
 #include <optional>
-#include <vector>
 
 namespace KxTileHost {
 
@@ -24,7 +23,7 @@ struct TestArguments
 {
     SourceArgument m_source;
     std::string m_address;
-    std::vector<double> m_place;
+    std::string m_place;
     std::optional<int> m_level;
     std::string m_output;
 };
@@ -32,11 +31,10 @@ struct TestArguments
 HostTile ChooseTile(const TestArguments& arguments, const KxC::KxTSDParamItem& source)
 {
     if (!arguments.m_address.empty())
-        return ParseHostTile(arguments.m_address);
-    if (arguments.m_place.size() == 2)
+        return ParseOwnTile(arguments.m_address, source);
+    if (!arguments.m_place.empty())
         return TileAt(source,
-                      arguments.m_place[0],
-                      arguments.m_place[1],
+                      ParseGeoPoint(arguments.m_place),
                       arguments.m_level.value_or(LikelyLevel(source)));
     return LikelyTile(source, arguments.m_level);
 }
@@ -182,9 +180,7 @@ void AddSourceTestCommand(CLI::App& source, const GlobalOptions& options)
     arguments->m_source.AddTo(*test);
     CLI::Option* tile =
         test->add_option("--tile", arguments->m_address, "COLUMN/ROW/LEVEL, row 0 in the north");
-    test->add_option("--at", arguments->m_place, "The place LON,LAT in degrees instead")
-        ->delimiter(',')
-        ->expected(2)
+    test->add_option("--at", arguments->m_place, "The place LONGITUDE,LATITUDE in degrees instead")
         ->excludes(tile);
     test->add_option("--level", arguments->m_level, "Level of the tile")
         ->check(CLI::Range(0, 30))

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "GeoPoint.h"
 #include "HostTile.h"
 #include "KxTSDParam.h"
 
@@ -9,12 +10,11 @@
 namespace KxTileHost {
 
 /// The tile of a source that holds a place.
-/// @param lon, lat  degrees, WGS 84
-/// @throws CommandError (wrong usage) for places that the source's grid does not hold
-HostTile TileAt(const KxC::KxTSDParamItem& source, double lon, double lat, int level);
+/// @throws CommandError (no tile there) for places that the source's grid does not hold
+HostTile TileAt(const KxC::KxTSDParamItem& source, const GeoPoint& place, int level);
 
-/// A tile where the source should have one: in the middle of its bounds; where it names none,
-/// in central Europe, or in Beijing for a datum that only China's services use.
+/// A tile where the source should have one: in the middle of its bounds; where these are the whole
+/// world, or none, in central Europe, or in Beijing for a datum that only China's services use.
 /// @param level  the level wanted; none for one near 3 that the bounds allow
 HostTile LikelyTile(const KxC::KxTSDParamItem& source, std::optional<int> level);
 

@@ -2,6 +2,7 @@
 #include "forms/FormLimits.h"
 
 #include "Command.h"
+#include "SourceGrid.h"
 #include "forms/Schemes.h"
 
 #include <fmt/format.h>
@@ -53,7 +54,7 @@ void FormLimits::CheckForOtherPrograms(const KxC::KxTSDParamItem& source)
     const bool history = source.m_nTileScheme == Scheme::kEarthHistory;
     CannotIf(scripted, "a script makes its URLs");
     CannotIf(history, "it is history imagery");
-    CannotIf(Scheme::IsBaidu(source.m_nTileScheme), "its tiles lie in Baidu's grid");
+    CannotIf(GridOf(source.m_nTileScheme) == GridKind::Baidu, "its tiles lie in Baidu's grid");
     CannotIf(source.m_nDatum != 0,
              "its pictures are shifted by a datum (GCJ-02 or BD-09), which would show places "
              "some hundred metres off");

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "SourceGrid.h"
 #include "forms/Form.h"
 #include "forms/FormLimits.h"
 #include "forms/Schemes.h"
@@ -26,7 +27,7 @@ struct Window
 
 Window WindowOf(int scheme)
 {
-    if (Scheme::IsWebMercator(scheme))
+    if (GridOf(scheme) == GridKind::WebMercator)
         return {-kHalfWorld, kHalfWorld, kHalfWorld, -kHalfWorld, 1.0, "EPSG:3857"};
     if (Scheme::HasThreeQuarterRows(scheme)) // rows from latitude 90; the lower half is empty
         return {-180.0, 90.0, 180.0, -90.0, 0.5, "EPSG:4326"};

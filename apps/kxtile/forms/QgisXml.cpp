@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
+#include "SourceGrid.h"
 #include "forms/Form.h"
 #include "forms/FormLimits.h"
-#include "forms/Schemes.h"
 #include "forms/XmlText.h"
 
 #include <fmt/format.h>
@@ -15,8 +15,7 @@ FormLimits LimitsOf(const KxC::KxTSDParamItem& source)
     FormLimits limits("QGIS");
     limits.CheckForOtherPrograms(source);
     const int scheme = source.m_nTileScheme;
-    limits.CannotIf(!Scheme::IsWebMercator(scheme) && !Scheme::IsBaidu(scheme),
-                    "its grid is not Web Mercator");
+    limits.CannotIf(GridOf(scheme) == GridKind::Geographic, "its grid is not Web Mercator");
     limits.CannotIf(HasOtherHeaders(source, "Referer"),
                     "its requests carry header lines besides Referer");
     limits.LosesIf(source.m_strUserAgent.IsEmpty() == 0, "the user agent is");

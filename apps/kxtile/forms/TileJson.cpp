@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "SourceGrid.h"
 #include "forms/Form.h"
 #include "forms/FormLimits.h"
 #include "forms/Schemes.h"
@@ -33,8 +34,7 @@ FormLimits LimitsOf(const KxC::KxTSDParamItem& source)
     FormLimits limits("TileJSON");
     limits.CheckForOtherPrograms(source);
     const int scheme = source.m_nTileScheme;
-    limits.CannotIf(!Scheme::IsWebMercator(scheme) && !Scheme::IsBaidu(scheme),
-                    "its grid is not Web Mercator");
+    limits.CannotIf(GridOf(scheme) == GridKind::Geographic, "its grid is not Web Mercator");
     limits.CannotIf(scheme == Scheme::kBingMap, "its tiles are named by quadkey");
     const bool headers = source.m_arrRequestHeaders.GetSize() > 0;
     limits.CannotIf(headers, "its requests carry header lines");

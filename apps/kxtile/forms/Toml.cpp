@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "SourceGrid.h"
 #include "forms/Form.h"
 #include "forms/FormLimits.h"
 #include "forms/Schemes.h"
@@ -52,9 +53,9 @@ std::string SchemeText(int scheme)
         return "\"TianDiTuLatLon\"";
     case Scheme::kBingMap:
         return "\"BingMap\"";
-    case Scheme::kGeographic:
+    case kSchemeGeographic:
         return "\"LatLonWGS84\"";
-    case Scheme::kWebMercator:
+    case kSchemeWebMercator:
         return "\"WebMercatorWGS84\"";
     default:
         return fmt::format("{}", scheme);

@@ -292,7 +292,8 @@ class SourceConvertCommandTest(KxtileTestCase):
                             "g.xml", "g.png"], cwd=self.folder, env=self.environment, check=True)
             self.assertEqual([r["path"] for r in self.requests()[before:]], [asked])
             row = 9 if "tianditu" in path else 5
-            self.kxtile("tile", self.url(path), *options, f"10/{row}/4", "-o", "t.tif")
+            self.kxtile("tile", "--raw", self.url(path), *options, f"10/{row}/4", "-o",
+                        "t.tif")
             self.assertEqual(self.pixels("g.png"), self.pixels("t.tif"), path)
 
     def pixels(self, name):
