@@ -28,7 +28,7 @@ struct AlignArguments
 
 std::string Describe(const KxC::KxTSDParamItem& source)
 {
-    return fmt::format("{} grid (scheme {}), datum {}, tiles of {} pixels",
+    return fmt::format("{} grid, scheme {}, datum {}, tiles of {} pixels",
                        NameOf(GridOf(source.m_nTileScheme)),
                        source.m_nTileScheme,
                        NameOfDatum(source.m_nDatum),

@@ -15,6 +15,7 @@ constexpr Colour kLine{230, 0, 150};
 constexpr Colour kLabelGround{255, 245, 252};
 constexpr int kLinesAcross = 5;
 constexpr int kLabelGap = 2; ///< pixels
+constexpr int kLabelHeight = KxDrawing::kGlyphHeight + 2 * kLabelGap;
 
 /// Degrees across the whole view along one axis, from how far a small step reaches.
 double DegreesAcross(double stepDegrees, double stepPixels)
@@ -22,12 +23,16 @@ double DegreesAcross(double stepDegrees, double stepPixels)
     return stepDegrees * ViewFrame::kSide / std::abs(stepPixels);
 }
 
+int LabelWidth(const std::string& text)
+{
+    return KxDrawing::TextWidth(text) + 2 * kLabelGap;
+}
+
 void DrawLabel(Canvas& canvas, int left, int top, const std::string& text)
 {
-    const int width = KxDrawing::TextWidth(text);
-    canvas.Fill(
-        left, top, width + 2 * kLabelGap, KxDrawing::kGlyphHeight + 2 * kLabelGap, kLabelGround);
-    canvas.Write(left + kLabelGap, top + kLabelGap, width + kLabelGap, 1, text, kLine);
+    const int width = LabelWidth(text);
+    canvas.Fill(left, top, width, kLabelHeight, kLabelGround);
+    canvas.Write(left + kLabelGap, top + kLabelGap, width, 1, text, kLine);
 }
 
 bool IsInView(double pixel)
@@ -77,7 +82,6 @@ void GraticuleOverlay::Draw(Canvas& canvas, int left, int top, const ViewFrame& 
 {
     constexpr int side = ViewFrame::kSide;
     constexpr int reach = 4 * kLinesAcross;
-    constexpr int labelHeight = KxDrawing::kGlyphHeight + 2 * kLabelGap;
     for (int step = -reach; step <= reach; ++step) {
         const double longitude = m_meridians.LineAt(m_place.m_lon, step);
         const double column = frame.PixelOf({longitude, m_place.m_lat}).x;
@@ -85,7 +89,9 @@ void GraticuleOverlay::Draw(Canvas& canvas, int left, int top, const ViewFrame& 
             continue;
         const int x = left + static_cast<int>(column);
         canvas.Fill(x, top, 1, side, kLine);
-        DrawLabel(canvas, x + 1, top + side - labelHeight, m_meridians.Label(longitude, 'E', 'W'));
+        const std::string label = m_meridians.Label(longitude, 'E', 'W');
+        if (column + LabelWidth(label) < side)
+            DrawLabel(canvas, x + 1, top + side - kLabelHeight, label);
     }
     for (int step = -reach; step <= reach; ++step) {
         const double latitude = m_parallels.LineAt(m_place.m_lat, step);
@@ -94,7 +100,8 @@ void GraticuleOverlay::Draw(Canvas& canvas, int left, int top, const ViewFrame& 
             continue;
         const int y = top + static_cast<int>(row);
         canvas.Fill(left, y, side, 1, kLine);
-        DrawLabel(canvas, left, y + 1, m_parallels.Label(latitude, 'N', 'S'));
+        if (row + kLabelHeight < side)
+            DrawLabel(canvas, left, y + 1, m_parallels.Label(latitude, 'N', 'S'));
     }
 }
 

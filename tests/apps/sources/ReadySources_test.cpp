@@ -256,6 +256,29 @@ std::set<std::string> PossibleUrls(const KxC::KxTSDParamItem& source, const std:
     return urls;
 }
 
+TEST(ReadySources, LoadWithoutAWord)
+{
+    for (const std::string& name : AllNames()) {
+        const auto source = Load(name);
+        for (const KxC::KxTSDMessage& message : KxC::KxUtility::GetLastTSDMessages())
+            ADD_FAILURE() << name << ": " << message.m_strText.Cstr();
+        EXPECT_EQ(KxC::KxLuaToolkit::GetLastError().IsEmpty(), 1) << name;
+    }
+}
+
+TEST(ReadySources, NameServiceAttributionTermsAndLimits)
+{
+    for (const std::string& name : AllNames()) {
+        const auto source = Load(name);
+        EXPECT_STRNE(source->m_strAttr1.Cstr(), "") << name;
+        EXPECT_STRNE(source->m_strAttr2.Cstr(), "") << name;
+        EXPECT_THAT(source->m_strAttr3.Cstr(), HasSubstr("https://")) << name;
+        EXPECT_STRNE(source->m_strAttr4.Cstr(), "") << name;
+        EXPECT_EQ(source->m_bOption3 == 0, kDisabled.count(name) == 1) << name;
+        EXPECT_GT(source->m_levelBounds.m_nMaxLevel, source->m_levelBounds.m_nMinLevel) << name;
+    }
+}
+
 TEST(ReadySources, MakeTheAddressesThatTheirServicesDescribe)
 {
     for (const KnownUrl& known : kKnownUrls) {

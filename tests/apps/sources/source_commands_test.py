@@ -6,6 +6,7 @@ Usage: source_commands_test.py KXTILE KXORIGIN READY_SOURCES EXAMPLE_SOURCES
 """
 import json
 import pathlib
+import re
 import shutil
 import subprocess
 import sys
@@ -16,6 +17,8 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "integratio
 from kxtile_harness import KxtileTestCase, png_size  # noqa: E402
 
 READY, EXAMPLES = map(pathlib.Path, sys.argv[3:5])
+READY_VARIABLES = {name for path in READY.glob("*.toml")
+                   for name in re.findall(r"\$\{(\w+)\}", path.read_text())}
 XYZ = "/xyz/marble/{$z}/{$x}/{$y}.png"
 
 
@@ -139,6 +142,87 @@ class SourceTestCommandTest(KxtileTestCase):
             self.kxtile("source", "test", self.url(XYZ), *options, status=2)
 
 
+class ReadySourcesTest(KxtileTestCase):
+    def setUp(self):
+        super().setUp()
+        self.ready = self.folder / "ready"
+        self.ready.mkdir()
+        self.environment["KXTILE_SOURCES_PATH"] = f"{self.folder}/none:{self.ready}"
+        (self.ready / "mine.toml").write_text(f'name = "My \u2116 1"\nurl = "{self.url(XYZ)}"\n'
+                                              'scheme = 10\n')
+        (self.ready / "locked.toml").write_text(
+            'name = "Locked"\nterms = "No robots: https://h/terms"\nenabled = false\n'
+            f'url = "{self.url(XYZ)}?k=${{KXTILE_SURELY_UNSET}}"\nscheme = 10\n')
+
+    def test_commands_take_their_bare_names(self):
+        path = "/xyz/marble/3/4/3.png"
+        self.assertEqual(self.answer("url", "mine", "4/3/3")["url"], self.url(path))
+        self.assertEqual(self.answer("tile", "mine", "4/3/3", "-o", "t.png")["url"],
+                         self.url(path))
+        self.assertEqual(self.answer("source", "show", "mine")["name"], "My \u2116 1")
+        # A file of that name in the current folder goes first.
+        (self.folder / "mine").write_text('url = "http://h/{$z}/{$x}/{$y}"\nscheme = 10\n')
+        self.assertEqual(self.answer("url", "mine", "4/3/3")["url"], "http://h/3/4/3")
+        for name in ("none", "min", "MINE"):
+            done = self.kxtile("url", name, "4/3/3", status=1)
+            self.assertIn(b"source list", done.stderr)
+
+    def test_they_are_listed_with_their_terms(self):
+        self.assertEqual(self.answer("source", "list")["sources"], [
+            {"name": "locked", "title": "Locked", "enabled": False,
+             "needs": ["KXTILE_SURELY_UNSET"], "attribution": "",
+             "terms": "No robots: https://h/terms", "file": f"{self.ready}/locked.toml"},
+            {"name": "mine", "title": "My \u2116 1", "enabled": True, "needs": [],
+             "attribution": "", "terms": "", "file": f"{self.ready}/mine.toml"}])
+        text = self.kxtile("source", "list").stdout.decode()
+        for words in ("locked", "disabled", "KXTILE_SURELY_UNSET", "https://h/terms", "enabled"):
+            self.assertIn(words, text)
+        (self.ready / "broken.toml").write_text("=")
+        done = self.kxtile("source", "list")
+        self.assertIn(b"broken.toml", done.stderr)
+        self.assertIn(b"mine", done.stdout)
+
+    def test_what_is_not_enabled_is_not_fetched(self):
+        self.environment["KXTILE_SURELY_UNSET"] = "now-it-is"
+        before = len(self.requests())
+        for command in (["tile", "locked", "4/3/3"], ["tile", "--raw", "locked", "4/3/3"],
+                        ["sheet", "locked", "--at", "4/3/3"], ["source", "test", "locked"],
+                        ["align", "locked", "--at", "10,50", "--level", "3"],
+                        ["tile", "ready/locked.toml", "4/3/3"]):
+            done = self.kxtile(*command, status=1)
+            self.assertIn(b"No robots: https://h/terms", done.stderr, command)
+            self.assertIn(b"enabled = true", done.stderr)
+        self.assertEqual(len(self.requests()), before)
+        for command in (["source", "show", "locked"], ["url", "locked", "4/3/3"],
+                        ["locate", "10,50", "--level", "3", "locked"],
+                        ["source", "convert", "locked", "--to", "toml"]):
+            self.kxtile(*command)
+        self.assertEqual(len(self.requests()), before)
+        # By one's own decision, in a copy of one's own.
+        text = (self.ready / "locked.toml").read_text()
+        (self.folder / "copy.toml").write_text(text.replace("false", "true"))
+        self.kxtile("tile", "copy.toml", "4/3/3", "-o", "t.png")
+
+    def test_the_programs_own_are_found_without_being_told(self):
+        del self.environment["KXTILE_SOURCES_PATH"]
+        listed = {source["name"] for source in self.answer("source", "list")["sources"]}
+        self.assertEqual(listed, {path.stem for path in READY.glob("*.toml")})
+        # Shown and converted, never asked.
+        for name in sorted(listed):
+            done = self.kxtile("source", "convert", name, "--to", "toml",
+                               status=1 if name == "tencent-imagery" else 0)
+            if name == "tencent-imagery":
+                self.assertIn(b"script", done.stderr)
+                continue
+            again = self.folder / "again.toml"
+            again.write_bytes(done.stdout)
+            for variable in READY_VARIABLES:
+                self.environment[variable] = f"<{variable}>"
+            tile = "5/2/3"
+            self.assertEqual(self.kxtile("url", again, tile).stdout,
+                             self.kxtile("url", name, tile).stdout, name)
+
+
 class SourceNamesTest(KxtileTestCase):
     def test_wrong_commands_are_named(self):
         self.assertIn(b"'frob'", self.kxtile("frob", status=2).stderr)
@@ -184,17 +268,23 @@ class SourceConvertCommandTest(KxtileTestCase):
         awkward = 'a "quoted" \\ text, \u00e9\U0001F5FA, tab\tand line\nbreak, ${NOT_A_VARIABLE}'
         whole = self.definition(
             'url = "https://{$serverpart}.h/%20/%d/{$y}/{$z}/{$x}?a=%%&b=$${c}"\n'
-            'servers = ["a", "b-2"]\nscheme = "TianDiTuLatLon"\ndatum = "BD09"\n'
+            'servers = ["a", "b-2"]\nscheme = "WebMercatorWGS84"\ndatum = "BD09"\n'
             'tile_size = 512\nlevel_offset = -1\nformat = "png gzip"\nversion = 7\n'
             'user_agent = "me \\"x\\" \\\\"\n'
             'headers = ["Referer: https://h/", "X-A: b: c"]\n'
-            f'attr5 = {json.dumps(awkward, ensure_ascii=False)}\n'
-            'option1 = true\noption2 = true\nvalue1 = 5\n'
+            f'attr1 = {json.dumps(awkward, ensure_ascii=False)}\nattr2 = "2"\nattr3 = "3"\nattr4 = "4"\n'
+            'attr5 = "5"\noption1 = true\noption2 = true\noption3 = false\nvalue1 = 5\n'
             'value2 = -6\nvalue3 = 7\n[bounds]\nwest = -10.25\nsouth = -1e-7\neast = 20\n'
             'north = 30.125\nmin_level = 2\nmax_level = 17\n')
         again = self.definition(self.convert("toml", whole), "again.toml")
         self.assertEqual(self.shown(again), self.shown(whole))
-        self.assertEqual(self.shown(again)["attr5"], awkward)
+        self.assertEqual(self.shown(again)["name"], awkward)
+        for scheme in ("TianDiTuLatLon", "LatLonWGS84", "BingMap", 0, 3, 4, 12, 14):
+            number = "{$quadkey}" if scheme == "BingMap" else "x={$x}&y={$y}&z={$z}"
+            source = self.definition(f'url = "http://h/{number}"\nscheme = {json.dumps(scheme)}\n')
+            # Some of these bring advice on the standard error.
+            text = self.kxtile("source", "convert", source, "--to", "toml").stdout.decode()
+            self.assertEqual(self.shown(self.definition(text, "too.toml")), self.shown(source))
         for tile in ("1/1/2", "300/200/9"):
             self.assertEqual(self.kxtile("url", again, tile).stdout,
                              self.kxtile("url", whole, tile).stdout)
