@@ -38,6 +38,8 @@ std::string StandInOf(std::size_t index)
 std::vector<std::string> VariableNamesIn(const std::string& path)
 {
     std::ifstream file(path, std::ios::binary);
+    if (!file.is_open()) // "file#name" chooses one of several sources in a file
+        file.open(path.substr(0, path.rfind('#')), std::ios::binary);
     const std::string text{std::istreambuf_iterator<char>(file), {}};
     std::vector<std::string> names;
     for (std::size_t at = text.find("${"); at != std::string::npos; at = text.find("${", at + 2)) {

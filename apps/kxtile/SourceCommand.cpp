@@ -3,6 +3,7 @@
 #include "KxLuaToolkit.h"
 #include "Secrets.h"
 #include "SourceArgument.h"
+#include "SourceCheckCommand.h"
 #include "SourceSubcommands.h"
 #include "forms/UrlPieces.h"
 
@@ -143,6 +144,7 @@ void AddSourceCommand(CLI::App& app, const GlobalOptions& options)
         "Values of environment variables are shown by their names.\n"
         "Example:\n  kxtile source show 'http://127.0.0.1:8080/quadkey/marble/{$quadkey}.png'");
     show->callback([&options, argument] { RunShow(options, *argument); });
+    AddSourceCheckCommand(*source, options);
 }
 
 } // namespace KxTileHost

@@ -150,6 +150,8 @@ private:
 
     void CheckAddress()
     {
+        if (m_report.Failed())
+            return;
         if (!m_definition.url && !IsScripted())
             Warn("url", "is missing, and so is script: this source has no tiles");
         if (!m_definition.url || IsScripted() || m_scheme == kSchemeEarthHistory)

@@ -75,8 +75,7 @@ Definition ReadText(std::string_view text, const DefinitionPath& path, Report& r
     const KxString folder = KxFile::GetDir(path.file.c_str());
     const DefinitionText source{WithoutByteOrderMark(text), folder.Cstr(), path.wanted};
     const Definition definition = ReadForm(source, report);
-    if (!report.Failed())
-        AdviseOn(definition, report);
+    AdviseOn(definition, report);
     return definition;
 }
 

@@ -281,7 +281,8 @@ class SourceConvertCommandTest(KxtileTestCase):
         self.assertEqual(self.shown(again)["name"], awkward)
         for scheme in ("TianDiTuLatLon", "LatLonWGS84", "BingMap", 0, 3, 4, 12, 14):
             number = "{$quadkey}" if scheme == "BingMap" else "x={$x}&y={$y}&z={$z}"
-            source = self.definition(f'url = "http://h/{number}"\nscheme = {json.dumps(scheme)}\n')
+            source = self.definition(
+                f'url = "http://h/{number}"\nscheme = {json.dumps(scheme)}\n', "one.toml")
             # Some of these bring advice on the standard error.
             text = self.kxtile("source", "convert", source, "--to", "toml").stdout.decode()
             self.assertEqual(self.shown(self.definition(text, "too.toml")), self.shown(source))
