@@ -118,7 +118,7 @@ FormText WriteGdalXml(const KxC::KxTSDParamItem& source)
     WriteWindow(xml, source, WindowOf(source.m_nTileScheme));
     WritePictures(xml, source);
     WriteRequests(xml, source);
-    return {xml.ToText(false), limits.Losses()};
+    return {xml.ToText(), limits.Losses()};
 }
 
 } // namespace KxTileHost

@@ -58,7 +58,7 @@ FormText WriteQgisXml(const KxC::KxTSDParamItem& source)
     xml.Attribute("authcfg", "");
     xml.Attribute("username", "");
     xml.Attribute("password", "");
-    return {"<!DOCTYPE connections>\n" + xml.ToText(false), limits.Losses()};
+    return {xml.ToText(), limits.Losses()};
 }
 
 } // namespace KxTileHost

@@ -41,12 +41,11 @@ void XmlText::Element(const std::string& name, const std::string& value)
     m_tree->m_open.append_child(name.c_str()).text().set(value.c_str());
 }
 
-std::string XmlText::ToText(bool declaration) const
+std::string XmlText::ToText() const
 {
     std::ostringstream text;
-    const unsigned int flags =
-        pugi::format_indent | (declaration ? 0U : unsigned{pugi::format_no_declaration});
-    m_tree->m_document.save(text, "  ", flags, pugi::encoding_utf8);
+    m_tree->m_document.save(
+        text, "  ", pugi::format_indent | pugi::format_no_declaration, pugi::encoding_utf8);
     return text.str();
 }
 

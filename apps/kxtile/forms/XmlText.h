@@ -24,8 +24,8 @@ public:
     /// A whole element with a text in it.
     void Element(const std::string& name, const std::string& value);
 
-    /// @param declaration  with <?xml ...?> in front
-    std::string ToText(bool declaration) const;
+    /// The whole, without a declaration in front: GDAL's driver stumbles over one.
+    std::string ToText() const;
 
 private:
     struct Tree;

@@ -392,6 +392,30 @@ class SourceConvertCommandTest(KxtileTestCase):
                        check=True)
         return (self.folder / "raw.bin").read_bytes()
 
+    def test_other_forms_read_again_give_the_same_addresses(self):
+        templates = [(["http://h/{$z}/{$x}/{$y}.png"], ("tilejson", "gdal", "qgis")),
+                     (["http://h/a%20b/{$y}/{$x}/{$z}?a=1&b=<"], ("tilejson", "gdal", "qgis")),
+                     (["http://h/{$z}/{$x}/{$y}.png", "--rows", "south"],
+                      ("tilejson", "gdal", "qgis")),
+                     (["http://h/{$z}/{$x}/{$y}", "--tile-size", "512", "--user-agent", "me"],
+                      ("gdal",)),
+                     (["http://h/a{$quadkey}?n=z"], ("gdal", "qgis")),
+                     (["http://{$serverpart}.h/{$z}/{$x}/{$y}", "--servers", "a"],
+                      ("tilejson", "gdal", "qgis"))]
+        for source, forms in templates:
+            for form in forms:
+                name = "again.json" if form == "tilejson" else "again.xml"
+                self.kxtile("source", "convert", *source, "--to", form, "-o", name)
+                for tile in ("10/5/4", "1/0/1", "262143/1/18"):
+                    self.assertEqual(self.kxtile("url", name, tile).stdout,
+                                     self.kxtile("url", *source, tile).stdout, (source, form))
+        self.assertEqual(self.shown(name)["rows"], "from the north")
+
+    def test_servers_of_tilejson_are_asked_in_turn(self):
+        self.kxtile("source", "convert", "http://{$serverpart}.h/{$z}/{$x}/{$y}", "--servers",
+                    "a,b", "--to", "tilejson", "-o", "again.json")
+        self.assertEqual(self.shown("again.json")["servers"], ["a", "b"])
+
     def test_what_a_form_cannot_say_is_not_written(self):
         shifted = ["http://h/{$z}/{$x}/{$y}", "--datum", "gcj02"]
         cases = [(shifted, ("tilejson", "gdal", "qgis"), "GCJ-02"),
