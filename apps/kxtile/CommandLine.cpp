@@ -48,15 +48,6 @@ void AddGlobalOptions(CLI::App& app, GlobalOptions& options)
     app.set_version_flag("--version", "kxtile " KXTILE_VERSION);
 }
 
-/// Messages quote what users and servers wrote: control characters must not reach a terminal.
-std::string Printable(std::string text)
-{
-    for (char& character : text)
-        if (static_cast<unsigned char>(character) < 0x20 && character != '\n')
-            character = '?';
-    return text;
-}
-
 /// CLI11 misses a command before it looks at what stands in its place.
 std::string WhatIsWrong(const CLI::App& app, const CLI::ParseError& error)
 {
@@ -78,6 +69,14 @@ int ReportUsage(const CLI::App& app, const GlobalOptions& options, const CLI::Pa
 }
 
 } // namespace
+
+std::string Printable(std::string text)
+{
+    for (char& character : text)
+        if (static_cast<unsigned char>(character) < 0x20 && character != '\n')
+            character = '?';
+    return text;
+}
 
 void ReportError(const GlobalOptions& options, const std::string& what, const std::string& hint)
 {

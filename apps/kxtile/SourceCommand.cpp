@@ -121,7 +121,7 @@ void RunShow(const GlobalOptions& options, const SourceArgument& argument)
     for (const auto& [key, value] : description.items())
         fmt::print("{:<13} {}\n",
                    key,
-                   value.is_string() ? value.get<std::string>()
+                   value.is_string() ? Printable(value.get<std::string>())
                                      : value.dump(-1, ' ', false, Json::error_handler_t::replace));
 }
 

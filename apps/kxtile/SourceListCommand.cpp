@@ -58,10 +58,10 @@ void Print(const Json& source)
     fmt::print("{:<22} {:<9} {}\n",
                source["name"].get<std::string>(),
                source["enabled"].get<bool>() ? "enabled" : "disabled",
-               source["title"].get<std::string>());
+               Printable(source["title"].get<std::string>()));
     if (!source["needs"].empty())
         fmt::print("{:<22} needs: {}\n", "", Joined(source["needs"]));
-    fmt::print("{:<22} terms: {}\n", "", source["terms"].get<std::string>());
+    fmt::print("{:<22} terms: {}\n", "", Printable(source["terms"].get<std::string>()));
 }
 
 void RunList(const GlobalOptions& options)

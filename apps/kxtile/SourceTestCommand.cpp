@@ -90,9 +90,9 @@ public:
                            {"hint", hint}});
         if (m_options.m_json)
             return;
-        fmt::print("{:<9} {:<9} {}\n", step.m_name, VerdictName(step.m_verdict), text);
+        fmt::print("{:<9} {:<9} {}\n", step.m_name, VerdictName(step.m_verdict), Printable(text));
         if (!hint.empty())
-            fmt::print("{:<19} {}\n", "", hint);
+            fmt::print("{:<19} {}\n", "", Printable(hint));
     }
 
     void Finish(Json facts, const std::string& file)

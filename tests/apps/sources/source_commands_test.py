@@ -224,6 +224,21 @@ class ReadySourcesTest(KxtileTestCase):
 
 
 class SourceNamesTest(KxtileTestCase):
+    def test_help_shows_an_example(self):
+        for command in ("list", "test", "convert"):
+            done = self.kxtile("source", command, "--help")
+            self.assertIn(b"kxtile source " + command.encode(),
+                          done.stdout.split(b"Example")[1])
+
+    def test_control_characters_do_not_reach_the_terminal(self):
+        definition = self.folder / "s.toml"
+        definition.write_text(f'name = "\\u001B[31m"\nurl = "{self.url(XYZ)}"\nscheme = 10\n'
+                              'terms = "\\u001B[31m"\nenabled = false\n')
+        self.environment["KXTILE_SOURCES_PATH"] = str(self.folder)
+        for command in (["source", "show", definition], ["source", "list"]):
+            self.assertNotIn(b"\x1b", self.kxtile(*command).stdout)
+        self.assertNotIn(b"\x1b", self.kxtile("tile", definition, "1/1/1", status=1).stderr)
+
     def test_wrong_commands_are_named(self):
         self.assertIn(b"'frob'", self.kxtile("frob", status=2).stderr)
         self.assertIn(b"'frob'", self.kxtile("source", "frob", status=2).stderr)
