@@ -50,7 +50,7 @@ std::vector<ReadySource> ListReadySources()
     for (const fs::path& folder : ReadySourceFolders()) {
         std::error_code error;
         for (const fs::directory_entry& entry : fs::directory_iterator(folder, error))
-            if (entry.path().extension() == ".toml")
+            if (entry.path().extension() == ".toml" && entry.is_regular_file(error))
                 byName.emplace(entry.path().stem().string(), entry.path());
     }
     std::vector<ReadySource> sources;

@@ -6,8 +6,9 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <system_error>
 
 namespace KxTileHost {
 
@@ -18,6 +19,23 @@ void ReplaceEach(std::string& text, const std::string& from, const std::string& 
     for (std::size_t at = text.find(from); at != std::string::npos;
          at = text.find(from, at + to.size()))
         text.replace(at, from.size(), to);
+}
+
+/// A definition's text, as far as definitions may be long; empty for what is no file.
+std::string ReadDefinition(const std::string& path)
+{
+    constexpr std::size_t kMaxBytes = std::size_t{1} << 20;
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(path, error)) {
+        // "file#name" chooses one of several sources in a file.
+        const std::size_t mark = path.rfind('#');
+        return mark == std::string::npos ? "" : ReadDefinition(path.substr(0, mark));
+    }
+    std::string text(kMaxBytes, '\0');
+    std::ifstream file(path, std::ios::binary);
+    file.read(text.data(), static_cast<std::streamsize>(text.size()));
+    text.resize(static_cast<std::size_t>(file.gcount()));
+    return text;
 }
 
 /// Null when it is not set.
@@ -37,10 +55,7 @@ std::string StandInOf(std::size_t index)
 
 std::vector<std::string> VariableNamesIn(const std::string& path)
 {
-    std::ifstream file(path, std::ios::binary);
-    if (!file.is_open()) // "file#name" chooses one of several sources in a file
-        file.open(path.substr(0, path.rfind('#')), std::ios::binary);
-    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    const std::string text = ReadDefinition(path);
     std::vector<std::string> names;
     for (std::size_t at = text.find("${"); at != std::string::npos; at = text.find("${", at + 2)) {
         const std::size_t close = text.find('}', at);

@@ -40,6 +40,8 @@ TEST_F(SecretsTest, FindsTheNameOfEachVariableOnce)
     EXPECT_EQ(VariableNamesIn(File(m_all) + "#name"), names);
     EXPECT_TRUE(VariableNamesIn(File("$KXTILE_TEST_A ${KXTILE_TEST_A")).empty());
     EXPECT_TRUE(VariableNamesIn("/none").empty());
+    EXPECT_TRUE(VariableNamesIn("/dev/zero").empty()); // which never ends
+    EXPECT_TRUE(VariableNamesIn(File(std::string(2 << 20, ' ') + "${KXTILE_TEST_A}")).empty());
 }
 
 TEST_F(SecretsTest, MasksValuesThatAreNoAddresses)
