@@ -18,10 +18,19 @@ Spherical Web Mercator
   /offset/P/{n}/{z}/{x}/{y}.F      z in the address is the tile's level + n
   /axis/P/{order}/{a}/{b}/{c}.F    order: zxy xyz zyx xzy yxz yzx
   /server/{a|b|c}/P/{z}/{x}/{y}.F  other server names: 403
+  /xyz-512/P/{z}/{x}/{y}.F         tiles of 512 pixels, levels 0 to 21
+
+Web Mercator of a shifted datum, rows from the north
+  /xyz-gcj02/P/{z}/{x}/{y}.F       GCJ-02
+  /xyz-bd09/P/{z}/{x}/{y}.F        BD-09
+
+Baidu plane on BD-09, columns and rows from the origin, rows to the north
+  /baidu/P.F?x={x}&y={y}&z={z}     -5 is written M5
 
 Geographic square (360 x 360 degrees at level 0)
   /geographic/P/{z}/{x}/{y}.F      rows from the north of the square
   /geographic-tms/P/{z}/{x}/{y}.F  rows from the south of the square
+  /geographic-512/P/{z}/{x}/{y}.F  tiles of 512 pixels, levels 0 to 21
   /tianditu/P/{z}/{x}/{y}.F        rows from latitude 90
 
 Packed (Web Mercator, rows from the north, as everything below)

@@ -16,7 +16,8 @@ struct Request
     std::string method;
     std::string path; ///< as it came, percent sequences and all, without the query
     std::string userAgent;
-    std::string apiKey; ///< value of X-Api-Key
+    std::string apiKey;     ///< value of X-Api-Key
+    std::string query = {}; ///< as it came, behind the question mark
 };
 
 /// What is done to a tile's bytes before they leave.

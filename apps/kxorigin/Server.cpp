@@ -148,6 +148,12 @@ MHD_Result Send(MHD_Connection* connection, const Response& response)
     return MHD_queue_response(connection, static_cast<unsigned int>(response.status), made.get());
 }
 
+std::string QueryOf(const std::string& uri)
+{
+    const std::size_t mark = uri.find('?');
+    return mark == std::string::npos ? "" : uri.substr(mark + 1);
+}
+
 MHD_Result AnswerRequest(Server::State& state,
                          MHD_Connection* connection,
                          const Exchange& exchange,
@@ -157,7 +163,8 @@ MHD_Result AnswerRequest(Server::State& state,
     const Request request{method,
                           path,
                           HeaderOf(connection, MHD_HTTP_HEADER_USER_AGENT),
-                          HeaderOf(connection, "X-Api-Key")};
+                          HeaderOf(connection, "X-Api-Key"),
+                          QueryOf(exchange.uri)};
     const Response response = state.service.Respond(request);
     // Logged before it is sent: whoever has the answer finds its line in the log.
     Log(state.log, connection, exchange, request, response);
