@@ -62,13 +62,16 @@ public:
     }
 
 private:
+    /// What is said of a key that is not there points to the address that asks for it.
     void Warn(std::string_view key, const std::string& text)
     {
-        const auto found = m_definition.places.find(key);
-        if (found == m_definition.places.end())
-            m_report.Warn(0, key, text);
-        else
+        const auto& places = m_definition.places;
+        const auto found = places.find(key);
+        const auto url = places.find("url");
+        if (found != places.end())
             m_report.Warn(found->second.line, found->second.key, text);
+        else
+            m_report.Warn(url == places.end() ? 0 : url->second.line, key, text);
     }
 
     void CheckWord(std::string_view key,
@@ -93,7 +96,7 @@ private:
                   "is no scheme and counts as 0",
                   NearestWord(scheme, "TianDiTuLatLon LatLonWGS84 WebMercatorWGS84 BingMap"),
                   "a number, or TianDiTuLatLon, LatLonWGS84, WebMercatorWGS84 or BingMap");
-        if (!m_definition.scheme && m_definition.foreignPlaceholders)
+        if (!m_definition.scheme && m_definition.foreignPlaceholders && m_definition.axisOrder)
             Warn("scheme",
                  "is missing, so the grid is latitude and longitude; addresses with {x}, {y} and "
                  "{z} are mostly for \"WebMercatorWGS84\"");

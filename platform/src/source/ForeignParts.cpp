@@ -11,6 +11,8 @@ namespace KxC {
 
 namespace {
 
+constexpr std::size_t kMaxHeaders = 64;
+
 /// Whether the text is an address that can be fetched; says what is wrong otherwise.
 bool IsAddress(const std::string& url, const Place& place, const ForeignDefinition& target)
 {
@@ -102,7 +104,7 @@ void TakeForeignText(std::string_view key,
     value = text;
 }
 
-void AddForeignHeader(const std::string& name,
+bool AddForeignHeader(const std::string& name,
                       const std::string& value,
                       const Place& place,
                       ForeignDefinition& target)
@@ -114,6 +116,10 @@ void AddForeignHeader(const std::string& name,
                      "makes no header line; a header's name is letters, digits and dashes, and "
                      "its value has no control characters");
     target.definition.headers.push_back(line);
+    if (target.definition.headers.size() < kMaxHeaders)
+        return true;
+    target.Error(place, "is one of 64 headers or more; requests need few");
+    return false;
 }
 
 std::optional<int> ForeignInteger(const std::string& text,

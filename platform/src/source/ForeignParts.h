@@ -45,7 +45,8 @@ void TakeForeignText(std::string_view key,
                      ForeignDefinition& target);
 
 /// Adds "name: value" to the headers of every request.
-void AddForeignHeader(const std::string& name,
+/// @return false when there is no room for more, which is an error
+bool AddForeignHeader(const std::string& name,
                       const std::string& value,
                       const Place& place,
                       ForeignDefinition& target);

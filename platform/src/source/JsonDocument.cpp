@@ -43,12 +43,16 @@ bool JsonDocument::Parse(Report& report)
         return false;
     }
     std::set<std::string> keys;
+    // One is told of: finding its line takes a search of the whole text.
+    bool toldOfTwice = false;
     const auto noteKey = [&](int depth, nlohmann::json::parse_event_t event, nlohmann::json& key) {
         const bool top = depth == 1 && event == nlohmann::json::parse_event_t::key;
-        if (top && !keys.insert(key.get<std::string>()).second)
-            report.Error(LineOf(key.get<std::string>()),
-                         key.get<std::string>(),
-                         "stands twice; keep one of them");
+        if (!top || keys.insert(key.get<std::string>()).second || toldOfTwice)
+            return true;
+        toldOfTwice = true;
+        report.Error(LineOf(key.get<std::string>()),
+                     key.get<std::string>(),
+                     "stands twice; keep one of them");
         return true;
     };
     try {

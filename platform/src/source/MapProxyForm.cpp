@@ -62,10 +62,12 @@ private:
         if (!headers.IsMap())
             return;
         for (const auto& header : headers)
-            ReadHeader(header.first, header.second);
+            if (!ReadHeader(header.first, header.second))
+                break;
     }
 
-    void ReadHeader(const YAML::Node& name, const YAML::Node& value)
+    /// @return false when there are too many
+    bool ReadHeader(const YAML::Node& name, const YAML::Node& value)
     {
         const std::optional<std::string> nameText = TextOf(name);
         const std::optional<std::string> valueText = TextOf(value);
@@ -75,7 +77,8 @@ private:
         else if (Lower(*nameText) == "user-agent")
             TakeUserAgent(*valueText, place);
         else
-            AddForeignHeader(*nameText, *valueText, place, m_target);
+            return AddForeignHeader(*nameText, *valueText, place, m_target);
+        return true;
     }
 
     void TakeUserAgent(const std::string& text, const Place& place)

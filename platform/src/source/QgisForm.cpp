@@ -70,7 +70,8 @@ private:
     void ReadRequest()
     {
         for (const pugi::xml_attribute& attribute : m_node.attributes())
-            ReadHeader(attribute);
+            if (!ReadHeader(attribute))
+                break;
         if (!Attribute("username").empty() || !Attribute("password").empty() ||
             !Attribute("authcfg").empty())
             m_target.Warn(PlaceOf(Attribute("authcfg").empty() ? "username" : "authcfg"),
@@ -84,7 +85,8 @@ private:
     }
 
     /// Older versions write "referer", newer ones "http-header:referer".
-    void ReadHeader(const pugi::xml_attribute& attribute)
+    /// @return false when there are too many
+    bool ReadHeader(const pugi::xml_attribute& attribute)
     {
         constexpr std::string_view kPrefix = "http-header:";
         const std::string name = attribute.name();
@@ -92,8 +94,9 @@ private:
         const std::string header = prefixed            ? name.substr(kPrefix.size())
                                    : name == "referer" ? "Referer"
                                                        : "";
-        if (!header.empty() && *attribute.value() != '\0')
-            AddForeignHeader(header, attribute.value(), PlaceOf(name), m_target);
+        if (header.empty() || *attribute.value() == '\0')
+            return true;
+        return AddForeignHeader(header, attribute.value(), PlaceOf(name), m_target);
     }
 
     const XmlDocument& m_document;

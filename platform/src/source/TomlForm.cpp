@@ -35,7 +35,8 @@ private:
     void WarnOfUnknownKeys()
     {
         for (const auto& [key, value] : m_table) {
-            if (!IsDefinitionKey(key.str()))
+            // Looking for the nearest word is work that a hostile file could ask for often.
+            if (m_report.HasRoom() && !IsDefinitionKey(key.str()))
                 WarnOfUnknownKey("", key.str(), value, NearestDefinitionKey(key.str()));
         }
     }
@@ -122,7 +123,7 @@ private:
         if (table == nullptr)
             return;
         for (const auto& [key, value] : *table) {
-            if (!IsBoundsKey(key.str()))
+            if (m_report.HasRoom() && !IsBoundsKey(key.str()))
                 WarnOfUnknownKey("bounds.", key.str(), value, NearestBoundsKey(key.str()));
         }
         DefinitionValues bounds(*table, "bounds.", m_report);

@@ -171,6 +171,21 @@ TEST(HostileForms, ManyValuesAreRefused)
     EXPECT_THAT(AllMessages(), HasSubstr("n7, n8 and others"));
 }
 
+TEST(HostileForms, ManyHeadersAndTwinsAreToldOfOnce)
+{
+    std::string headers;
+    for (int i = 0; i < 30000; ++i)
+        headers += " http-header:h" + std::to_string(i) + "='x'";
+    EXPECT_EQ(Check("<qgsXYZTilesConnections><xyztiles url='http://a/{z}/{x}/{y}'" + headers +
+                    "/></qgsXYZTilesConnections>"),
+              0);
+    EXPECT_THAT(AllMessages(), HasSubstr("is one of 64 headers or more"));
+    EXPECT_EQ(Check("{\"pad\": \"" + std::string(500000, 'x') + "\"" +
+                    Repeated(",\"tiles\": []", 30000) + "}"),
+              0);
+    EXPECT_THAT(AllMessages(), HasSubstr("error 1 tiles: stands twice"));
+}
+
 TEST(HostileForms, CutTextsNeverCrash)
 {
     const std::vector<std::string> texts = {

@@ -194,7 +194,7 @@ INSTANTIATE_TEST_SUITE_P(
         UrlMessage{"url = 'http://a/%d/%d'", "holds 2 conversions"},
         UrlMessage{"url = 'ftp://a/{$z}/{$x}/{$y}'", "only addresses that begin with http"},
         UrlMessage{"scheme = 10\nurl = 'http://webst01.is.autonavi.com/{$z}/{$x}/{$y}'",
-                   "0 datum: is WGS84, but pictures of autonavi.com lie some hundred metres off; "
+                   "2 datum: is WGS84, but pictures of autonavi.com lie some hundred metres off; "
                    "say datum = \"GCJ02\""},
         UrlMessage{"scheme = 10\nurl = 'http://mt1.google.com/?gl=cn&z={$z}&x={$x}&y={$y}'",
                    "say datum = \"GCJ02\""},
