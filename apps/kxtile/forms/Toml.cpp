@@ -185,8 +185,10 @@ FormText WriteToml(const KxC::KxTSDParamItem& source)
 {
     FormLimits limits("A definition written from a loaded source");
     const std::vector<UrlPiece> pieces = UrlPiecesOf(source);
-    limits.CannotIf(source.m_bLuaScripted != 0,
-                    "its script is not kept as text; copy the definition itself");
+    limits.CannotIf(
+        source.m_bLuaScripted != 0,
+        "a script makes its URLs (also where placeholders become one), and its text is not "
+        "kept; copy the definition itself");
     limits.CannotIf(source.m_bLuaScripted == 0 && source.m_nTileScheme != Scheme::kEarthHistory &&
                         !NamesWholeTile(pieces),
                     "its URL does not hold all of column, row and level");
