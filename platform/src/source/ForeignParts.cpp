@@ -28,6 +28,19 @@ bool IsAddress(const std::string& url, const Place& place, const ForeignDefiniti
     return false;
 }
 
+/// Lists of connections often hold braces in their percent form, "%7Bx%7D".
+std::string WithBraces(std::string url)
+{
+    if (url.find('{') != std::string::npos)
+        return url;
+    for (std::size_t at = url.find("%7"); at != std::string::npos; at = url.find("%7", at + 1)) {
+        const std::string escape = Lower(url.substr(at, 3));
+        if (escape == "%7b" || escape == "%7d")
+            url.replace(at, 3, escape == "%7b" ? "{" : "}");
+    }
+    return url;
+}
+
 void Apply(const UrlTemplate& parsed, const UrlContext& context, Definition& definition)
 {
     definition.url = parsed.text;
@@ -74,7 +87,8 @@ void TakeForeignUrl(const std::string& url,
     target.definition.places["url"] = place;
     if (!IsAddress(url, place, target))
         return;
-    const UrlTemplate parsed = ParseUrlTemplate(url, context);
+    const bool web = context.dialect == UrlDialect::Web;
+    const UrlTemplate parsed = ParseUrlTemplate(web ? WithBraces(url) : url, context);
     for (const std::string& text : parsed.errors)
         target.Error(place, text);
     for (const std::string& text : parsed.warnings)

@@ -40,7 +40,8 @@ private:
     {
         for (const auto& entry : m_source) {
             const std::string key = TextOf(entry.first).value_or("");
-            if (!IsOneOf(key, "type url grid http transparent format request_format seed_only"))
+            if (!IsOneOf(key,
+                         "type url grid origin http transparent format request_format seed_only"))
                 m_target.Warn({LineOf(entry.first), Key(Printable(key).c_str())},
                               "is not taken over; what it says has to stand in a definition of "
                               "your own");

@@ -52,7 +52,7 @@ public:
         const YAML::Node name = Child(source, "grid");
         m_place = {LineOf(name.IsNull() ? source : name), "grid"};
         const std::string text = name.IsNull() ? "GLOBAL_MERCATOR" : TextOf(name).value_or("");
-        if (name.IsNull())
+        if (name.IsNull() && Child(source, "origin").IsNull())
             m_target.Warn(m_place,
                           "is missing, and MapProxy takes GLOBAL_MERCATOR then, whose rows count "
                           "from the south; say grid: GLOBAL_WEBMERCATOR for rows from the north");
@@ -64,6 +64,12 @@ public:
             grid = *builtIn;
         else
             Refuse(Printable(text) + " is neither one of MapProxy's own grids nor one of grids");
+        // Old configurations say it at the source.
+        const YAML::Node origin = Child(source, "origin");
+        if (!origin.IsNull()) {
+            m_place = {LineOf(origin), "origin"};
+            ReadOrigin(TextOf(origin).value_or(""), grid);
+        }
         Take(grid);
     }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ForeignParts.h"
 #include "Forms.h"
+#include "GridForms.h"
 #include "JsonDocument.h"
 #include "TextRules.h"
 #include "UrlServers.h"
@@ -35,6 +36,7 @@ public:
     Definition Read()
     {
         CheckVersion();
+        CheckGrid();
         ReadDescription();
         ReadLevels();
         ReadBounds();
@@ -55,6 +57,17 @@ private:
         else if (!IsOneOf(version->substr(0, 2), "2. 3."))
             m_target.Warn(PlaceOf("tilejson"),
                           "is none of the versions that are known here, 2 and 3; it is read as 3");
+    }
+
+    /// The standard knows Web Mercator alone; some services add a key that says otherwise.
+    void CheckGrid()
+    {
+        const bool crs = SystemOfName(Text("crs").value_or("EPSG:3857")) == GridSystem::Mercator;
+        const bool profile = Lower(Text("profile").value_or("mercator")) == "mercator";
+        if (!crs || !profile)
+            m_target.Error(PlaceOf(crs ? "profile" : "crs"),
+                           "is another grid than TileJSON's, Web Mercator (EPSG:3857); write a "
+                           "definition of your own that says its scheme");
     }
 
     std::optional<std::string> Text(const std::string& key)

@@ -47,10 +47,11 @@ private:
     {
         if (m_dialect == UrlDialect::Gdal && ReadGroup(m_at + 2, m_at))
             return;
-        const std::size_t close = m_url.find('}', m_at);
-        if (m_dialect == UrlDialect::Web && close != std::string_view::npos)
-            Warn(Printable(m_url.substr(m_at, close - m_at + 1)) +
-                 " is not filled in here; write {x}, {y} and {z} without the dollar sign");
+        const std::size_t close = std::min(m_url.find('}', m_at), m_url.size());
+        const std::string_view name = m_url.substr(m_at + 2, close - m_at - 2);
+        if (m_dialect == UrlDialect::Web && LooksNamed(name))
+            Warn("${" + std::string(name) +
+                 "} is not filled in here; write {x}, {y} and {z} without the dollar sign");
         AddText(m_url.substr(m_at, 2));
         m_at += 2;
     }

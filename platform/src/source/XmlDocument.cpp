@@ -11,6 +11,12 @@ namespace {
 
 constexpr int kMaxDepth = 16;
 
+/// Whether a DOCTYPE says no more than a name, as QGIS writes it: no declarations, no address.
+bool IsBareName(std::string_view doctype)
+{
+    return doctype.find_first_of("[]\"'<&% \t\r\n") == std::string_view::npos;
+}
+
 class DepthWatcher : public pugi::xml_tree_walker
 {
 public:
@@ -36,8 +42,10 @@ bool XmlDocument::Parse(Report& report)
         return false;
     }
     for (const pugi::xml_node& node : m_document.children())
-        if (node.type() == pugi::node_doctype) {
-            report.Error(LineOf(node), "", "holds a DOCTYPE, which is not read; leave it out");
+        if (node.type() == pugi::node_doctype && !IsBareName(node.value())) {
+            report.Error(LineOf(node),
+                         "",
+                         "holds a DOCTYPE with a document type, which is not read; leave it out");
             return false;
         }
     if (IsTooDeep()) {

@@ -9,7 +9,8 @@
 
 namespace KxC {
 
-/// An XML document from outside. There is no document type, so nothing is expanded or fetched.
+/// An XML document from outside. A DOCTYPE may name the root and nothing else, so that nothing is
+/// expanded or fetched.
 class XmlDocument
 {
 public:

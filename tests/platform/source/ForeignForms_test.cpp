@@ -106,7 +106,7 @@ TEST(TileJson, FillsInNoEnvironmentVariables)
 
 std::string Connections(const std::string& entries)
 {
-    return "<?xml version=\"1.0\"?>\n<!-- exported -->\n<qgsXYZTilesConnections "
+    return "<?xml version=\"1.0\"?>\n<!DOCTYPE connections>\n<qgsXYZTilesConnections "
            "version=\"1.0\">\n" +
            entries + "</qgsXYZTilesConnections>\n";
 }
@@ -136,6 +136,14 @@ TEST(QgisConnections, TakeQuadkeysForTheirScheme)
     EXPECT_EQ(record.Item().m_nTileScheme, 6);
     EXPECT_EQ(record.UrlFromNorth(3, 5, 6), "http://a/312.jpeg");
     EXPECT_EQ(record.messages, "");
+}
+
+TEST(QgisConnections, MayHoldBracesInTheirPercentForm)
+{
+    LoadedRecord record(
+        Connections("<xyztiles name=\"a\" url=\"http://a/%7bz%7D/%7Bx%7d/%7B-y%7D?s=%20%7\"/>"));
+    EXPECT_EQ(record.messages, "");
+    EXPECT_EQ(record.UrlFromNorth(3, 5, 6), "http://a/3/6/2?s=%20%7");
 }
 
 TEST(QgisConnections, AreChosenByTheNameBehindThePath)
@@ -206,6 +214,13 @@ TEST(MapProxy, CountsRowsFromTheSouthUnlessTheGridSaysOtherwise)
     EXPECT_EQ(own.UrlFromNorth(3, 5, 6), "http://a/3/6/5.png");
     EXPECT_EQ(own.Item().m_nTileSize, 512);
     EXPECT_EQ(own.Item().m_levelBounds.m_nMaxLevel, 11);
+}
+
+TEST(MapProxy, TakesTheOriginThatOldSourcesSay)
+{
+    LoadedRecord record(MapProxy("http://a/%(tms_path)s.png", "    origin: nw\n"));
+    EXPECT_EQ(record.messages, "");
+    EXPECT_EQ(record.UrlFromNorth(3, 5, 6), "http://a/3/6/5.png");
 }
 
 TEST(MapProxy, WritesThePathsOfOtherCaches)

@@ -45,7 +45,7 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         BadText{
             "<!DOCTYPE a [<!ENTITY b SYSTEM \"file:///etc/passwd\">]>\n<GDAL_WMS>&b;</GDAL_WMS>",
-            "error 1 : holds a DOCTYPE, which is not read"},
+            "error 1 : holds a DOCTYPE with a document type"},
         BadText{"<GDAL_WMS>\n<Service>\n</GDAL_WMS>", "error 3 : is not XML"},
         BadText{"<GDAL_WMS>\n<Service", "error 2 : is not XML"},
         BadText{"<GDAL_WMS>\xFF</GDAL_WMS>", "is not UTF-8"},
@@ -78,6 +78,16 @@ INSTANTIATE_TEST_SUITE_P(
                 "does not begin with http:// or https://"}));
 
 INSTANTIATE_TEST_SUITE_P(
+    XmlTypes,
+    BadForms,
+    ::testing::Values(BadText{"<!DOCTYPE a SYSTEM 'http://a/b.dtd'><qgsXYZTilesConnections/>",
+                              "error 1 : holds a DOCTYPE with a document type"},
+                      BadText{"<!DOCTYPE a PUBLIC \"b\" \"c\"><GDAL_WMS/>",
+                              "error 1 : holds a DOCTYPE with a document type"},
+                      BadText{"<!DOCTYPE a[<!ENTITY b 'c'>]><GDAL_WMS/>",
+                              "error 1 : holds a DOCTYPE with a document type"}));
+
+INSTANTIATE_TEST_SUITE_P(
     Json,
     BadForms,
     ::testing::Values(
@@ -103,6 +113,8 @@ INSTANTIATE_TEST_SUITE_P(
         BadText{"{\"maxzoom\": NaN}", "error 1 : is not JSON"},
         BadText{"{\"bounds\": [1,2,3],\"tiles\":[\"http://a/{z}/{x}/{y}\"]}",
                 "bounds: is no list of four numbers"},
+        BadText{"{\"crs\": \"EPSG:4326\",\"tiles\":[\"http://a/{z}/{x}/{y}\"]}",
+                "crs: is another grid than TileJSON's"},
         BadText{"{\"name\": 5,\"tiles\":[\"http://a/{z}/{x}/{y}\"]}", "name: is no text"},
         BadText{"{\"name\": \"\\u0000\",\"tiles\":[\"http://a/{z}/{x}/{y}\"]}", "holds a NUL"},
         BadText{"{\"scheme\": \"wms\",\"tiles\":[\"http://a/{z}/{x}/{y}\"]}",
@@ -212,6 +224,8 @@ TEST(HostileForms, MessagesQuoteNoKeyOfTheAddress)
 {
     Check("{\"tiles\":[\"http://a/{z}/{x}/{q}/{bad}?key=s3cret\"]}");
     EXPECT_THAT(AllMessages(), HasSubstr("{bad}"));
+    EXPECT_THAT(AllMessages(), Not(HasSubstr("s3cret")));
+    Check("{\"tiles\":[\"http://a/{z}/${?key=s3cret&x={x}/{y}\"]}");
     EXPECT_THAT(AllMessages(), Not(HasSubstr("s3cret")));
 }
 
