@@ -5,6 +5,7 @@
 #include "KxCompress.h"
 #include "KxImgUtility.h"
 #include "KxNetGetch.h"
+#include "SourceFormat.h"
 #include "StatusHint.h"
 #include "TileUrl.h"
 #include "forms/Schemes.h"
@@ -28,12 +29,6 @@ constexpr char kAgentOfScheme3[] = "kh_lt/LT3.0.0762";
 bool IsGzip(const KxC::KxRawData& body)
 {
     return body.GetSize() >= 2 && body.GetData()[0] == 0x1f && body.GetData()[1] == 0x8b;
-}
-
-bool SaysGzip(const KxC::KxTSDParamItem& source)
-{
-    const KxC::KxString& format = source.m_strImageFormat;
-    return format.GetLength() >= 4 && format.Right(4).CompareNoCase("gzip") == 0;
 }
 
 /// What a body that is no picture begins with.
@@ -162,7 +157,7 @@ bool TileProbe::Request()
 bool TileProbe::Inflate()
 {
     m_facts["gzip"] = IsGzip(m_body);
-    if (!SaysGzip(m_source))
+    if (!FormatEndsIn(m_source, "gzip"))
         return true; // what is compressed all the same shows when it is no picture
     // The room that the library gives: twice the size, no more.
     const unsigned int room = 2 * m_body.GetSize();
@@ -211,12 +206,12 @@ bool TileProbe::Recognise()
 /// Only an ending "png" means something to the library: such tiles have room for transparency.
 void TileProbe::CompareFormat(const std::string& format)
 {
-    const KxC::KxString& said = m_source.m_strImageFormat;
-    const bool saysPng = said.GetLength() >= 3 && said.Right(3).CompareNoCase("png") == 0;
-    if (saysPng && format != "png")
+    if (FormatEndsIn(m_source, "png") && format != "png")
         Add("format",
             ProbeStep::kDoubtful,
-            fmt::format("the definition says '{}', the picture is {}", said.Cstr(), format),
+            fmt::format("the definition says '{}', the picture is {}",
+                        m_source.m_strImageFormat.Cstr(),
+                        format),
             fmt::format("Write format = \"{}\", unless other tiles of the service are PNG.",
                         format));
 }

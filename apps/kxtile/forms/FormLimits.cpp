@@ -2,6 +2,7 @@
 #include "forms/FormLimits.h"
 
 #include "Command.h"
+#include "SourceFormat.h"
 #include "SourceGrid.h"
 #include "forms/Schemes.h"
 
@@ -10,12 +11,6 @@
 namespace KxTileHost {
 
 namespace {
-
-bool IsGzip(const KxC::KxTSDParamItem& source)
-{
-    const KxC::KxString& format = source.m_strImageFormat;
-    return format.GetLength() >= 4 && format.Right(4).CompareNoCase("gzip") == 0;
-}
 
 bool HasName(const std::string& line, const std::string& name)
 {
@@ -58,7 +53,7 @@ void FormLimits::CheckForOtherPrograms(const KxC::KxTSDParamItem& source)
     CannotIf(source.m_nDatum != 0,
              "its pictures are shifted by a datum (GCJ-02 or BD-09), which would show places "
              "some hundred metres off");
-    CannotIf(IsGzip(source), "its tiles are compressed once more (gzip)");
+    CannotIf(FormatEndsIn(source, "gzip"), "its tiles are compressed once more (gzip)");
     CannotIf(
         source.m_nLevelOffset != 0,
         fmt::format("its levels are counted otherwise (level_offset {})", source.m_nLevelOffset));

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "SourceFormat.h"
 #include "SourceGrid.h"
 #include "forms/Form.h"
 #include "forms/FormLimits.h"
@@ -90,8 +91,7 @@ void WriteWindow(XmlText& xml, const KxC::KxTSDParamItem& source, const Window& 
 
 void WritePictures(XmlText& xml, const KxC::KxTSDParamItem& source)
 {
-    const KxC::KxString& format = source.m_strImageFormat;
-    const bool png = format.GetLength() >= 3 && format.Right(3).CompareNoCase("png") == 0;
+    const bool png = FormatEndsIn(source, "png");
     xml.Element("BlockSizeX", fmt::format("{}", source.m_nTileSize));
     xml.Element("BlockSizeY", fmt::format("{}", source.m_nTileSize));
     xml.Element("BandsCount", png ? "4" : "3");
