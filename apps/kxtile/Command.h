@@ -63,6 +63,10 @@ int RunCommandLine(int argc, const char* const* argv);
 /// Says on standard error what failed and how to mend it; with --json on standard output too.
 void ReportError(const GlobalOptions& options, const std::string& what, const std::string& hint);
 
+/// A text as it may be shown. Messages quote what users and servers wrote: control characters must
+/// not reach a terminal.
+std::string Printable(std::string text);
+
 /// Prints an object on standard output, one line.
 void PrintJson(const nlohmann::ordered_json& object);
 

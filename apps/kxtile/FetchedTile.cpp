@@ -5,9 +5,10 @@
 #include "EarthSource.h"
 #include "KxFile.h"
 #include "KxImgUtility.h"
-#include "KxLuaToolkit.h"
 #include "KxNetGetch.h"
 #include "KxTileFetcher.h"
+#include "StatusHint.h"
+#include "TileUrl.h"
 
 #include <fmt/format.h>
 
@@ -25,19 +26,6 @@ using KxC::NetError;
 
 constexpr int kSchemeBingMap = 6;
 
-std::string HintFor(int status)
-{
-    switch (status) {
-    case 401:
-    case 403:
-        return "The service refuses the request: check its key, headers and user agent.";
-    case 429:
-        return "The service asks for fewer requests: wait, then try again.";
-    default:
-        return status >= 500 ? "The service is in trouble: try again later." : "";
-    }
-}
-
 /// What the last request says of the failure.
 [[noreturn]] void ThrowRequestFailure(const KxNetRequestInfo& request)
 {
@@ -46,7 +34,7 @@ std::string HintFor(int status)
     throw CommandError(
         kExitFailed,
         fmt::format("{}{}: {}", request.m_strUrl.Cstr(), status, request.m_strCause.Cstr()),
-        HintFor(request.m_nHttpStatus));
+        HintForStatus(request.m_nHttpStatus));
 }
 
 /// The answer came but is no picture.
@@ -72,7 +60,7 @@ std::string HintFor(int status)
 }
 
 /// No request could be made: the source gave no URL to ask.
-[[noreturn]] void ThrowNoUrl(const KxC::KxTSDParamItem& source)
+[[noreturn]] void ThrowNothingToAsk(const KxC::KxTSDParamItem& source)
 {
     if (source.m_nTileScheme == kSchemeEarthHistory)
         ThrowIfEarthFailed();
@@ -80,9 +68,7 @@ std::string HintFor(int status)
         throw CommandError(kExitFailed,
                            "the library makes no tile of this size on this level",
                            "Levels go to 30, also after the deeper one that large tiles need.");
-    throw CommandError(
-        kExitFailed,
-        fmt::format("the URL script gives no URL: {}", KxC::KxLuaToolkit::GetLastError().Cstr()));
+    ThrowNoUrl(source);
 }
 
 /// The URL that was asked, or, when the tile was at hand, the one that would have been.
@@ -228,7 +214,7 @@ void ThrowFetchFailure(const KxC::KxTSDParamItem& source)
 {
     const KxNetRequestInfo& request = KxNetGetch::GetLastRequestInfo();
     if (request.m_strUrl.IsEmpty() != 0)
-        ThrowNoUrl(source);
+        ThrowNothingToAsk(source);
     if (request.m_result != KxC::NetError_Success)
         ThrowRequestFailure(request);
     ThrowNotAPicture(request);
