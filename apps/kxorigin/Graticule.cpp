@@ -114,14 +114,16 @@ private:
             north.swap(south);
             south = ParallelsAt(row + 1);
             const Indices meridians = MeridiansAt(row + 0.5);
+            const bool isOnMap = m_map.HoldsRow(row + 0.5);
+            const bool startsOnMap = m_map.HoldsRow(row);
             for (int column = 0; column < m_window.edge; ++column) {
                 const auto i = static_cast<std::size_t>(column);
                 const Cell cell{meridians[i],
                                 meridians[i + 1],
                                 north[i],
                                 south[i],
-                                m_map.Holds(column + 0.5, row + 0.5),
-                                m_map.Holds(column + 0.5, row)};
+                                isOnMap && m_map.HoldsColumn(column),
+                                startsOnMap && m_map.HoldsColumn(column)};
                 tile.At(column, row) = LineOf(cell).value_or(GroundOf(cell));
             }
         }

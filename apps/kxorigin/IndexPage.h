@@ -43,11 +43,21 @@ Guarded
   /agent/P/{z}/{x}/{y}.F           403 unless the user agent starts with KxTile
   /agent-is/{text}/P/{z}/{x}/{y}.F 403 unless the user agent is the text
 
+Earth imagery, flatfile protocol; docs/kxorigin.md says more
+  /earth/dbRoot.v5?output=proto    current database; with db=tm the history
+  /earth/flatfile?q2-0-q.171       quadtree packets; db=tm&qp-0-q.902
+  /earth/flatfile?f1-0-i.3         pictures; db=tm&f1-{path}-i.{version}-{date}
+  /earth-with/{options}/...        proto png alpha plain swapped anyversion empty key graticule
+  /earth-broken/{fault}/...        dbroot-, quadtree- or image- and what is wrong
+
 Faults
   /status/{code}/...               204 or 400 to 599, whatever follows
   /truncated/P/{z}/{x}/{y}.F       the first half of the image
   /empty/P/{z}/{x}/{y}.F           200 without a body
   /html/P/{z}/{x}/{y}.F            200 with an HTML error page
+  /fault/{kind}/{times}/{route}    any route of a tile, whose addresses fail so often, or always:
+                                   status-CODE busy-SECONDS short long late-MS drip-MS drop reset
+                                   redirect-COUNT loop to-file to-ftp gigabyte endless flood
 )";
 
 } // namespace KxOrigin

@@ -122,9 +122,10 @@ Pixels Marble::Draw(const Grid& grid, const PixelWindow& window) const
         edges.north.swap(edges.south);
         map.LatitudesAtMiddles(row + 1, edges.south);
         map.LongitudesAtEdges(row + 0.5, edges.longitudes);
+        const bool isOnMap = map.HoldsRow(row + 0.5);
         for (int column = 0; column < window.edge; ++column)
             tile.At(column, row) =
-                map.Holds(column + 0.5, row + 0.5)
+                isOnMap && map.HoldsColumn(column)
                     ? DrawPixel(m_source, edges, static_cast<std::size_t>(column))
                     : kBeyondMap;
     }

@@ -2,6 +2,8 @@
 #include "Routes.h"
 
 #include "Conventions.h"
+#include "EarthRoutes.h"
+#include "Faults.h"
 #include "IndexPage.h"
 #include "Paths.h"
 
@@ -15,7 +17,6 @@ namespace KxOrigin {
 
 namespace {
 
-constexpr std::string_view kApiKey = "let-me-in";
 constexpr std::string_view kAgentStart = "KxTile";
 
 /// What is left of a path: the parts behind those that were already understood.
@@ -322,13 +323,19 @@ Answer Html(Parts parts, const Request&)
     return OrderXyz(parts, Dressing::Html);
 }
 
+/// What a good address names has been cut off before: this one is not good.
+Answer MalformedFault(Parts, const Request&)
+{
+    return Malformed(std::string(kFaultUsage));
+}
+
 struct RouteEntry
 {
     std::string_view name;
     Answer (*handle)(Parts parts, const Request& request);
 };
 
-constexpr std::array<RouteEntry, 24> kRoutes{{
+constexpr std::array<RouteEntry, 28> kRoutes{{
     {"xyz", Xyz},
     {"xyz-512", Xyz512},
     {"xyz-gcj02", XyzGcj02},
@@ -349,10 +356,14 @@ constexpr std::array<RouteEntry, 24> kRoutes{{
     {"key", Key},
     {"agent", Agent},
     {"agent-is", AgentIs},
+    {"earth", RouteEarth},
+    {"earth-with", RouteEarthWith},
+    {"earth-broken", RouteEarthBroken},
     {"status", Status},
     {"truncated", Truncated},
     {"empty", Empty},
     {"html", Html},
+    {"fault", MalformedFault},
 }};
 
 Answer RoutePath(const std::vector<std::string>& segments, const Request& request)

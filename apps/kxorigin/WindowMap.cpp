@@ -9,7 +9,8 @@ namespace KxOrigin {
 
 namespace {
 
-constexpr int kCellEdge = 8; ///< pixels
+constexpr int kCoarseCell = 8; ///< pixels
+constexpr int kFineCell = 2;
 constexpr double kDegree = std::numbers::pi / 180;
 
 Place ToGround(KxC::KxDatum datum, const Place& shifted)
@@ -45,14 +46,17 @@ Place Mix(const Place& a, const Place& b, double share)
 
 } // namespace
 
-WindowMap::WindowMap(const Grid& grid, const PixelWindow& window)
-    : m_grid(grid), m_window(window),
-      m_cells(grid.Datum() == KxC::KxDatum_WGS84 ? 0 : (window.edge + kCellEdge - 1) / kCellEdge)
+WindowMap::WindowMap(const Grid& grid, const PixelWindow& window) : m_grid(grid), m_window(window)
 {
     for (int x = 0; x <= window.edge; ++x)
         m_longitudes.push_back(grid.Longitude(Across(x)));
-    if (m_cells > 0)
-        MakeMesh();
+    for (int column = 0; column < window.edge; ++column)
+        m_heldColumns.push_back(grid.Holds(grid.Longitude(Across(column + 0.5)), 0));
+    if (grid.Datum() == KxC::KxDatum_WGS84)
+        return;
+    MakeMesh(kCoarseCell);
+    if (!IsMostlySmooth())
+        MakeMesh(kFineCell);
 }
 
 double WindowMap::Across(double x) const
@@ -96,18 +100,28 @@ Place& WindowMap::Node(int column, int row)
     return m_nodes[static_cast<std::size_t>(row * (m_cells + 1) + column)];
 }
 
-void WindowMap::MakeMesh()
+/// @param cellEdge  divides the window's
+void WindowMap::MakeMesh(int cellEdge)
 {
+    m_cellEdge = cellEdge;
+    m_cells = m_window.edge / cellEdge;
     const auto cells = static_cast<std::size_t>(m_cells);
     m_nodes.resize((cells + 1) * (cells + 1));
     for (int row = 0; row <= m_cells; ++row) {
         for (int column = 0; column <= m_cells; ++column)
-            Node(column, row) = ExactShift(column * kCellEdge, row * kCellEdge);
+            Node(column, row) = ExactShift(column * cellEdge, row * cellEdge);
     }
+    m_rough.clear();
     for (int row = 0; row < m_cells; ++row) {
         for (int column = 0; column < m_cells; ++column)
             m_rough.push_back(IsRough(column, row));
     }
+}
+
+bool WindowMap::IsMostlySmooth() const
+{
+    const auto rough = std::count(m_rough.begin(), m_rough.end(), true);
+    return rough * 4 < static_cast<std::ptrdiff_t>(m_rough.size());
 }
 
 /// Whether interpolation fails in the cell's middle. A step in the shift, wherever it runs through
@@ -115,17 +129,17 @@ void WindowMap::MakeMesh()
 bool WindowMap::IsRough(int column, int row) const
 {
     constexpr double kTolerance = kMapTolerance / 5;
-    const double x = column * kCellEdge;
-    const double y = row * kCellEdge;
+    const double x = column * m_cellEdge;
+    const double y = row * m_cellEdge;
     const auto shiftAt = [&](int right, int down) {
         return m_nodes[static_cast<std::size_t>((row + down) * (m_cells + 1) + column + right)];
     };
     const Place mixed =
         Mix(Mix(shiftAt(0, 0), shiftAt(1, 0), 0.5), Mix(shiftAt(0, 1), shiftAt(1, 1), 0.5), 0.5);
-    const Place exact = ExactShift(x + kCellEdge / 2.0, y + kCellEdge / 2.0);
+    const Place exact = ExactShift(x + m_cellEdge / 2.0, y + m_cellEdge / 2.0);
     const Place northWest = PlaneDegrees(x, y);
-    const Place southEast = PlaneDegrees(x + kCellEdge, y + kCellEdge);
-    const double perPixel = kTolerance / kCellEdge;
+    const Place southEast = PlaneDegrees(x + m_cellEdge, y + m_cellEdge);
+    const double perPixel = kTolerance / m_cellEdge;
     return std::abs(mixed.longitude - exact.longitude) >
                (southEast.longitude - northWest.longitude) * perPixel ||
            std::abs(mixed.latitude - exact.latitude) >
@@ -136,10 +150,10 @@ bool WindowMap::IsRough(int column, int row) const
 void WindowMap::AddShifts(Axis axis, double start, double y, std::span<double> degrees) const
 {
     for (int column = 0; column < m_cells; ++column) {
-        const auto from = static_cast<std::size_t>(column * kCellEdge);
+        const auto from = static_cast<std::size_t>(column * m_cellEdge);
         // The last cell takes what lies on its far edge as well.
         const std::size_t count =
-            column + 1 == m_cells ? degrees.size() - from : static_cast<std::size_t>(kCellEdge);
+            column + 1 == m_cells ? degrees.size() - from : static_cast<std::size_t>(m_cellEdge);
         AddCellShifts(
             axis, column, static_cast<double>(from) + start, y, degrees.subspan(from, count));
     }
@@ -148,7 +162,7 @@ void WindowMap::AddShifts(Axis axis, double start, double y, std::span<double> d
 void WindowMap::AddCellShifts(
     Axis axis, int column, double start, double y, std::span<double> degrees) const
 {
-    const int row = std::min(static_cast<int>(y) / kCellEdge, m_cells - 1);
+    const int row = std::min(static_cast<int>(y) / m_cellEdge, m_cells - 1);
     if (m_rough[static_cast<std::size_t>(row * m_cells + column)]) {
         for (std::size_t i = 0; i < degrees.size(); ++i)
             degrees[i] += ExactShift(start + static_cast<double>(i), y).*axis;
@@ -156,12 +170,12 @@ void WindowMap::AddCellShifts(
     }
     const auto* north = &m_nodes[static_cast<std::size_t>(row * (m_cells + 1) + column)];
     const auto* south = north + m_cells + 1;
-    const double down = (y - row * kCellEdge) / kCellEdge;
+    const double down = (y - row * m_cellEdge) / m_cellEdge;
     const double west = std::lerp(north[0].*axis, south[0].*axis, down);
     const double east = std::lerp(north[1].*axis, south[1].*axis, down);
     for (std::size_t i = 0; i < degrees.size(); ++i) {
-        const double x = start + static_cast<double>(i) - column * kCellEdge;
-        degrees[i] += west + (east - west) * (x / kCellEdge);
+        const double x = start + static_cast<double>(i) - column * m_cellEdge;
+        degrees[i] += west + (east - west) * (x / m_cellEdge);
     }
 }
 
@@ -188,10 +202,14 @@ bool WindowMap::FindPixel(const Place& ground, std::int64_t& column, std::int64_
     return true;
 }
 
-bool WindowMap::Holds(double x, double y) const
+bool WindowMap::HoldsColumn(int column) const
 {
-    const Place plane = PlaneDegrees(x, y);
-    return m_grid.Holds(plane.longitude, plane.latitude);
+    return m_heldColumns[static_cast<std::size_t>(column)];
+}
+
+bool WindowMap::HoldsRow(double y) const
+{
+    return m_grid.Holds(0, m_grid.Latitude(Down(y)));
 }
 
 } // namespace KxOrigin

@@ -14,8 +14,9 @@ constexpr double kMapTolerance = 0.05;
 /// Where on the ground the points of a window lie: longitudes and latitudes on WGS 84, in degrees.
 ///
 /// What a grid's datum shifts is computed exactly on a mesh of every eighth pixel and interpolated
-/// between. Where the mesh is too coarse, as along the border of the area that GCJ-02 shifts, every
-/// point is computed exactly. Points of the window count pixels from its north-west corner.
+/// between; on a mesh of every second pixel where BD-09's waves are but a few pixels long. Where
+/// the mesh is too coarse, as along the border of the area that GCJ-02 shifts, every point is
+/// computed exactly. Points of the window count pixels from its north-west corner.
 class WindowMap
 {
 public:
@@ -38,8 +39,10 @@ public:
     /// @return false when there is none
     bool FindPixel(const Place& ground, std::int64_t& column, std::int64_t& row) const;
 
-    /// Whether the grid has a map at a point of the window.
-    bool Holds(double x, double y) const;
+    /// Whether the middle of a column of pixels lies on the grid's map.
+    bool HoldsColumn(int column) const;
+    /// Whether a row does; a pixel does where both do.
+    bool HoldsRow(double y) const;
 
 private:
     using Axis = double Place::*;
@@ -49,7 +52,8 @@ private:
     Place PlaneDegrees(double x, double y) const;
     Place ExactShift(double x, double y) const;
     Place& Node(int column, int row);
-    void MakeMesh();
+    void MakeMesh(int cellEdge);
+    bool IsMostlySmooth() const;
     bool IsRough(int column, int row) const;
     void AddShifts(Axis axis, double start, double y, std::span<double> degrees) const;
     void
@@ -58,9 +62,11 @@ private:
     const Grid& m_grid;
     PixelWindow m_window;
     std::vector<double> m_longitudes; ///< of the plane, at the pixels' edges
-    int m_cells;                      ///< of the mesh, along one side; 0 where nothing is shifted
-    std::vector<Place> m_nodes;       ///< shifts: ground - plane
-    std::vector<bool> m_rough;        ///< cells that the mesh does not describe
+    std::vector<bool> m_heldColumns;
+    int m_cellEdge = 0;         ///< of the mesh, pixels
+    int m_cells = 0;            ///< along one side of it; 0 where nothing is shifted
+    std::vector<Place> m_nodes; ///< shifts: ground - plane
+    std::vector<bool> m_rough;  ///< cells that the mesh does not describe
 };
 
 } // namespace KxOrigin

@@ -77,7 +77,7 @@ struct ClearArguments
 std::vector<KxC::KxString> NamesToClear(const ClearArguments& arguments)
 {
     if (!arguments.m_all)
-        return {arguments.m_source.Load()->m_strHashKey};
+        return {arguments.m_source.Load(SourceUse::Describe)->m_strHashKey};
     std::vector<KxC::KxString> names;
     for (const KxRawDataSubTreeInfo& info : KxC::m_gRawDataTypeCacheManager.ListSubTrees(kTiles))
         names.push_back(info.m_strName);

@@ -10,60 +10,17 @@ import math
 import os
 import pathlib
 import sqlite3
-import struct
 import subprocess
 import sys
-import tempfile
 import unittest
 
-KXTILE, KXORIGIN, SOURCES = sys.argv[1:4]
+from kxtile_harness import KxtileTestCase, png_size
+
+SOURCES = sys.argv[3]
 VECTORS = pathlib.Path(__file__).parents[1] / "data" / "datum_vectors.csv"
 
 
-def png_size(path):
-    data = pathlib.Path(path).read_bytes()
-    assert data[:8] == b"\x89PNG\r\n\x1a\n", data[:16]
-    return struct.unpack(">II", data[16:24])
-
-
-class KxtileTest(unittest.TestCase):
-    @classmethod
-    def setUpClass(cls):
-        cls.origin_folder = tempfile.TemporaryDirectory()
-        cls.log = pathlib.Path(cls.origin_folder.name, "log.jsonl")
-        cls.origin = subprocess.Popen([KXORIGIN, "--port", "0", "--log", str(cls.log)],
-                                      stdout=subprocess.PIPE, text=True)
-        cls.address = cls.origin.stdout.readline().split()[-1]
-
-    @classmethod
-    def tearDownClass(cls):
-        cls.origin.terminate()
-        assert cls.origin.wait() == 0
-        cls.origin.stdout.close()
-        cls.origin_folder.cleanup()
-
-    def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.folder = pathlib.Path(folder.name)
-        self.environment = {**os.environ, "KXORIGIN": self.address, "no_proxy": "127.0.0.1",
-                            "KXTILE_CACHE_DIR": str(self.folder / "cache")}
-
-    def kxtile(self, *arguments, status=0):
-        done = subprocess.run([KXTILE, *map(str, arguments)], env=self.environment,
-                              cwd=self.folder, capture_output=True, check=False)
-        self.assertEqual(done.returncode, status, (arguments, done.stdout[:500], done.stderr))
-        return done
-
-    def answer(self, *arguments, status=0):
-        return json.loads(self.kxtile("--json", *arguments, status=status).stdout)
-
-    def requests(self):
-        return [json.loads(line) for line in self.log.read_text().splitlines()]
-
-    def url(self, path):
-        return self.address + path
-
+class KxtileTest(KxtileTestCase):
     def test_tile_comes_from_network_then_from_disk(self):
         source = f"{SOURCES}/xyz.toml"
         before = len(self.requests())
@@ -164,7 +121,7 @@ class KxtileTest(unittest.TestCase):
         for wrong in (["10", "--level", "3"], ["10,91", "--level", "3"], ["1,2,3", "--level", "3"],
                       ["nan,1", "--level", "3"], ["1,1", "--level", "31"], ["1,1"]):
             self.kxtile("locate", *wrong, status=2)
-        self.kxtile("locate", "10,89.9", "--level", "3", "http://h/{$x}", status=3)
+        self.kxtile("locate", "10,89.9", "--level", "3", "http://h/{$z}/{$x}/{$y}", status=3)
 
     def test_align_shows_four_panels_for_each_source(self):
         mercator = self.url("/xyz/graticule/{$z}/{$x}/{$y}.png")
@@ -300,7 +257,7 @@ class KxtileTest(unittest.TestCase):
         done = self.kxtile("source", "show", definition)
         self.assertNotIn(b"tell-nobody", done.stdout + done.stderr)
         shown = self.answer("source", "show", definition)
-        self.assertEqual(shown["url"], "http://h/%d/%d/%d?key=${TEST_KEY}")
+        self.assertEqual(shown["url"], "http://h/{$z}/{$x}/{$y}?key=${TEST_KEY}")
         self.assertEqual((shown["datum"], shown["scheme"], shown["rows"]),
                          ("GCJ-02", 12, "from the south"))
         self.assertIn(b"key=tell-nobody", self.kxtile("url", definition, "0/0/0").stdout)

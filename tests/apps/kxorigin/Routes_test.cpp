@@ -104,6 +104,25 @@ TEST(Routes, BaiduNumbersStandInTheQueryInAnyOrder)
         EXPECT_EQ(StatusOf(Get(path)), 400) << path;
 }
 
+TEST(Routes, EarthServersHaveTwoFiles)
+{
+    const auto orderOf = [](const std::string& address) {
+        const Answer answer = Get(address);
+        return std::holds_alternative<EarthOrder>(answer);
+    };
+    EXPECT_TRUE(orderOf("/earth/dbRoot.v5?output=proto"));
+    EXPECT_TRUE(orderOf("/earth/flatfile?q2-0-q.171"));
+    EXPECT_TRUE(orderOf("/earth-with/proto,png/dbRoot.v5?db=tm&output=proto"));
+    EXPECT_TRUE(orderOf("/earth-broken/image-half/flatfile?f1-0-i.3"));
+    EXPECT_EQ(StatusOf(Get("/earth")), 404);
+    EXPECT_EQ(StatusOf(Get("/earth/")), 404);
+    EXPECT_EQ(StatusOf(Get("/earth/flatfile?t-0")), 404);
+    EXPECT_EQ(StatusOf(Get("/earth-with/moon/dbRoot.v5")), 400);
+    EXPECT_EQ(StatusOf(Get("/earth-broken/image-bomb/dbRoot.v5")), 400);
+    EXPECT_EQ(StatusOf(Get("/earth-with/key/dbRoot.v5")), 403);
+    EXPECT_EQ(StatusOf(Route({"GET", "/earth-with/key/dbRoot.v5", "", "let-me-in"})), 200);
+}
+
 TEST(Routes, DressedTiles)
 {
     EXPECT_EQ(OrderOf("/gzip/marble/0/0/0.jpg").dressing, Dressing::GZip);
@@ -194,10 +213,12 @@ TEST(Routes, TheFirstPageListsEveryRoute)
 {
     const auto page = std::get<TextAnswer>(Get("/")).text;
     for (const char* route :
-         {"xyz",     "xyz-512",    "xyz-gcj02",      "xyz-bd09",       "baidu",     "tms",
-          "quadkey", "geographic", "geographic-tms", "geographic-512", "tianditu",  "offset",
-          "axis",    "server",     "gzip",           "gzip-stored",    "gzip-bomb", "key",
-          "agent",   "agent-is",   "status",         "truncated",      "empty",     "html"})
+         {"xyz",         "xyz-512",    "xyz-gcj02",    "xyz-bd09",       "baidu",
+          "tms",         "quadkey",    "geographic",   "geographic-tms", "geographic-512",
+          "tianditu",    "offset",     "axis",         "server",         "gzip",
+          "gzip-stored", "gzip-bomb",  "key",          "agent",          "agent-is",
+          "earth",       "earth-with", "earth-broken", "status",         "truncated",
+          "empty",       "html"})
         EXPECT_NE(page.find("/" + std::string(route) + "/"), std::string::npos) << route;
 }
 

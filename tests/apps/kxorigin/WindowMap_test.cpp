@@ -106,7 +106,7 @@ double WorstError(const Grid& grid, const PixelWindow& window)
         map.LatitudesAtMiddles(y, latitudes);
         const double perDegree = window.edge / (longitudes.back() - longitudes.front());
         for (int x = 0; x < window.edge; x += 3) {
-            if (!map.Holds(x, y) || !map.Holds(x + 0.5, y))
+            if (!map.HoldsColumn(x) || !map.HoldsRow(y))
                 continue;
             const auto i = static_cast<std::size_t>(x);
             const double right = std::abs(longitudes[i] - map.ExactPlace(x, y).longitude);
@@ -147,14 +147,16 @@ TEST(WindowMap, IsGoodToItsToleranceAtEveryLevel)
 TEST(WindowMap, KnowsWhereTheMapEnds)
 {
     const WindowMap geographic(GridOf(GridKind::Geographic), {0, 0, 0});
-    EXPECT_FALSE(geographic.Holds(10, 63.9));
-    EXPECT_TRUE(geographic.Holds(10, 64));
-    // Level 0 of the plane: a pixel is 2^18 m, the origin is the tile's south-west corner.
+    EXPECT_FALSE(geographic.HoldsRow(63.9));
+    EXPECT_TRUE(geographic.HoldsRow(64));
+    EXPECT_TRUE(geographic.HoldsColumn(0));
+    // Level 0 of the plane: a pixel is 2^18 m, the origin is the tile's south-west corner. Its
+    // map ends 76.4 pixels east of that and 47.6 north.
     const WindowMap baidu(GridOf(GridKind::Baidu), {0, 128, -128});
-    EXPECT_TRUE(baidu.Holds(20037700 / 262144.0, 255));
-    EXPECT_FALSE(baidu.Holds(20037800 / 262144.0, 255));
-    EXPECT_TRUE(baidu.Holds(1, 256 - 12474000 / 262144.0));
-    EXPECT_FALSE(baidu.Holds(1, 256 - 12474200 / 262144.0));
+    EXPECT_TRUE(baidu.HoldsColumn(75));
+    EXPECT_FALSE(baidu.HoldsColumn(76));
+    EXPECT_TRUE(baidu.HoldsRow(256 - 12474000 / 262144.0));
+    EXPECT_FALSE(baidu.HoldsRow(256 - 12474200 / 262144.0));
     std::int64_t column = 0;
     std::int64_t row = 0;
     EXPECT_FALSE(baidu.FindPixel({10, 75}, column, row));
