@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "KxCoordSysTrans.h"
 #include "KxNetGetch.h"
 #include "KxRawData.h"
 #include "KxRawDataTypeCache.h"
@@ -42,6 +43,48 @@ public:
     /// ceil(log2(156543.03392804097 / resolution)).
     /// @param resolution  metres a pixel at the equator, above 0
     static int CalcTSZLevel(double resolution);
+
+    /// @}
+    /// @name Grid arithmetic
+    /// Fractional tile coordinates: the whole part is the tile, the fraction the position inside it
+    /// from its west and south edges. Columns grow to the east, rows to the north. A negative
+    /// result lies outside the grid.
+    /// @{
+
+    /// Web Mercator grid: n x n tiles, n = 2^level, from the sphere's south-west corner. At and
+    /// beyond the poles the row is -1.
+    /// @param longitude, latitude  radians, WGS 84
+    /// @param deviationType        KxDatum of the grid
+    static void GetWMColRow(double& column,
+                            double& row,
+                            double longitude,
+                            double latitude,
+                            int level,
+                            int deviationType);
+    /// Baidu grid: tiles of 256 pixels from the Baidu plane's origin, one plane unit a pixel at
+    /// level 18. Where the plane is not defined both results are -1.
+    /// @param longitude, latitude  radians, WGS 84
+    /// @param deviationType        KxDatum of the grid
+    static void GetBaiDuMapColRow(double& column,
+                                  double& row,
+                                  double longitude,
+                                  double latitude,
+                                  int level,
+                                  int deviationType);
+    /// The grid of a tile source: Web Mercator for the schemes 3, 6 and 10, Baidu's for 4 and 13,
+    /// for all others the geographic square from -180 to 180 degrees on both axes, without
+    /// deviation.
+    /// @param scheme         KxTSDParamItem::m_nTileScheme
+    /// @param x, y           Web Mercator metres
+    /// @param deviationType  KxTSDParamItem::m_nDatum
+    static void GetColRow(
+        double& column, double& row, int scheme, double x, double y, int level, int deviationType);
+
+    /// The geographic square's place of a point of another coordinate system. A transform that
+    /// does not convert gives the place of longitude 0, latitude 0; null gives -1 for both.
+    /// @param x, y  in the transform's source system
+    static void GetLLColRow2(
+        double& column, double& row, KxCoordSysTrans* transform, double x, double y, int level);
 
     /// @}
     /// @name Single tiles of the source's own grid
@@ -91,6 +134,77 @@ public:
     /// @}
     /// @name Encoded tiles
     /// @{
+    /// One tile of the standard Web Mercator tiling, made from whatever the source delivers: column
+    /// x, row y counted from the north, level z, `tileSize` pixels a side.
+    ///
+    /// All answer 1 when the call completed: `out` then holds the encoded tile, owned by the
+    /// caller, is null where there is nothing to draw, or has no bytes where a direct download
+    /// brought none. 0 is failure, with `out` null; a null source answers 0 and leaves `out` as it
+    /// is. Levels outside [0, 30] and tile sizes outside [1, 8192] have no tile to make.
+
+    /// The tile of a source, in the way that suits it: FetchWMTile4 where the service's own tiles
+    /// are the wanted ones (WGS 84; schemes 3, 6 and 10), FetchWMTile5 on a shifted datum (schemes
+    /// 3, 6, 10 and 11), both for the source's own tile size; else FetchWMTile3.
+    /// @param requestParam  total time-out of each request in milliseconds, 0 for the default
+    static unsigned char FetchWMTileByParam(KxRawData*& out,
+                                            KxTSDParamItem* source,
+                                            int x,
+                                            int y,
+                                            int z,
+                                            int tileSize,
+                                            int requestParam);
+    /// The same for a source by its definition file; see KxTSDParamManager::GetTSDParam.
+    static unsigned char FetchWMTile2(
+        KxRawData*& out, const KxString& key, int x, int y, int z, int tileSize, int requestParam);
+    /// The same for a source by its parameters; see KxTSDParamItem::LoadFromParam.
+    static unsigned char FetchWMTile(KxRawData*& out,
+                                     const KxString& urlTemplate,
+                                     const KxString& serverParts,
+                                     int x,
+                                     int y,
+                                     int z,
+                                     int scheme,
+                                     int datum,
+                                     int southToNorth,
+                                     int levelOffset,
+                                     int sourceTileSize,
+                                     int tileSize,
+                                     const KxString& imageFormat,
+                                     int requestParam);
+    /// History imagery of a day, re-gridded as by FetchWMTile3.
+    static unsigned char FetchGEHistoryTile(KxRawData*& out,
+                                            const KxString& urlTemplate,
+                                            const KxTime& date,
+                                            int x,
+                                            int y,
+                                            int z,
+                                            int tileSize,
+                                            int requestParam);
+
+    /// Samples the tile from the source's tiles, whatever their grid, datum and size. Where
+    /// `tileSize` exceeds the source's, it takes tiles of the level that fits better.
+    /// PNG where a source tile has an alpha channel and the source's format text is empty or ends
+    /// in "png", else JPEG. Places without a source tile stay black, or transparent.
+    /// Fails when one source tile fails, when the source's level would be beyond 30, and when it
+    /// would take more than 16900 source tiles or 1 GiB of their pixels.
+    static unsigned char FetchWMTile3(KxRawData*& out,
+                                      KxTSDParamItem* source,
+                                      int x,
+                                      int y,
+                                      int z,
+                                      int tileSize,
+                                      int requestParam);
+
+    /// Joins the tile from blocks of up to four tiles of a source on a shifted datum. Formats and
+    /// failures as FetchWMTile3.
+    /// @param tileSize  the source's own: the tile has that size
+    static unsigned char FetchWMTile5(KxRawData*& out,
+                                      KxTSDParamItem* source,
+                                      int x,
+                                      int y,
+                                      int z,
+                                      int tileSize,
+                                      int requestParam);
 
     /// Downloads the service's tile as it is, past both caches. The row is the service's own:
     /// it is not turned for services that count from the north.

@@ -2,6 +2,7 @@
 #include "Conventions.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace KxOrigin {
 
@@ -15,6 +16,13 @@ bool HasLevel(std::int64_t level)
 bool IsWithin(std::int64_t value, std::int64_t count)
 {
     return value >= 0 && value < count;
+}
+
+/// Whether any of a column or row of the Baidu grid lies within `half` metres of the origin.
+bool ReachesMap(std::int64_t index, double tileMetres, double half)
+{
+    const auto start = static_cast<double>(index) * tileMetres;
+    return start < half && start + tileMetres > -half;
 }
 
 } // namespace
@@ -49,6 +57,28 @@ std::optional<PixelWindow> WindowFromPole(const TileNumbers& numbers)
     return PixelWindow{static_cast<int>(numbers.level),
                        numbers.column * kTileEdge,
                        poleRow + numbers.row * kTileEdge};
+}
+
+std::optional<PixelWindow> WindowOfDoubleEdge(const TileNumbers& numbers)
+{
+    auto window = WindowFromNorth(numbers);
+    if (!window || window->level == kMaxLevel)
+        return std::nullopt;
+    return PixelWindow{window->level + 1, window->left * 2, window->top * 2, kTileEdge * 2};
+}
+
+std::optional<PixelWindow> WindowFromOrigin(const TileNumbers& numbers)
+{
+    if (!HasLevel(numbers.level))
+        return std::nullopt;
+    const int level = static_cast<int>(numbers.level);
+    const double tileMetres = BaiduGrid::kSideMetres / std::exp2(level);
+    if (!ReachesMap(numbers.column, tileMetres, BaiduGrid::kHalfWidth) ||
+        !ReachesMap(numbers.row, tileMetres, BaiduGrid::kHalfHeight))
+        return std::nullopt;
+    const std::int64_t origin = SidePixels(level) / 2;
+    return PixelWindow{
+        level, origin + numbers.column * kTileEdge, origin - (numbers.row + 1) * kTileEdge};
 }
 
 std::optional<PixelWindow> WindowWithLevelOffset(const TileNumbers& numbers, std::int64_t offset)

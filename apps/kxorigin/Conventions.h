@@ -34,6 +34,15 @@ std::optional<PixelWindow> WindowFromSouth(const TileNumbers& numbers);
 /// of level 1 lies across the middle of two of the grid's.
 std::optional<PixelWindow> WindowFromPole(const TileNumbers& numbers);
 
+/// Tiles of twice the edge: level z has 2^z columns and rows of them, counted from the north, and
+/// the pixels of level z + 1.
+std::optional<PixelWindow> WindowOfDoubleEdge(const TileNumbers& numbers);
+
+/// Tiles of the Baidu grid: columns count east and rows north from the plane's origin, where tile
+/// 0, 0 has its south-west corner; both are negative on the other sides.
+/// @return nothing as well for tiles that hold nothing of the map
+std::optional<PixelWindow> WindowFromOrigin(const TileNumbers& numbers);
+
 /// The level in the address is the tile's level + `offset`.
 std::optional<PixelWindow> WindowWithLevelOffset(const TileNumbers& numbers, std::int64_t offset);
 

@@ -2,10 +2,12 @@
 #include "Graticule.h"
 
 #include "Font.h"
+#include "WindowMap.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -38,162 +40,174 @@ int WidestLabel(const Spacing& spacing)
     return characters * kGlyphAdvance;
 }
 
-double CellPixels(const Spacing& spacing, int level)
+/// A crossing that has a label, pixels counted from the window's corner.
+struct Crossing
 {
-    return static_cast<double>(SidePixels(level)) / 360 * spacing.Degrees();
-}
-
-/// One line across or down the picture.
-struct Line
-{
-    std::int64_t index;
-    std::int64_t pixel; ///< counted from the grid's edge
-    std::string label;
+    std::int64_t meridian;
+    std::int64_t parallel;
+    std::int64_t x;
+    std::int64_t y;
 };
-
-std::int64_t ToPixel(double position, std::int64_t side)
-{
-    return static_cast<std::int64_t>(std::floor(position * static_cast<double>(side)));
-}
-
-/// Lines that matter to a stretch of `kTileEdge` pixels: those in it, those whose labels reach into
-/// it, and one before it, whose cell begins the stretch.
-/// @param pixelOf  pixel of the line with an index; grows as the index moves by `step`
-template <typename PixelOf>
-std::vector<Line>
-CollectLines(std::int64_t firstIndex, int step, std::int64_t end, const PixelOf& pixelOf)
-{
-    std::vector<Line> lines;
-    for (std::int64_t index = firstIndex;; index += step) {
-        const std::int64_t pixel = pixelOf(index);
-        if (pixel >= end)
-            return lines;
-        lines.push_back({index, pixel, {}});
-    }
-}
 
 /// What one tile needs to know of the graticule.
 class Plan
 {
 public:
     Plan(const Grid& grid, const PixelWindow& window)
-        : m_grid(grid), m_window(window), m_side(SidePixels(window.level)),
-          m_spacing(SpacingAt(window.level)), m_meridians(Meridians()), m_parallels(Parallels())
+        : m_window(window), m_map(grid, window),
+          m_pixelsPerDegree(grid.PixelsPerDegree(window.level)),
+          m_spacing(SpacingAt(m_pixelsPerDegree)),
+          m_labelStep(LabelStep(m_spacing, m_pixelsPerDegree))
     {
     }
 
-    void DrawGround(Pixels& tile) const
+    Pixels Draw() const
     {
-        const std::vector<bool> columns = Parities(m_meridians, m_window.left);
-        const std::vector<bool> rows = Parities(m_parallels, m_window.top);
-        for (int row = 0; row < kTileEdge; ++row) {
-            const bool beyondPoles = IsBeyondPoles(row);
-            for (int column = 0; column < kTileEdge; ++column) {
-                const bool odd = columns[static_cast<std::size_t>(column)] !=
-                                 rows[static_cast<std::size_t>(row)];
-                tile.At(column, row) = beyondPoles ? Graticule::kBeyondPoles
-                                       : odd       ? Graticule::kOddGround
-                                                   : Graticule::kEvenGround;
+        Pixels tile(m_window.edge, m_window.edge);
+        DrawCells(tile);
+        DrawLabels(tile);
+        return tile;
+    }
+
+private:
+    using Indices = std::vector<std::int64_t>;
+
+    /// Where a pixel lies between lines. Indices grow to the east and to the north.
+    struct Cell
+    {
+        std::int64_t west;  ///< first meridian on or east of the pixel's west edge
+        std::int64_t east;  ///< first meridian on or east of its east edge
+        std::int64_t north; ///< first parallel on or south of its north edge
+        std::int64_t south; ///< first parallel on or south of its south edge
+        bool isOnMap;       ///< of the pixel's middle
+        bool startsOnMap;   ///< of its north edge: a pole's line is the map's last
+    };
+
+    static Colour GroundOf(const Cell& cell)
+    {
+        if (!cell.isOnMap)
+            return kBeyondMap;
+        const bool odd = ((cell.east ^ cell.south) & 1) != 0;
+        return odd ? Graticule::kOddGround : Graticule::kEvenGround;
+    }
+
+    /// Where the datum breaks, two neighbouring places are far apart, and what lies between them is
+    /// not in the picture: that is no line.
+    static std::optional<Colour> LineOf(const Cell& cell)
+    {
+        const bool onMeridian = cell.isOnMap && cell.east - cell.west == 1;
+        const bool onParallel = cell.startsOnMap && cell.north - cell.south == 1;
+        if (onMeridian && onParallel)
+            return Graticule::kCrossing;
+        if (onMeridian)
+            return Graticule::kMeridian;
+        if (onParallel)
+            return Graticule::kParallel;
+        return std::nullopt;
+    }
+
+    void DrawCells(Pixels& tile) const
+    {
+        Indices north;
+        Indices south = ParallelsAt(0);
+        for (int row = 0; row < m_window.edge; ++row) {
+            north.swap(south);
+            south = ParallelsAt(row + 1);
+            const Indices meridians = MeridiansAt(row + 0.5);
+            const bool isOnMap = m_map.HoldsRow(row + 0.5);
+            const bool startsOnMap = m_map.HoldsRow(row);
+            for (int column = 0; column < m_window.edge; ++column) {
+                const auto i = static_cast<std::size_t>(column);
+                const Cell cell{meridians[i],
+                                meridians[i + 1],
+                                north[i],
+                                south[i],
+                                isOnMap && m_map.HoldsColumn(column),
+                                startsOnMap && m_map.HoldsColumn(column)};
+                tile.At(column, row) = LineOf(cell).value_or(GroundOf(cell));
             }
         }
+    }
+
+    Indices MeridiansAt(double y) const
+    {
+        std::vector<double> longitudes(static_cast<std::size_t>(m_window.edge) + 1);
+        m_map.LongitudesAtEdges(y, longitudes);
+        return ToIndices(longitudes, [](double lines) { return std::ceil(lines); });
+    }
+
+    Indices ParallelsAt(double y) const
+    {
+        std::vector<double> latitudes(static_cast<std::size_t>(m_window.edge));
+        m_map.LatitudesAtMiddles(y, latitudes);
+        return ToIndices(latitudes, [](double lines) { return std::floor(lines); });
+    }
+
+    template <typename Round>
+    Indices ToIndices(const std::vector<double>& degrees, Round round) const
+    {
+        Indices indices;
+        indices.reserve(degrees.size());
+        for (const double value : degrees)
+            indices.push_back(static_cast<std::int64_t>(round(m_spacing.Lines(value))));
+        return indices;
     }
 
     void DrawLabels(Pixels& tile) const
     {
-        for (const Line& meridian : m_meridians) {
-            for (const Line& parallel : m_parallels) {
-                if (IsOnPlane(meridian) && IsOnPlane(parallel))
-                    DrawLabel(tile, meridian, parallel);
-            }
+        for (const Crossing& crossing : LabelledCrossings())
+            DrawLabel(tile, crossing);
+    }
+
+    /// Those whose labels may reach into the window.
+    std::vector<Crossing> LabelledCrossings() const
+    {
+        const Place northWest = m_map.ExactPlace(-LongestLabel(), -2.0 * kTextRow);
+        const Place southEast = m_map.ExactPlace(m_window.edge, m_window.edge);
+        std::vector<Crossing> crossings;
+        for (std::int64_t i = LabelIndex(northWest.longitude);
+             i <= LabelIndex(southEast.longitude) + 1;
+             ++i) {
+            for (std::int64_t j = LabelIndex(southEast.latitude);
+                 j <= LabelIndex(northWest.latitude) + 1;
+                 ++j)
+                Collect(i * m_labelStep, j * m_labelStep, crossings);
         }
+        return crossings;
     }
 
-    void DrawLines(Pixels& tile) const
+    void
+    Collect(std::int64_t meridian, std::int64_t parallel, std::vector<Crossing>& crossings) const
     {
-        for (const Line& meridian : m_meridians)
-            DrawMeridian(tile, meridian.pixel - m_window.left);
-        for (const Line& parallel : m_parallels)
-            DrawParallel(tile, parallel.pixel - m_window.top);
+        const Place ground{m_spacing.LineDegrees(meridian), m_spacing.LineDegrees(parallel)};
+        std::int64_t column = 0;
+        std::int64_t row = 0;
+        if (m_map.FindPixel(ground, column, row))
+            crossings.push_back({meridian, parallel, column - m_window.left, row - m_window.top});
     }
 
-private:
-    std::vector<Line> Meridians() const
+    /// The last labelled line on or before some degrees, in steps of labelled lines.
+    std::int64_t LabelIndex(double degrees) const
     {
-        const std::int64_t reach = m_window.left - 2L * WidestLabel(m_spacing);
-        const double west = m_grid.Longitude(Position(reach));
-        const auto first = static_cast<std::int64_t>(std::floor(west / m_spacing.Degrees())) - 1;
-        auto lines = CollectLines(first, 1, m_window.left + kTileEdge, [&](std::int64_t index) {
-            return ToPixel(m_grid.Across(m_spacing.LineDegrees(index)), m_side);
-        });
-        for (Line& line : lines)
-            line.label = LineLabel(m_spacing, line.index, 'E', 'W');
-        return lines;
+        return static_cast<std::int64_t>(std::floor(m_spacing.Lines(degrees) / m_labelStep));
     }
 
-    std::vector<Line> Parallels() const
-    {
-        const double north = m_grid.Latitude(Position(m_window.top - 2L * kTextRow));
-        const auto last = static_cast<std::int64_t>(std::lround(90 / m_spacing.Degrees()));
-        const auto above = static_cast<std::int64_t>(std::ceil(north / m_spacing.Degrees())) + 1;
-        auto lines = CollectLines(
-            std::min(above, last), -1, m_window.top + kTileEdge, [&](std::int64_t index) {
-                // Past the south pole there is nothing more to collect.
-                return index < -last ? m_side
-                                     : ToPixel(m_grid.Down(m_spacing.LineDegrees(index)), m_side);
-            });
-        for (Line& line : lines)
-            line.label = LineLabel(m_spacing, line.index, 'N', 'S');
-        return lines;
-    }
+    /// Pixels across that a label takes with both its parts on one line.
+    int LongestLabel() const { return 2 * WidestLabel(m_spacing) + kGlyphAdvance + kLabelGap; }
 
-    double Position(std::int64_t pixel) const
+    /// Both parts on one line where there is room, else one above the other.
+    void DrawLabel(Pixels& tile, const Crossing& crossing) const
     {
-        return static_cast<double>(pixel) / static_cast<double>(m_side);
-    }
-
-    bool IsOnPlane(const Line& line) const { return line.pixel >= 0 && line.pixel < m_side; }
-
-    bool IsBeyondPoles(int row) const
-    {
-        const double middle = static_cast<double>(m_window.top + row) + 0.5;
-        return std::abs(m_grid.Latitude(middle / static_cast<double>(m_side))) > 90;
-    }
-
-    /// Whether each pixel of the stretch lies in a cell of odd index.
-    static std::vector<bool> Parities(const std::vector<Line>& lines, std::int64_t start)
-    {
-        std::vector<bool> parities(kTileEdge);
-        for (const Line& line : lines) {
-            const std::int64_t from = std::max<std::int64_t>(line.pixel - start, 0);
-            std::fill(parities.begin() + from, parities.end(), line.index % 2 != 0);
-        }
-        return parities;
-    }
-
-    static void DrawMeridian(Pixels& tile, std::int64_t column)
-    {
-        for (int row = 0; column >= 0 && row < kTileEdge; ++row)
-            tile.At(static_cast<int>(column), row) = Graticule::kLine;
-    }
-
-    static void DrawParallel(Pixels& tile, std::int64_t row)
-    {
-        for (int column = 0; row >= 0 && column < kTileEdge; ++column)
-            tile.At(column, static_cast<int>(row)) = Graticule::kLine;
-    }
-
-    /// Both parts on one line where the cell is wide enough, else one above the other.
-    void DrawLabel(Pixels& tile, const Line& meridian, const Line& parallel) const
-    {
-        const std::int64_t x = meridian.pixel - m_window.left + kLabelGap;
-        const std::int64_t y = parallel.pixel - m_window.top + kLabelGap;
-        const int bothWide = 2 * WidestLabel(m_spacing) + kGlyphAdvance + kLabelGap;
-        if (CellPixels(m_spacing, m_window.level) >= bothWide) {
-            DrawText(tile, x, y, meridian.label + " " + parallel.label);
+        const std::int64_t x = crossing.x + kLabelGap;
+        const std::int64_t y = crossing.y + kLabelGap;
+        const std::string longitude = LineLabel(m_spacing, crossing.meridian, 'E', 'W');
+        const std::string latitude = LineLabel(m_spacing, crossing.parallel, 'N', 'S');
+        if (m_pixelsPerDegree * m_spacing.Degrees() * m_labelStep >= LongestLabel()) {
+            DrawText(tile, x, y, longitude + " " + latitude);
             return;
         }
-        DrawText(tile, x, y, meridian.label);
-        DrawText(tile, x, y + kTextRow, parallel.label);
+        DrawText(tile, x, y, longitude);
+        DrawText(tile, x, y + kTextRow, latitude);
     }
 
     static void DrawText(Pixels& tile, std::int64_t x, std::int64_t y, std::string_view text)
@@ -214,18 +228,21 @@ private:
         }
     }
 
+    /// Labels go below the lines.
     static void DrawDot(Pixels& tile, std::int64_t x, std::int64_t y)
     {
-        if (x >= 0 && x < kTileEdge && y >= 0 && y < kTileEdge)
-            tile.At(static_cast<int>(x), static_cast<int>(y)) = Graticule::kInk;
+        if (x < 0 || x >= tile.width || y < 0 || y >= tile.height)
+            return;
+        Colour& pixel = tile.At(static_cast<int>(x), static_cast<int>(y));
+        if (pixel == Graticule::kEvenGround || pixel == Graticule::kOddGround)
+            pixel = Graticule::kInk;
     }
 
-    const Grid& m_grid;
     PixelWindow m_window;
-    std::int64_t m_side;
+    WindowMap m_map;
+    double m_pixelsPerDegree;
     Spacing m_spacing;
-    std::vector<Line> m_meridians;
-    std::vector<Line> m_parallels;
+    int m_labelStep;
 };
 
 } // namespace
@@ -242,16 +259,31 @@ double Spacing::LineDegrees(std::int64_t index) const
            static_cast<double>(kPowersOfTen[static_cast<std::size_t>(decimals)]);
 }
 
-Spacing SpacingAt(int level)
+double Spacing::Lines(double degrees) const
+{
+    return degrees * static_cast<double>(kPowersOfTen[static_cast<std::size_t>(decimals)]) /
+           numerator;
+}
+
+Spacing SpacingAt(double pixelsPerDegree)
 {
     Spacing finest = kSpacings.front();
     for (const Spacing& spacing : kSpacings) {
-        const int needed = std::max(WidestLabel(spacing), 2 * kTextRow) + kLabelGap;
-        if (CellPixels(spacing, level) < needed)
+        if (spacing.Degrees() * pixelsPerDegree < kSmallestCell)
             break;
         finest = spacing;
     }
     return finest;
+}
+
+int LabelStep(const Spacing& spacing, double pixelsPerDegree)
+{
+    const int needed = std::max(WidestLabel(spacing), 2 * kTextRow) + kLabelGap;
+    int step = 1;
+    while (step * spacing.Degrees() * pixelsPerDegree < needed)
+        ++step;
+    // The numbers on labels stay round.
+    return step <= 2 ? step : 5;
 }
 
 std::string LineLabel(const Spacing& spacing, std::int64_t index, char positive, char negative)
@@ -271,12 +303,7 @@ std::string LineLabel(const Spacing& spacing, std::int64_t index, char positive,
 
 Pixels Graticule::Draw(const Grid& grid, const PixelWindow& window) const
 {
-    const Plan plan(grid, window);
-    Pixels tile(kTileEdge, kTileEdge);
-    plan.DrawGround(tile);
-    plan.DrawLabels(tile);
-    plan.DrawLines(tile);
-    return tile;
+    return Plan(grid, window).Draw();
 }
 
 } // namespace KxOrigin

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "Marble.h"
 
+#include "WindowMap.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -11,73 +13,39 @@ namespace KxOrigin {
 
 namespace {
 
-/// The source pixels that make one tile column or row, and how much each counts.
-struct Footprint
+/// A stretch of the source's columns or rows, in pixels; not shorter than one.
+struct Stretch
 {
-    std::int64_t first = 0; ///< may lie outside the source
-    std::vector<float> weights;
-};
+    double from;
+    double to;
 
-/// @param from, to  the extent in source pixels, from <= to
-Footprint MakeFootprint(double from, double to)
-{
-    if (to - from < 1) {
-        const double centre = (from + to) / 2;
-        from = centre - 0.5;
-        to = centre + 0.5;
+    /// @param start, end  widened to one pixel about their centre where they are nearer
+    static Stretch Of(double start, double end)
+    {
+        if (end - start >= 1)
+            return {start, end};
+        const double centre = (start + end) / 2;
+        return {centre - 0.5, centre + 0.5};
     }
-    Footprint footprint;
-    footprint.first = static_cast<std::int64_t>(std::floor(from));
-    const auto last = static_cast<std::int64_t>(std::ceil(to));
-    for (std::int64_t pixel = footprint.first; pixel < last; ++pixel) {
+
+    std::int64_t First() const { return static_cast<std::int64_t>(std::floor(from)); }
+    std::int64_t Last() const { return static_cast<std::int64_t>(std::ceil(to)); }
+    /// How much of the stretch a source pixel is.
+    float Weight(std::int64_t pixel) const
+    {
         const auto start = static_cast<double>(pixel);
         const double share = std::min(start + 1, to) - std::max(start, from);
-        footprint.weights.push_back(static_cast<float>(share / (to - from)));
+        return static_cast<float>(share / (to - from));
     }
-    return footprint;
-}
-
-using Footprints = std::vector<Footprint>;
-
-Footprints ColumnFootprints(const Grid& grid, const PixelWindow& window, int sourceWidth)
-{
-    const auto side = static_cast<double>(SidePixels(window.level));
-    const auto edge = [&](int column) {
-        const double longitude = grid.Longitude(static_cast<double>(window.left + column) / side);
-        return (longitude + 180) / 360 * sourceWidth;
-    };
-    Footprints footprints;
-    for (int column = 0; column < kTileEdge; ++column)
-        footprints.push_back(MakeFootprint(edge(column), edge(column + 1)));
-    return footprints;
-}
-
-Footprints RowFootprints(const Grid& grid, const PixelWindow& window, int sourceHeight)
-{
-    const auto side = static_cast<double>(SidePixels(window.level));
-    const auto edge = [&](int row) {
-        const double latitude = grid.Latitude(static_cast<double>(window.top + row) / side);
-        return (90 - std::clamp(latitude, -90.0, 90.0)) / 180 * sourceHeight;
-    };
-    Footprints footprints;
-    for (int row = 0; row < kTileEdge; ++row)
-        footprints.push_back(MakeFootprint(edge(row), edge(row + 1)));
-    return footprints;
-}
+};
 
 using Sum = std::array<float, 3>;
 
-void Accumulate(Sum& sum, const Sum& value, float weight)
+void Accumulate(Sum& sum, const Colour& colour, float weight)
 {
-    for (std::size_t channel = 0; channel < sum.size(); ++channel)
-        sum[channel] += value[channel] * weight;
-}
-
-Sum ToSum(const Colour& colour)
-{
-    return {static_cast<float>(colour.red),
-            static_cast<float>(colour.green),
-            static_cast<float>(colour.blue)};
+    sum[0] += static_cast<float>(colour.red) * weight;
+    sum[1] += static_cast<float>(colour.green) * weight;
+    sum[2] += static_cast<float>(colour.blue) * weight;
 }
 
 Colour ToColour(const Sum& sum)
@@ -86,12 +54,6 @@ Colour ToColour(const Sum& sum)
         return static_cast<std::uint8_t>(std::lround(std::clamp(value, 0.0F, 255.0F)));
     };
     return {channel(sum[0]), channel(sum[1]), channel(sum[2])};
-}
-
-std::int64_t PastLastColumn(const Footprints& columns)
-{
-    const Footprint& last = columns.back();
-    return last.first + static_cast<std::int64_t>(last.weights.size());
 }
 
 /// Longitudes go round the world.
@@ -107,30 +69,41 @@ int ClampRow(std::int64_t row, int height)
     return static_cast<int>(std::clamp<std::int64_t>(row, 0, height - 1));
 }
 
-/// The mean over `rows` of every source column that the tile touches, from `firstColumn` on.
-void MixRows(const Pixels& source,
-             const Footprint& rows,
-             std::int64_t firstColumn,
-             std::vector<Sum>& mixed)
-{
-    std::fill(mixed.begin(), mixed.end(), Sum{});
-    for (std::size_t i = 0; i < rows.weights.size(); ++i) {
-        const int row = ClampRow(rows.first + static_cast<std::int64_t>(i), source.height);
-        int column = Wrap(firstColumn, source.width);
-        for (Sum& sum : mixed) {
-            Accumulate(sum, ToSum(source.At(column, row)), rows.weights[i]);
-            column = column + 1 == source.width ? 0 : column + 1;
-        }
-    }
-}
-
-Colour MixColumns(const std::vector<Sum>& mixed, const Footprint& columns, std::int64_t firstColumn)
+Colour Mean(const Pixels& source, const Stretch& columns, const Stretch& rows)
 {
     Sum sum{};
-    auto position = static_cast<std::size_t>(columns.first - firstColumn);
-    for (const float weight : columns.weights)
-        Accumulate(sum, mixed[position++], weight);
+    for (std::int64_t row = rows.First(); row < rows.Last(); ++row) {
+        const float share = rows.Weight(row);
+        const Colour* line = &source.At(0, ClampRow(row, source.height));
+        int at = Wrap(columns.First(), source.width);
+        for (std::int64_t column = columns.First(); column < columns.Last(); ++column) {
+            Accumulate(sum, line[at], share * columns.Weight(column));
+            at = at + 1 == source.width ? 0 : at + 1;
+        }
+    }
     return ToColour(sum);
+}
+
+using Degrees = std::vector<double>;
+
+/// One row of a tile.
+struct RowEdges
+{
+    Degrees longitudes; ///< of the pixels' west and east edges
+    Degrees north;      ///< latitudes of their north edges
+    Degrees south;      ///< latitudes of their south edges
+};
+
+Colour DrawPixel(const Pixels& source, const RowEdges& edges, std::size_t column)
+{
+    const auto columnOf = [&](double longitude) { return (longitude + 180) / 360 * source.width; };
+    const auto rowOf = [&](double latitude) {
+        return (90 - std::clamp(latitude, -90.0, 90.0)) / 180 * source.height;
+    };
+    return Mean(
+        source,
+        Stretch::Of(columnOf(edges.longitudes[column]), columnOf(edges.longitudes[column + 1])),
+        Stretch::Of(rowOf(edges.north[column]), rowOf(edges.south[column])));
 }
 
 } // namespace
@@ -139,17 +112,22 @@ Marble::Marble(Pixels source) : m_source(std::move(source)) {}
 
 Pixels Marble::Draw(const Grid& grid, const PixelWindow& window) const
 {
-    const Footprints columns = ColumnFootprints(grid, window, m_source.width);
-    const Footprints rows = RowFootprints(grid, window, m_source.height);
-    const std::int64_t firstColumn = columns.front().first;
-    std::vector<Sum> mixed(static_cast<std::size_t>(PastLastColumn(columns) - firstColumn));
+    const WindowMap map(grid, window);
+    const auto edge = static_cast<std::size_t>(window.edge);
+    RowEdges edges{Degrees(edge + 1), Degrees(edge), Degrees(edge)};
+    map.LatitudesAtMiddles(0, edges.south);
 
-    Pixels tile(kTileEdge, kTileEdge);
-    for (int row = 0; row < kTileEdge; ++row) {
-        MixRows(m_source, rows[static_cast<std::size_t>(row)], firstColumn, mixed);
-        for (int column = 0; column < kTileEdge; ++column)
+    Pixels tile(window.edge, window.edge);
+    for (int row = 0; row < window.edge; ++row) {
+        edges.north.swap(edges.south);
+        map.LatitudesAtMiddles(row + 1, edges.south);
+        map.LongitudesAtEdges(row + 0.5, edges.longitudes);
+        const bool isOnMap = map.HoldsRow(row + 0.5);
+        for (int column = 0; column < window.edge; ++column)
             tile.At(column, row) =
-                MixColumns(mixed, columns[static_cast<std::size_t>(column)], firstColumn);
+                isOnMap && map.HoldsColumn(column)
+                    ? DrawPixel(m_source, edges, static_cast<std::size_t>(column))
+                    : kBeyondMap;
     }
     return tile;
 }

@@ -67,4 +67,27 @@ std::optional<std::int64_t> ReadNumber(std::string_view text)
     return std::clamp(value, -TileNumbers::kFarOutside, TileNumbers::kFarOutside);
 }
 
+std::optional<std::int64_t> ReadMarkedNumber(std::string_view text)
+{
+    const bool isMarked = text.starts_with('M');
+    if (isMarked)
+        text.remove_prefix(1);
+    const auto magnitude = text.starts_with('-') ? std::nullopt : ReadNumber(text);
+    if (!magnitude)
+        return std::nullopt;
+    return isMarked ? -*magnitude : *magnitude;
+}
+
+std::string_view QueryValue(std::string_view query, std::string_view name)
+{
+    while (!query.empty()) {
+        const std::string_view part = query.substr(0, query.find('&'));
+        const std::size_t sign = part.find('=');
+        if (part.substr(0, sign) == name && sign != std::string_view::npos)
+            return part.substr(sign + 1);
+        query.remove_prefix(std::min(part.size() + 1, query.size()));
+    }
+    return {};
+}
+
 } // namespace KxOrigin

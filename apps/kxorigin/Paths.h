@@ -23,4 +23,11 @@ std::optional<std::vector<std::string>> SplitPath(std::string_view path);
 ///         +-TileNumbers::kFarOutside, which no grid holds
 std::optional<std::int64_t> ReadNumber(std::string_view text);
 
+/// As ReadNumber, but numbers below 0 are written with an M in place of the minus sign: "M5".
+std::optional<std::int64_t> ReadMarkedNumber(std::string_view text);
+
+/// The value of the first "name=value" of a query; empty when there is none.
+/// @param query  as it came; its percent sequences stay
+std::string_view QueryValue(std::string_view query, std::string_view name);
+
 } // namespace KxOrigin

@@ -2,6 +2,8 @@
 #include "Routes.h"
 
 #include "Conventions.h"
+#include "EarthRoutes.h"
+#include "Faults.h"
 #include "IndexPage.h"
 #include "Paths.h"
 
@@ -15,7 +17,6 @@ namespace KxOrigin {
 
 namespace {
 
-constexpr std::string_view kApiKey = "let-me-in";
 constexpr std::string_view kAgentStart = "KxTile";
 
 /// What is left of a path: the parts behind those that were already understood.
@@ -158,6 +159,49 @@ Answer TianDiTu(Parts parts, const Request&)
     return OrderByRule(parts, GridKind::Geographic, Dressing::Plain, WindowFromPole);
 }
 
+Answer XyzGcj02(Parts parts, const Request&)
+{
+    return OrderByRule(parts, GridKind::WebMercatorGcj02, Dressing::Plain, WindowFromNorth);
+}
+
+Answer XyzBd09(Parts parts, const Request&)
+{
+    return OrderByRule(parts, GridKind::WebMercatorBd09, Dressing::Plain, WindowFromNorth);
+}
+
+Answer Xyz512(Parts parts, const Request&)
+{
+    return OrderByRule(parts, GridKind::WebMercator, Dressing::Plain, WindowOfDoubleEdge);
+}
+
+Answer Geographic512(Parts parts, const Request&)
+{
+    return OrderByRule(parts, GridKind::Geographic, Dressing::Plain, WindowOfDoubleEdge);
+}
+
+/// The numbers stand in the query, x=M5&y=12&z=9 in any order, as with services of that kind.
+Answer Baidu(Parts parts, const Request& request)
+{
+    if (parts.size() != 1)
+        return Malformed("a Baidu address is /baidu/{picture}.{format}?x={x}&y={y}&z={z}");
+    const auto file = ReadFileName(parts[0]);
+    if (const auto* wrong = std::get_if<TextAnswer>(&file))
+        return *wrong;
+    const auto& name = std::get<FileName>(file);
+    const auto picture = ReadPicture(name.stem);
+    if (const auto* wrong = std::get_if<TextAnswer>(&picture))
+        return *wrong;
+    const auto level = ReadNumber(QueryValue(request.query, "z"));
+    const auto column = ReadMarkedNumber(QueryValue(request.query, "x"));
+    const auto row = ReadMarkedNumber(QueryValue(request.query, "y"));
+    if (!level || !column || !row)
+        return Malformed("the query needs x, y and z; numbers below 0 are written as M5, not -5");
+    return Order(std::get<PictureKind>(picture),
+                 GridKind::Baidu,
+                 WindowFromOrigin({*level, *column, *row}),
+                 name.format);
+}
+
 Answer QuadKey(Parts parts, const Request&)
 {
     if (parts.size() != 2)
@@ -279,18 +323,29 @@ Answer Html(Parts parts, const Request&)
     return OrderXyz(parts, Dressing::Html);
 }
 
+/// What a good address names has been cut off before: this one is not good.
+Answer MalformedFault(Parts, const Request&)
+{
+    return Malformed(std::string(kFaultUsage));
+}
+
 struct RouteEntry
 {
     std::string_view name;
     Answer (*handle)(Parts parts, const Request& request);
 };
 
-constexpr std::array<RouteEntry, 19> kRoutes{{
+constexpr std::array<RouteEntry, 28> kRoutes{{
     {"xyz", Xyz},
+    {"xyz-512", Xyz512},
+    {"xyz-gcj02", XyzGcj02},
+    {"xyz-bd09", XyzBd09},
+    {"baidu", Baidu},
     {"tms", Tms},
     {"quadkey", QuadKey},
     {"geographic", Geographic},
     {"geographic-tms", GeographicTms},
+    {"geographic-512", Geographic512},
     {"tianditu", TianDiTu},
     {"offset", Offset},
     {"axis", Axis},
@@ -301,10 +356,14 @@ constexpr std::array<RouteEntry, 19> kRoutes{{
     {"key", Key},
     {"agent", Agent},
     {"agent-is", AgentIs},
+    {"earth", RouteEarth},
+    {"earth-with", RouteEarthWith},
+    {"earth-broken", RouteEarthBroken},
     {"status", Status},
     {"truncated", Truncated},
     {"empty", Empty},
     {"html", Html},
+    {"fault", MalformedFault},
 }};
 
 Answer RoutePath(const std::vector<std::string>& segments, const Request& request)

@@ -1,14 +1,19 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "EarthOrders.h"
 #include "Encoding.h"
 #include "Grids.h"
 #include "Pictures.h"
 
 #include <string>
+#include <string_view>
 #include <variant>
 
 namespace KxOrigin {
+
+/// What the header X-Api-Key opens guarded routes with.
+constexpr std::string_view kApiKey = "let-me-in";
 
 /// What of an HTTP request decides its answer.
 struct Request
@@ -16,7 +21,9 @@ struct Request
     std::string method;
     std::string path; ///< as it came, percent sequences and all, without the query
     std::string userAgent;
-    std::string apiKey; ///< value of X-Api-Key
+    std::string apiKey;     ///< value of X-Api-Key
+    std::string query = {}; ///< as it came, behind the question mark
+    std::string host = {};  ///< value of Host
 };
 
 /// What is done to a tile's bytes before they leave.
@@ -39,7 +46,7 @@ struct TextAnswer
     std::string text;
 };
 
-using Answer = std::variant<TileOrder, TextAnswer>;
+using Answer = std::variant<TileOrder, TextAnswer, EarthOrder>;
 
 /// The one place where paths get their meaning; docs/kxorigin.md lists them. Any thread.
 /// 400 says what is wrong with an address, 404 that its tile does not exist.

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "Server.h"
 
+#include "FaultStage.h"
+#include "Faults.h"
+
 #include <arpa/inet.h>
 #include <microhttpd.h>
 #include <strings.h>
@@ -21,6 +24,8 @@ struct Server::State
     Service& service;
     RequestLog& log;
     std::atomic<std::uint64_t> connections{0};
+    Faults faults{};
+    FaultStage stage{};
 };
 
 namespace {
@@ -36,6 +41,7 @@ struct Exchange
     std::string uri;
     Clock::time_point start = Clock::now();
     bool headersSeen = false;
+    bool isPlayed = false; ///< a fault has answered it
 };
 
 // Every function below is called by C code, so nothing may be thrown out of it.
@@ -148,19 +154,33 @@ MHD_Result Send(MHD_Connection* connection, const Response& response)
     return MHD_queue_response(connection, static_cast<unsigned int>(response.status), made.get());
 }
 
+std::string QueryOf(const std::string& uri)
+{
+    const std::size_t mark = uri.find('?');
+    return mark == std::string::npos ? "" : uri.substr(mark + 1);
+}
+
 MHD_Result AnswerRequest(Server::State& state,
                          MHD_Connection* connection,
-                         const Exchange& exchange,
+                         Exchange& exchange,
                          const char* path,
                          const char* method)
 {
-    const Request request{method,
-                          path,
-                          HeaderOf(connection, MHD_HTTP_HEADER_USER_AGENT),
-                          HeaderOf(connection, "X-Api-Key")};
-    const Response response = state.service.Respond(request);
+    Request request{method,
+                    path,
+                    HeaderOf(connection, MHD_HTTP_HEADER_USER_AGENT),
+                    HeaderOf(connection, "X-Api-Key"),
+                    QueryOf(exchange.uri),
+                    HeaderOf(connection, MHD_HTTP_HEADER_HOST)};
+    const auto fault = state.faults.Meet(request, exchange.uri);
+    Response response = state.service.Respond(request);
+    exchange.isPlayed = fault && response.status == MHD_HTTP_OK;
+    if (exchange.isPlayed)
+        response.status = fault->Status();
     // Logged before it is sent: whoever has the answer finds its line in the log.
     Log(state.log, connection, exchange, request, response);
+    if (exchange.isPlayed)
+        return state.stage.Play(connection, *fault, response) ? MHD_YES : MHD_NO;
     return Send(connection, response);
 }
 
@@ -174,7 +194,7 @@ MHD_Result Handle(void* state,
                   void** context) noexcept
 try {
     auto* exchange = static_cast<Exchange*>(*context);
-    if (exchange == nullptr)
+    if (exchange == nullptr || exchange->isPlayed)
         return MHD_NO;
     // An answer in the first call would cost the connection, an upload is read and thrown away.
     if (!exchange->headersSeen || *uploadSize != 0) {
@@ -203,7 +223,7 @@ Server::Server(Service& service, RequestLog& log, const std::string& address, st
     : m_state(new State{service, log}), m_daemon(nullptr)
 {
     const sockaddr_in socketAddress = ToSocketAddress(address, port);
-    m_daemon = MHD_start_daemon(MHD_USE_AUTO_INTERNAL_THREAD,
+    m_daemon = MHD_start_daemon(MHD_USE_AUTO_INTERNAL_THREAD | MHD_ALLOW_SUSPEND_RESUME,
                                 port,
                                 nullptr,
                                 nullptr,
@@ -235,6 +255,7 @@ Server::Server(Service& service, RequestLog& log, const std::string& address, st
 
 Server::~Server()
 {
+    m_state->stage.Stop();
     MHD_stop_daemon(m_daemon);
 }
 

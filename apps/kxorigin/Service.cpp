@@ -34,6 +34,11 @@ Response GZipResponse(Bytes stream)
     return {200, "application/gzip", Share(std::move(stream))};
 }
 
+Response ErrorPage()
+{
+    return {200, "text/html; charset=utf-8", ShareText(kErrorPage)};
+}
+
 Response Dress(std::shared_ptr<const Bytes> image, const std::string& type, Dressing dressing)
 {
     const auto half = static_cast<std::ptrdiff_t>(image->size() / 2);
@@ -49,7 +54,7 @@ Response Dress(std::shared_ptr<const Bytes> image, const std::string& type, Dres
     case Dressing::Empty:
         return {200, type, Share({})};
     case Dressing::Html:
-        return {200, "text/html; charset=utf-8", ShareText(kErrorPage)};
+        return ErrorPage();
     case Dressing::Plain:
         break;
     }
@@ -58,14 +63,15 @@ Response Dress(std::shared_ptr<const Bytes> image, const std::string& type, Dres
 
 } // namespace
 
-Service::Service(Pixels world) : m_marble(std::move(world)), m_cache(kCacheBudget) {}
+Service::Service(Pixels world)
+    : m_marble(std::move(world)), m_earth(m_marble, m_graticule), m_cache(kCacheBudget)
+{
+}
 
 Response Service::Respond(const Request& request) noexcept
 try {
     const Answer answer = Route(request);
-    if (const auto* order = std::get_if<TileOrder>(&answer))
-        return Deliver(*order);
-    return TextResponse(std::get<TextAnswer>(answer));
+    return std::visit([this](const auto& wanted) { return Deliver(wanted); }, answer);
 } catch (const std::exception& error) {
     return TextResponse({500, std::string(error.what()) + "\n"});
 }
@@ -73,6 +79,21 @@ try {
 Response Service::Deliver(const TileOrder& order)
 {
     return Dress(EncodedTile(order), ContentTypeOf(order.format), order.dressing);
+}
+
+Response Service::Deliver(const EarthOrder& order)
+{
+    if (order.Fault() == EarthFault::Html)
+        return ErrorPage();
+    auto body = m_earth.Answer(order);
+    if (!body && !order.options.answersEmpty)
+        return TextResponse({404, "there is no such packet\n"});
+    return {200, "application/octet-stream", Share(body ? std::move(*body) : Bytes())};
+}
+
+Response Service::Deliver(const TextAnswer& answer)
+{
+    return TextResponse(answer);
 }
 
 std::shared_ptr<const Bytes> Service::EncodedTile(const TileOrder& order)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "EarthServer.h"
 #include "Graticule.h"
 #include "Marble.h"
 #include "Routes.h"
@@ -30,11 +31,14 @@ public:
 
 private:
     Response Deliver(const TileOrder& order);
+    Response Deliver(const EarthOrder& order);
+    Response Deliver(const TextAnswer& answer);
     std::shared_ptr<const Bytes> EncodedTile(const TileOrder& order);
     const Picture& PictureOf(PictureKind kind) const;
 
     Marble m_marble;
     Graticule m_graticule;
+    EarthServer m_earth;
     TileCache m_cache;
 };
 

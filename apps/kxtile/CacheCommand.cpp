@@ -64,7 +64,7 @@ std::vector<KxRawDataSubTreeInfo> SubTreesToClear(const ClearArguments& argument
 {
     std::vector<KxRawDataSubTreeInfo> subTrees;
     const KxC::KxString only =
-        arguments.m_all ? KxC::KxString() : arguments.m_source.Load()->m_strHashKey;
+        arguments.m_all ? KxC::KxString() : arguments.m_source.Load(SourceUse::Describe)->m_strHashKey;
     for (const KxRawDataSubTreeInfo& info : KxC::m_gRawDataTypeCacheManager.ListSubTrees(kTiles)) {
         const bool keepsSomething = info.m_nTiles > 0 || info.m_nNoData > 0 || !info.m_bReadable;
         if (keepsSomething && (arguments.m_all || info.m_strName == only))

@@ -49,7 +49,10 @@ public:
 void AddTileCommand(CLI::App& app, const GlobalOptions& options);
 void AddSheetCommand(CLI::App& app, const GlobalOptions& options);
 void AddUrlCommand(CLI::App& app, const GlobalOptions& options);
+void AddLocateCommand(CLI::App& app, const GlobalOptions& options);
+void AddAlignCommand(CLI::App& app, const GlobalOptions& options);
 void AddQuadKeyCommand(CLI::App& app, const GlobalOptions& options);
+void AddHistoryCommand(CLI::App& app, const GlobalOptions& options);
 void AddSourceCommand(CLI::App& app, const GlobalOptions& options);
 void AddCacheCommand(CLI::App& app, const GlobalOptions& options);
 
@@ -59,6 +62,10 @@ int RunCommandLine(int argc, const char* const* argv);
 
 /// Says on standard error what failed and how to mend it; with --json on standard output too.
 void ReportError(const GlobalOptions& options, const std::string& what, const std::string& hint);
+
+/// A text as it may be shown. Messages quote what users and servers wrote: control characters must
+/// not reach a terminal.
+std::string Printable(std::string text);
 
 /// Prints an object on standard output, one line.
 void PrintJson(const nlohmann::ordered_json& object);

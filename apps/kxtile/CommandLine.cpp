@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "Command.h"
 #include "KxFile.h"
+#include "KxGeFetcher.h"
 #include "KxTileFetcher.h"
 
 #include <CLI/CLI.hpp>
@@ -22,7 +23,8 @@ constexpr char kExamples[] = R"(Examples:
   kxtile quadkey 3/5/3
 Addresses are COLUMN/ROW/LEVEL, row 0 in the north.
 Exit codes: 0 done, 1 failed, 2 wrong usage, 3 the server has no tile there.
-Environment: KXTILE_CACHE_DIR, XDG_CACHE_HOME, http_proxy, https_proxy, no_proxy.)";
+Environment: KXTILE_CACHE_DIR, XDG_CACHE_HOME, KXTILE_EARTH_URL, KXTILE_SOURCES_PATH (folders of
+ready definitions), KXTILE_CA_FILE, KXTILE_PLUGIN_PATH, http_proxy, https_proxy, no_proxy.)";
 
 /// CLI11's own range lets "nan" pass.
 CLI::Validator SecondsRange()
@@ -47,13 +49,13 @@ void AddGlobalOptions(CLI::App& app, GlobalOptions& options)
     app.set_version_flag("--version", "kxtile " KXTILE_VERSION);
 }
 
-/// Messages quote what users and servers wrote: control characters must not reach a terminal.
-std::string Printable(std::string text)
+/// CLI11 misses a command before it looks at what stands in its place.
+std::string WhatIsWrong(const CLI::App& app, const CLI::ParseError& error)
 {
-    for (char& character : text)
-        if (static_cast<unsigned char>(character) < 0x20 && character != '\n')
-            character = '?';
-    return text;
+    const std::vector<std::string> unknown = app.remaining(true);
+    if (dynamic_cast<const CLI::RequiredError*>(&error) == nullptr || unknown.empty())
+        return error.what();
+    return "there is no command '" + unknown.front() + "'";
 }
 
 /// Help asked for is no mistake; everything else that does not parse is wrong usage.
@@ -61,11 +63,21 @@ int ReportUsage(const CLI::App& app, const GlobalOptions& options, const CLI::Pa
 {
     if (error.get_exit_code() == 0)
         return app.exit(error);
-    ReportError(options, error.what(), "Run with --help for the commands, options and examples.");
+    ReportError(options,
+                WhatIsWrong(app, error),
+                "Run with --help for the commands, options and examples.");
     return kExitWrongUsage;
 }
 
 } // namespace
+
+std::string Printable(std::string text)
+{
+    for (char& character : text)
+        if (static_cast<unsigned char>(character) < 0x20 && character != '\n')
+            character = '?';
+    return text;
+}
 
 void ReportError(const GlobalOptions& options, const std::string& what, const std::string& hint)
 {
@@ -102,17 +114,23 @@ int RunCommandLine(int argc, const char* const* argv)
     app.parse_complete_callback([&options] {
         if (!options.m_cacheDir.empty())
             KxC::KxFile::m_strAppCachePath = options.m_cacheDir.c_str();
+        KxC::KxGeFetcher::SetTimeout(options.TimeoutMs());
         KxC::KxTileFetcher::m_sbLocalCacheUsed = options.m_noDiskCache ? 0 : 1;
     });
     AddTileCommand(app, options);
     AddSheetCommand(app, options);
     AddUrlCommand(app, options);
+    AddLocateCommand(app, options);
+    AddAlignCommand(app, options);
     AddQuadKeyCommand(app, options);
+    AddHistoryCommand(app, options);
     AddSourceCommand(app, options);
     AddCacheCommand(app, options);
     try {
         app.parse(argc, argv);
         return std::fflush(stdout) == 0 ? kExitDone : kExitFailed;
+    } catch (const CLI::RuntimeError& error) { // a command has said all there is to say
+        return error.get_exit_code();
     } catch (const CLI::ParseError& error) {
         return ReportUsage(app, options, error);
     } catch (const CommandError& error) {

@@ -2,11 +2,13 @@
 #include "FetchedTile.h"
 
 #include "Command.h"
+#include "EarthSource.h"
 #include "KxFile.h"
 #include "KxImgUtility.h"
-#include "KxLuaToolkit.h"
 #include "KxNetGetch.h"
 #include "KxTileFetcher.h"
+#include "StatusHint.h"
+#include "TileUrl.h"
 
 #include <fmt/format.h>
 
@@ -23,20 +25,6 @@ using KxC::KxTileFetcher;
 using KxC::NetError;
 
 constexpr int kSchemeBingMap = 6;
-constexpr int kSchemeEarthHistory = 8;
-
-std::string HintFor(int status)
-{
-    switch (status) {
-    case 401:
-    case 403:
-        return "The service refuses the request: check its key, headers and user agent.";
-    case 429:
-        return "The service asks for fewer requests: wait, then try again.";
-    default:
-        return status >= 500 ? "The service is in trouble: try again later." : "";
-    }
-}
 
 /// What the last request says of the failure.
 [[noreturn]] void ThrowRequestFailure(const KxNetRequestInfo& request)
@@ -46,12 +34,13 @@ std::string HintFor(int status)
     throw CommandError(
         kExitFailed,
         fmt::format("{}{}: {}", request.m_strUrl.Cstr(), status, request.m_strCause.Cstr()),
-        HintFor(request.m_nHttpStatus));
+        HintForStatus(request.m_nHttpStatus));
 }
 
 /// The answer came but is no picture.
 [[noreturn]] void ThrowNotAPicture(const KxNetRequestInfo& request)
 {
+    ThrowIfEarthFailed();
     throw CommandError(
         kExitFailed,
         fmt::format("{} (HTTP status {}): the answer of {} bytes, type '{}', is no whole PNG, "
@@ -71,23 +60,15 @@ std::string HintFor(int status)
 }
 
 /// No request could be made: the source gave no URL to ask.
-[[noreturn]] void ThrowNoUrl(const KxC::KxTSDParamItem& source)
+[[noreturn]] void ThrowNothingToAsk(const KxC::KxTSDParamItem& source)
 {
     if (source.m_nTileScheme == kSchemeEarthHistory)
-        throw CommandError(kExitFailed, "history imagery (scheme 8) cannot be fetched yet");
-    throw CommandError(
-        kExitFailed,
-        fmt::format("the URL script gives no URL: {}", KxC::KxLuaToolkit::GetLastError().Cstr()));
-}
-
-[[noreturn]] void ThrowFailure(const KxC::KxTSDParamItem& source)
-{
-    const KxNetRequestInfo& request = KxNetGetch::GetLastRequestInfo();
-    if (request.m_strUrl.IsEmpty() != 0)
-        ThrowNoUrl(source);
-    if (request.m_result != KxC::NetError_Success)
-        ThrowRequestFailure(request);
-    ThrowNotAPicture(request);
+        ThrowIfEarthFailed();
+    if (source.m_bLuaScripted == 0)
+        throw CommandError(kExitFailed,
+                           "the library makes no tile of this size on this level",
+                           "Levels go to 30, also after the deeper one that large tiles need.");
+    ThrowNoUrl(source);
 }
 
 /// The URL that was asked, or, when the tile was at hand, the one that would have been.
@@ -112,9 +93,22 @@ std::unique_ptr<KxC::KxRawData> BytesOnDisk(const KxC::KxTSDParamItem& source, c
     return bytes;
 }
 
+/// Earth imagery has no URL of its own for a tile: its fetcher finds it.
+std::unique_ptr<KxC::KxRawData> FetchFromEarth(KxC::KxTSDParamItem& source, const HostTile& tile)
+{
+    auto bytes = std::make_unique<KxC::KxRawData>();
+    KxC::KxString info;
+    source.m_pGeFetcher->FetchImageRawData(
+        *bytes, tile.m_z, tile.RowFromSouth(), tile.m_x, info, 0);
+    ThrowIfEarthFailed();
+    return bytes;
+}
+
 std::unique_ptr<KxC::KxRawData>
 FetchDirect(KxC::KxTSDParamItem& source, const HostTile& tile, int timeoutMs)
 {
+    if (source.m_pGeFetcher != nullptr)
+        return FetchFromEarth(source, tile);
     KxC::KxRawData* bytes = nullptr;
     if (KxTileFetcher::FetchWMTile4(bytes,
                                     &source,
@@ -123,7 +117,7 @@ FetchDirect(KxC::KxTSDParamItem& source, const HostTile& tile, int timeoutMs)
                                     tile.m_z,
                                     source.m_nTileSize,
                                     timeoutMs) == 0)
-        ThrowFailure(source);
+        ThrowFetchFailure(source);
     std::unique_ptr<KxC::KxRawData> owned(bytes);
     if (owned->GetSize() == 0) {
         const KxNetRequestInfo& request = KxNetGetch::GetLastRequestInfo();
@@ -144,14 +138,15 @@ double Measure(const std::function<void()>& operation)
 void CheckPicture(NetError result, const KxC::KxWMImageTileData* tile, const std::string& url)
 {
     const KxNetRequestInfo& request = KxNetGetch::GetLastRequestInfo();
+    if (tile != nullptr && tile->GetImage() != nullptr)
+        return;
+    ThrowIfEarthFailed();
     if (result == KxC::NetError_NoData || request.m_result == KxC::NetError_NoData)
         ThrowNoTile(url, request.m_nHttpStatus);
     if (tile == nullptr)
         throw CommandError(kExitFailed,
                            fmt::format("{}: the bytes kept on disk are no picture", url),
                            "Forget them with 'kxtile cache clear SOURCE', then try again.");
-    if (tile->GetImage() != nullptr)
-        return;
     if (request.m_nBytes == 0)
         ThrowNoTile(url, request.m_nHttpStatus);
     ThrowNotAPicture(request);
@@ -190,7 +185,7 @@ void FetchThroughCaches(FetchedTile& fetched,
             inMemory, &source, tile.m_z, tile.RowFromSouth(), tile.m_x, timeoutMs);
     });
     if (result == KxC::NetError_Failure)
-        ThrowFailure(source);
+        ThrowFetchFailure(source);
     fetched.m_url = UrlOf(source, tile);
     CheckPicture(result, inMemory, fetched.m_url);
     fetched.m_from = Origin(hitsBefore);
@@ -214,13 +209,33 @@ void FetchPastCaches(FetchedTile& fetched,
     fetched.m_url = UrlOf(source, tile);
 }
 
+bool WasRequestSent()
+{
+    return KxNetGetch::GetLastRequestInfo().m_nAttempts > 0;
+}
+
+void CheckHasUrl(const KxC::KxTSDParamItem& source)
+{
+    if (source.m_strUrlTemplate.IsEmpty() != 0 && source.m_bLuaScripted == 0)
+        throw CommandError(kExitFailed, "the source has neither URL nor script");
+}
+
 } // namespace
+
+void ThrowFetchFailure(const KxC::KxTSDParamItem& source)
+{
+    const KxNetRequestInfo& request = KxNetGetch::GetLastRequestInfo();
+    if (request.m_strUrl.IsEmpty() != 0)
+        ThrowNothingToAsk(source);
+    if (request.m_result != KxC::NetError_Success)
+        ThrowRequestFailure(request);
+    ThrowNotAPicture(request);
+}
 
 FetchedTile
 FetchTileOf(KxC::KxTSDParamItem& source, const HostTile& tile, bool useDiskCache, int timeoutMs)
 {
-    if (source.m_strUrlTemplate.IsEmpty() != 0 && source.m_bLuaScripted == 0)
-        throw CommandError(kExitFailed, "the source has neither URL nor script");
+    CheckHasUrl(source);
     if (source.m_nTileScheme == kSchemeBingMap && source.m_bLuaScripted == 0 && tile.m_z == 0)
         throw CommandError(kExitNoTile, "services by quadkey have no level 0");
     KxNetGetch::ClearLastRequestInfo();
@@ -229,6 +244,33 @@ FetchTileOf(KxC::KxTSDParamItem& source, const HostTile& tile, bool useDiskCache
         FetchThroughCaches(fetched, source, tile, timeoutMs);
     else
         FetchPastCaches(fetched, source, tile, timeoutMs);
+    fetched.m_httpStatus = KxNetGetch::GetLastRequestInfo().m_nHttpStatus;
+    return fetched;
+}
+
+FetchedTile FetchAlignedTile(KxC::KxTSDParamItem& source,
+                             const HostTile& tile,
+                             const AlignedTileOptions& options)
+{
+    CheckHasUrl(source);
+    KxNetGetch::ClearLastRequestInfo();
+    const auto fetch =
+        options.m_blockCopy ? KxTileFetcher::FetchWMTileByParam : KxTileFetcher::FetchWMTile3;
+    KxC::KxRawData* bytes = nullptr;
+    unsigned char done = 0;
+    FetchedTile fetched;
+    fetched.m_seconds = Measure([&] {
+        done = fetch(
+            bytes, &source, tile.m_x, tile.m_y, tile.m_z, options.m_size, options.m_timeoutMs);
+    });
+    fetched.m_bytes.reset(bytes);
+    if (done == 0)
+        ThrowFetchFailure(source);
+    if (bytes == nullptr || bytes->GetSize() == 0)
+        throw CommandError(
+            kExitNoTile,
+            fmt::format("the source has nothing at {}/{}/{}", tile.m_x, tile.m_y, tile.m_z));
+    fetched.m_from = WasRequestSent() ? "network" : "cache";
     fetched.m_httpStatus = KxNetGetch::GetLastRequestInfo().m_nHttpStatus;
     return fetched;
 }

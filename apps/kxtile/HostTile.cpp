@@ -2,6 +2,7 @@
 #include "HostTile.h"
 
 #include "Command.h"
+#include "SourceGrid.h"
 
 #include <fmt/format.h>
 
@@ -42,18 +43,29 @@ int HostTile::RowForDirectDownload(const KxC::KxTSDParamItem& source) const
     return threeQuarter || source.m_nSouthToNorth != 0 ? RowFromSouth() : m_y;
 }
 
-HostTile ParseHostTile(const std::string& text)
+namespace {
+
+std::array<int, 3> ReadAddress(const std::string& text)
 {
     std::array<int, 3> numbers{};
     if (!ReadNumbers(text, numbers))
         throw CommandError(kExitWrongUsage,
                            fmt::format("'{}' is no tile address", text),
                            "Write COLUMN/ROW/LEVEL with row 0 in the north, for instance 67/44/7.");
-    const auto [x, y, z] = numbers;
-    if (z < 0 || z > kMaxLevel)
-        throw CommandError(kExitWrongUsage,
-                           fmt::format("level {} of '{}' is outside 0 to {}", z, text, kMaxLevel),
-                           "The level stands last: COLUMN/ROW/LEVEL.");
+    const int level = numbers[2];
+    if (level < 0 || level > kMaxLevel)
+        throw CommandError(
+            kExitWrongUsage,
+            fmt::format("level {} of '{}' is outside 0 to {}", level, text, kMaxLevel),
+            "The level stands last: COLUMN/ROW/LEVEL.");
+    return numbers;
+}
+
+} // namespace
+
+HostTile ParseHostTile(const std::string& text)
+{
+    const auto [x, y, z] = ReadAddress(text);
     const int tilesPerAxis = 1 << z;
     if (x < 0 || y < 0 || x >= tilesPerAxis || y >= tilesPerAxis)
         throw CommandError(
@@ -62,6 +74,23 @@ HostTile ParseHostTile(const std::string& text)
                 "level {} has columns and rows 0 to {}, not '{}'", z, tilesPerAxis - 1, text),
             "The level stands last: COLUMN/ROW/LEVEL.");
     return {x, y, z};
+}
+
+HostTile ParseOwnTile(const std::string& text, const KxC::KxTSDParamItem& source)
+{
+    if (GridOf(source.m_nTileScheme) != GridKind::Baidu)
+        return ParseHostTile(text);
+    const auto [column, row, level] = ReadAddress(text);
+    const int reach = 1 << level;
+    if (column < -reach || row < -reach || column >= reach || row >= reach)
+        throw CommandError(kExitWrongUsage,
+                           fmt::format("level {} has columns and rows {} to {} at most, not '{}'",
+                                       level,
+                                       -reach,
+                                       reach - 1,
+                                       text),
+                           "The level stands last: COLUMN/ROW/LEVEL.");
+    return {column, reach - 1 - row, level};
 }
 
 } // namespace KxTileHost

@@ -26,4 +26,9 @@ struct HostTile
 /// @throws CommandError (wrong usage) for anything else, and for a tile that no level has
 HostTile ParseHostTile(const std::string& text);
 
+/// Reads "COLUMN/ROW/LEVEL" of a source's own grid: as ParseHostTile, but in the Baidu grid, where
+/// numbers may be negative, the row counts northward from the grid's origin.
+/// @throws CommandError as ParseHostTile
+HostTile ParseOwnTile(const std::string& text, const KxC::KxTSDParamItem& source);
+
 } // namespace KxTileHost

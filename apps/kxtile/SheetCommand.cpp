@@ -38,13 +38,6 @@ struct SheetRow
     FetchedTile m_fetched;
 };
 
-/// A short name of a source: the definition's file name without extension, or the template.
-std::string NameOf(const SourceArgument& source)
-{
-    return source.IsTemplate() ? source.GetText()
-                               : std::filesystem::path(source.GetText()).stem().string();
-}
-
 void PrintRow(const GlobalOptions& options, const SheetRow& row)
 {
     const FetchedTile& fetched = row.m_fetched;
@@ -121,7 +114,7 @@ private:
 
     SheetRow Fetch(const SourceArgument& argument, KxC::KxTSDParamItem& source) const
     try {
-        SheetRow row{NameOf(argument),
+        SheetRow row{argument.GetName(),
                      FetchTileOf(source, m_tile, !m_options.m_noDiskCache, m_options.TimeoutMs())};
         row.m_fetched.m_url = argument.GetSecrets().Mask(row.m_fetched.m_url);
         PrintRow(m_options, row);
@@ -140,7 +133,7 @@ private:
         if (m_failures++ == 0 || error.m_exitCode != kExitNoTile)
             m_exitCode = error.m_exitCode;
         const char* const what = error.m_exitCode == kExitNoTile ? "no tile there" : "failed";
-        return {NameOf(SourceArgument(text)), what, nullptr};
+        return {SourceArgument(text).GetName(), what, nullptr};
     }
 
     /// A name that no other tile of this run has.

@@ -4,6 +4,7 @@
 #include "HostTile.h"
 #include "OutputFile.h"
 #include "SourceArgument.h"
+#include "SourceGrid.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -20,6 +21,9 @@ struct TileArguments
     SourceArgument m_source;
     std::string m_address;
     std::string m_output;
+    int m_size = 0; ///< pixels, 0 for the source's own
+    bool m_blockCopy = false;
+    bool m_raw = false;
 };
 
 /// The path as given; in a folder, and without any, a name made of the address.
@@ -34,6 +38,12 @@ OutputPath(const TileArguments& arguments, const HostTile& tile, const FetchedTi
     return std::filesystem::is_directory(arguments.m_output, error)
                ? (std::filesystem::path(arguments.m_output) / name).string()
                : arguments.m_output;
+}
+
+/// Null for a tile that is made of several.
+nlohmann::ordered_json UrlOrNull(const std::string& url)
+{
+    return url.empty() ? nlohmann::ordered_json(nullptr) : nlohmann::ordered_json(url);
 }
 
 /// Null when no request was sent.
@@ -53,7 +63,7 @@ void PrintTile(const GlobalOptions& options,
                    {"x", tile.m_x},
                    {"y", tile.m_y},
                    {"z", tile.m_z},
-                   {"url", fetched.m_url},
+                   {"url", UrlOrNull(fetched.m_url)},
                    {"from", fetched.m_from},
                    {"http_status", StatusOrNull(fetched.m_httpStatus)},
                    {"seconds", fetched.m_seconds},
@@ -77,28 +87,53 @@ void PrintTile(const GlobalOptions& options,
                    fetched.m_from,
                    fetched.m_seconds * 1000.0);
     if (options.m_verbose)
-        fmt::print(stderr, "  {} (HTTP status {})\n", fetched.m_url, fetched.m_httpStatus);
+        fmt::print(stderr,
+                   "  {} (HTTP status {})\n",
+                   fetched.m_url.empty() ? "made of the tiles that it touches" : fetched.m_url,
+                   fetched.m_httpStatus);
+}
+
+/// Whether the service's own tile already is the wanted one.
+bool IsOwnTile(const KxC::KxTSDParamItem& source, int size)
+{
+    return IsStandardTiling(source.m_nTileScheme, source.m_nDatum) && size == source.m_nTileSize;
+}
+
+FetchedTile Fetch(const GlobalOptions& options,
+                  const TileArguments& arguments,
+                  KxC::KxTSDParamItem& source,
+                  const HostTile& tile)
+{
+    const int size = arguments.m_size > 0 ? arguments.m_size : source.m_nTileSize;
+    if (arguments.m_raw || IsOwnTile(source, size))
+        return FetchTileOf(source, tile, !options.m_noDiskCache, options.TimeoutMs());
+    // The library copies blocks only of tiles of one size.
+    const bool blockCopy = arguments.m_blockCopy && size == source.m_nTileSize;
+    return FetchAlignedTile(source, tile, {size, blockCopy, options.TimeoutMs()});
 }
 
 /// The tile, its URL and errors free of secrets.
-FetchedTile Fetch(const GlobalOptions& options,
-                  const SourceArgument& argument,
-                  KxC::KxTSDParamItem& source,
-                  const HostTile& tile)
+FetchedTile FetchWithoutSecrets(const GlobalOptions& options,
+                                const TileArguments& arguments,
+                                KxC::KxTSDParamItem& source,
+                                const HostTile& tile)
 try {
-    FetchedTile fetched = FetchTileOf(source, tile, !options.m_noDiskCache, options.TimeoutMs());
-    fetched.m_url = argument.GetSecrets().Mask(fetched.m_url);
+    FetchedTile fetched = Fetch(options, arguments, source, tile);
+    fetched.m_url = arguments.m_source.GetSecrets().Mask(fetched.m_url);
     return fetched;
 } catch (const CommandError& error) {
-    throw argument.WithoutSecrets(error);
+    throw arguments.m_source.WithoutSecrets(error);
 }
 
 void RunTile(const GlobalOptions& options, const TileArguments& arguments)
 {
-    const HostTile tile = ParseHostTile(arguments.m_address);
+    if (!arguments.m_raw)
+        ParseHostTile(arguments.m_address); // a wrong one is told before the source is read
     CheckOutputFormat(arguments.m_output);
     KxC::KxTSDParamItem* source = arguments.m_source.Load();
-    const FetchedTile fetched = Fetch(options, arguments.m_source, *source, tile);
+    const HostTile tile = arguments.m_raw ? ParseOwnTile(arguments.m_address, *source)
+                                          : ParseHostTile(arguments.m_address);
+    const FetchedTile fetched = FetchWithoutSecrets(options, arguments, *source, tile);
     const WrittenTile written = WriteTile(*fetched.m_bytes, OutputPath(arguments, tile, fetched));
     PrintTile(options, arguments, tile, fetched, written);
 }
@@ -116,11 +151,32 @@ void AddTileCommand(CLI::App& app, const GlobalOptions& options)
                         arguments->m_output,
                         "File (another extension than the tile's converts it), folder, or '-' for "
                         "standard output");
-    command->footer("The tile is the service's own, in the grid of its scheme.\n"
+    command
+        ->add_option("--size",
+                     arguments->m_size,
+                     "Edge of the wanted tile in pixels (the source's own; larger ones come from "
+                     "deeper levels)")
+        ->check(CLI::Range(1, 8192));
+    CLI::Option* blockCopy =
+        command->add_flag("--block-copy",
+                          arguments->m_blockCopy,
+                          "Copy blocks of a shifted source's tiles instead of sampling each pixel: "
+                          "faster, less exact");
+    command
+        ->add_flag("--raw",
+                   arguments->m_raw,
+                   "The service's own tile of its own grid (Baidu: rows count northward from the "
+                   "origin)")
+        ->excludes(blockCopy);
+    command->footer("Whatever the source's grid, datum and tile size, the tile is the one of the "
+                    "Web Mercator\ntiling at that address; where the service has it ready, its "
+                    "own bytes.\n"
                     "Examples:\n"
+                    "  kxtile tile city.toml 26979/12416/15 --size 512 -o tile.png\n"
                     "  kxorigin --port 8080 &\n"
                     "  kxtile tile 'http://127.0.0.1:8080/tms/marble/{$z}/{$x}/{$y}.jpg' "
-                    "--rows south 4/3/3 -o tile.webp");
+                    "--rows south 4/3/3 -o tile.webp\n"
+                    "  kxtile tile http://127.0.0.1:8080/earth --date 2020-01-15 4/3/3");
     command->callback([&options, arguments] { RunTile(options, *arguments); });
 }
 

@@ -36,7 +36,7 @@ public:
     /// @return longitude (x) and latitude (y) in radians
     static KxPoint2d WebMecator2LatLon(double x, double y);
     /// Forward: R lon, R ln tan(lat / 2 + pi / 4).
-    /// @param lon, lat  radians; a latitude of +-pi/2 or beyond gives no finite y
+    /// @param lon, lat  radians; a latitude of +-pi/2 or beyond gives an infinite y of its sign
     /// @return metres
     static KxPoint2d LatLon2WebMecator(double lon, double lat);
 
@@ -46,13 +46,14 @@ public:
 
     /// From WGS 84 into a shifted datum. GCJ-02 shifts nothing outside the box of longitude
     /// 72.004 to 137.8347 and latitude 0.8293 to 55.8271 degrees; BD-09's second step applies
-    /// everywhere. NaN and infinities give NaN in both results.
-    /// @param type      KxDatum; another value shifts nothing
+    /// everywhere. NaN and infinities give NaN in both results where the datum is a shifted one.
+    /// @param type      KxDatum; KxDatum_WGS84, and any other value, shifts nothing
     /// @param lon, lat  radians
     static void GetDeviationCoord(int type, double lon, double lat, double& outLon, double& outLat);
-    /// From a shifted datum back to WGS 84, to the last digits where the shift can be undone.
-    /// Points of GCJ-02 outside the box are taken as unshifted. Always ends.
-    /// @param type      KxDatum
+    /// From a shifted datum back to WGS 84, to the last digits where the shift can be undone: for
+    /// every place whose shifted position is still in the box. Points of GCJ-02 outside the box are
+    /// taken as unshifted. Always ends. NaN and infinities as above.
+    /// @param type      KxDatum, as above
     /// @param lon, lat  radians
     static void
     RemoveDeviationCoord(int type, double lon, double lat, double& outLon, double& outLat);
@@ -64,7 +65,10 @@ public:
     /// From BD-09 degrees to plane metres. Longitudes are wrapped into [-180, 180].
     /// @return 0 on NaN, infinities and beyond kMaxPlaneLatitude; the results are then as before
     static unsigned char ConvertLL2MC(double lon, double lat, double& x, double& y);
-    /// From plane metres to BD-09 degrees, exactly undoing ConvertLL2MC.
+    /// From plane metres to BD-09 degrees, exactly undoing ConvertLL2MC (to 2e-11 degrees).
+    /// Heights that lie between two of the plane's bands (1 cm to 15 m wide, at 15, 30, 45 and 60
+    /// degrees) give the latitude of the border. Heights beyond kMaxPlaneLatitude, which
+    /// ConvertLL2MC never gives, are answered to 0.015 degrees up to about 84 degrees.
     /// @return 0 on NaN, infinities and outside the plane's square; the results are then as before
     static unsigned char ConvertMC2LL(double x, double y, double& lon, double& lat);
 

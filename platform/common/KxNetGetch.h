@@ -20,8 +20,11 @@ struct KxNetRequestInfo
 {
     KxString m_strUrl; ///< as asked for; empty when the thread sent none yet
     NetError m_result = NetError_Success;
-    int m_nHttpStatus = 0; ///< of the last attempt; 0 when no answer came
-    int m_nAttempts = 0;   ///< requests sent, also by a thread that shared; 0 when refused
+    int m_nHttpStatus = 0;  ///< of the last attempt; 0 when no answer came
+    int m_nHttpVersion = 0; ///< of that answer: 10, 11 or 20 for HTTP/1.0, 1.1 and 2
+    /// Tries, also those of a thread that shared; 0 when refused. A request that goes out once more
+    /// because a kept connection turned out to be closed is one try.
+    int m_nAttempts = 0;
     unsigned long long m_nBytes = 0; ///< bytes of body received in the last attempt
     double m_dSeconds = 0.0;         ///< from the call to its end, all attempts
     KxString m_strContentType;       ///< of the answer, empty when there was none
@@ -29,7 +32,9 @@ struct KxNetRequestInfo
 };
 
 /// HTTP requests. Connections are kept alive and reused by the thread that made them. Only http
-/// and https are followed, at most 5 redirects, bodies up to 64 MiB, TLS verified.
+/// and https are followed, at most 5 redirects, bodies up to 64 MiB, TLS verified. HTTP/2 is spoken
+/// where a server offers it over TLS. Proxies are taken from http_proxy, https_proxy, all_proxy and
+/// no_proxy, read with each request.
 class KXCOMMON_API KxNetGetch
 {
 public:
@@ -63,6 +68,15 @@ public:
     /// How many requests at a time go to one host, for the whole process; others wait their turn.
     /// @param limit  1 or more, kDefaultRequestsPerHost at first
     static void SetMaxRequestsPerHost(int limit);
+
+    /// Whose certificates are trusted, for the whole process, from the next request on.
+    /// @param path  a PEM file, UTF-8, used instead of the system's certificates; empty takes the
+    ///              setting back. Without one, the first of the environment's KXTILE_CA_FILE,
+    ///              CURL_CA_BUNDLE and SSL_CERT_FILE that is set and not empty names the file,
+    ///              and without any the system's certificates hold. A file that cannot be read
+    ///              fails https requests; nothing else takes its place.
+    /// @return false when memory ran out; what was set before still holds
+    static bool SetCaFile(const KxString& path);
 
     /// The calling thread's last request; valid until its next one.
     static const KxNetRequestInfo& GetLastRequestInfo();

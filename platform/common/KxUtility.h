@@ -24,14 +24,16 @@ struct KxTSDMessage
     bool m_bError = false; ///< false: the definition loaded all the same
     int m_nLine = 0;       ///< from 1; 0 when no line applies
     KxString m_strKey;     ///< the key it is about, empty when none
-    KxString m_strText;    ///< what is wrong and what would be right, in words
+    KxString m_strText;    ///< what is wrong and what would be right, with "; " between the two
 };
 
 class KXCOMMON_API KxUtility
 {
 public:
-    /// Reads a tile-source definition (docs/tile-sources.md). What the file does not say is left
-    /// as it is in the outputs; so is everything when it fails.
+    /// Reads a tile-source definition (docs/tile-sources.md) in any of the forms that are known;
+    /// its content tells which. What the file does not say is left as it is in the outputs; so is
+    /// everything when it fails.
+    /// @param path  a file; of one that holds several sources "#name" behind it chooses one
     /// @param headers  entries are appended
     /// @return 1, or 0 when the file could not be read or understood; GetLastTSDMessages says why
     static unsigned char LoadNewTSD(const KxString& path,
@@ -61,7 +63,15 @@ public:
                                     KxString& script,
                                     KxArray<KxString>& headers);
 
-    /// Errors and warnings of the calling thread's last LoadNewTSD; valid until its next one.
+    /// Reads a definition from memory and checks it as LoadNewTSD would; what there is to say is
+    /// in GetLastTSDMessages.
+    /// @param text  the definition's bytes, at most 1 MiB
+    /// @param path  where it would stand: its folder and its "#name" count
+    /// @return 1 when LoadNewTSD would read it
+    static unsigned char CheckTSDText(const KxString& text, const KxString& path);
+
+    /// Errors and warnings of the calling thread's last LoadNewTSD or CheckTSDText; valid until
+    /// its next one.
     static const std::vector<KxTSDMessage>& GetLastTSDMessages();
 
     /// A key for caches and folders: the host of a URL as far as it is readable, then the 128-bit

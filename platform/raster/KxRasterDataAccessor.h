@@ -65,6 +65,17 @@ public:
     virtual int
     ReadTileData(int level, int row, int col, unsigned char*& bytes, unsigned int& size) = 0;
 
+    /// Whole rows of points at once: the same as a call for each, without the cost of each call.
+    /// What is here converts one by one; accessors that can do better say how. `in` and `out` may
+    /// be the same array.
+    /// @param count  points in either array; below 1 does nothing
+    virtual void SrcPtsToWGS84Pts(const KxPoint3d* in, KxPoint3d* out, int count);
+    virtual void WGS84PtsToSrcPts(const KxPoint3d* in, KxPoint3d* out, int count);
+
+    /// Why the last of the six setters did not take its text, in words for whoever wrote the text;
+    /// empty when it did.
+    const KxString& GetProjectionError() const;
+
     /// The path that Open was given, as it stood; empty before.
     const KxString& GetDataPath() const;
     KxEGeoReferenceType GetGeoReferenceType() const;
@@ -75,6 +86,7 @@ protected:
     KxRasterDataAccessor();
 
     KxString m_strDataPath;
+    KxString m_strProjectionError;
     KxEGeoReferenceType m_eGeoReferenceType;
     KxRect2d m_rectLatLon;
 };

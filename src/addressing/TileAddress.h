@@ -11,6 +11,14 @@ struct SourceTile
     int m_col;
 };
 
+/// A tile of the standard Web Mercator tiling, as hosts ask for it: rows count from the north.
+struct WebMercatorTile
+{
+    int m_col;
+    int m_row;
+    int m_level;
+};
+
 /// How a tile's row gets into the URL.
 enum class RowRule {
     AsSourceCounts, ///< the row counts from the south and is turned where the service counts

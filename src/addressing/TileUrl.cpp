@@ -4,10 +4,10 @@
 #include "KxTileFetcher.h"
 #include "ServerRotation.h"
 #include "SourceTexts.h"
+#include "TileNumbers.h"
 #include "UrlTemplate.h"
 
 #include <exception>
-#include <limits>
 
 namespace KxC {
 
@@ -27,19 +27,6 @@ int WrappingAdd(int a, int b)
 int WrappingNegate(int value)
 {
     return static_cast<int>(0U - static_cast<unsigned>(value));
-}
-
-/// Truncates toward zero; what does not fit becomes the smallest number.
-int TruncateToInt(double value)
-{
-    const bool fits = value > -2147483649.0 && value < 2147483648.0;
-    return fits ? static_cast<int>(value) : std::numeric_limits<int>::min();
-}
-
-/// Tiles per axis; the level counts modulo 32.
-int TilesPerAxis(int level)
-{
-    return static_cast<int>(1U << (static_cast<unsigned>(level) & 31U));
 }
 
 int TurnedRow(int tilesPerAxis, int row)

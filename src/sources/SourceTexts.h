@@ -20,6 +20,8 @@ enum TileScheme : int {
     kSchemeEarthHistory = 8,   ///< history imagery
     kSchemeLatLonWgs84 = 9,
     kSchemeWebMercatorWgs84 = 10,
+    kSchemeShiftedMercator = 11,  ///< Web Mercator where tiles of a shifted datum are joined
+    kSchemeBaiduPlain = 13,       ///< Baidu grid, negative numbers as they are
     kSchemeThreeQuarterRows = 14, ///< three-quarter rows, like 5
 };
 

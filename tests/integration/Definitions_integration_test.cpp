@@ -33,6 +33,8 @@ TEST_F(DefinitionsOverHttp, TheExamplesShowOnePlace)
     ASSERT_FALSE(reference.empty());
     int count = 0;
     for (const auto& entry : std::filesystem::directory_iterator(KXTILE_EXAMPLE_SOURCES)) {
+        if (!entry.is_regular_file())
+            continue;
         KxTSDParamItem item;
         item.LoadFromTSDFile(entry.path().c_str());
         const Pixels pixels = Fetch(item, kLevel, kRow, kCol);
@@ -42,6 +44,32 @@ TEST_F(DefinitionsOverHttp, TheExamplesShowOnePlace)
         ++count;
     }
     EXPECT_EQ(count, 6);
+}
+
+TEST_F(DefinitionsOverHttp, TheExamplesOfOtherGridsAskForTheRightTiles)
+{
+    const struct
+    {
+        const char* file;
+        int level, row, col; ///< rows from the south
+        const char* path;
+    } kExamples[] = {
+        {"baidu.toml", 5, 2, 6, "/baidu/marble.jpg?x=6&y=2&z=5"},
+        {"baidu.toml", 5, -3, -4, "/baidu/marble.jpg?x=M4&y=M3&z=5"},
+        {"gcj02.toml", 3, 5, 6, "/xyz-gcj02/marble/3/6/2.jpg"},
+        {"bd09.toml", 3, 5, 6, "/xyz-bd09/marble/3/6/2.jpg"},
+        {"tianditu.toml", 3, 4, 6, "/tianditu/marble/3/6/1.jpg"},
+        {"geographic.toml", 3, 4, 6, "/geographic/marble/3/6/3.jpg"},
+        {"large-tiles.toml", 2, 2, 3, "/xyz-512/marble/2/3/1.jpg"},
+    };
+    for (const auto& example : kExamples) {
+        KxTSDParamItem item;
+        item.LoadFromTSDFile(
+            (std::string(KXTILE_EXAMPLE_SOURCES "/grids/") + example.file).c_str());
+        const Pixels pixels = Fetch(item, example.level, example.row, example.col);
+        EXPECT_EQ(m_origin.Requests().back()["path"], example.path);
+        EXPECT_EQ(pixels, Fetch(Source(example.path), 0, 0, 0)) << example.file;
+    }
 }
 
 TEST_F(DefinitionsOverHttp, AnotherPlaceDiffersByMore)

@@ -4,63 +4,23 @@
 
 Usage: kxtile_cli_test.py KXTILE KXORIGIN EXAMPLE_SOURCES
 """
+import csv
 import json
+import math
 import os
 import pathlib
 import sqlite3
-import struct
 import subprocess
 import sys
-import tempfile
 import unittest
 
-KXTILE, KXORIGIN, SOURCES = sys.argv[1:4]
+from kxtile_harness import KxtileTestCase, png_size
+
+SOURCES = sys.argv[3]
+VECTORS = pathlib.Path(__file__).parents[1] / "data" / "datum_vectors.csv"
 
 
-def png_size(path):
-    data = pathlib.Path(path).read_bytes()
-    assert data[:8] == b"\x89PNG\r\n\x1a\n", data[:16]
-    return struct.unpack(">II", data[16:24])
-
-
-class KxtileTest(unittest.TestCase):
-    @classmethod
-    def setUpClass(cls):
-        cls.origin_folder = tempfile.TemporaryDirectory()
-        cls.log = pathlib.Path(cls.origin_folder.name, "log.jsonl")
-        cls.origin = subprocess.Popen([KXORIGIN, "--port", "0", "--log", str(cls.log)],
-                                      stdout=subprocess.PIPE, text=True)
-        cls.address = cls.origin.stdout.readline().split()[-1]
-
-    @classmethod
-    def tearDownClass(cls):
-        cls.origin.terminate()
-        assert cls.origin.wait() == 0
-        cls.origin.stdout.close()
-        cls.origin_folder.cleanup()
-
-    def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.folder = pathlib.Path(folder.name)
-        self.environment = {**os.environ, "KXORIGIN": self.address, "no_proxy": "127.0.0.1",
-                            "KXTILE_CACHE_DIR": str(self.folder / "cache")}
-
-    def kxtile(self, *arguments, status=0):
-        done = subprocess.run([KXTILE, *map(str, arguments)], env=self.environment,
-                              cwd=self.folder, capture_output=True, check=False)
-        self.assertEqual(done.returncode, status, (arguments, done.stdout[:500], done.stderr))
-        return done
-
-    def answer(self, *arguments, status=0):
-        return json.loads(self.kxtile("--json", *arguments, status=status).stdout)
-
-    def requests(self):
-        return [json.loads(line) for line in self.log.read_text().splitlines()]
-
-    def url(self, path):
-        return self.address + path
-
+class KxtileTest(KxtileTestCase):
     def test_tile_comes_from_network_then_from_disk(self):
         source = f"{SOURCES}/xyz.toml"
         before = len(self.requests())
@@ -88,12 +48,95 @@ class KxtileTest(unittest.TestCase):
                 self.assertEqual(done.stdout, reference, (path, cache))
 
     def test_three_quarter_rows_come_out_right_with_and_without_cache(self):
-        reference = self.kxtile("tile", self.url("/geographic/graticule/{$z}/{$x}/{$y}.png"),
-                                "--scheme", "geographic", "10/9/4", "-o", "-").stdout
-        for cache in ([], ["--no-disk-cache"]):
-            done = self.kxtile(*cache, "tile", self.url("/tianditu/graticule/{$z}/{$x}/{$y}.png"),
-                               "--scheme", "tianditu", "10/9/4", "-o", "-")
-            self.assertEqual(done.stdout, reference)
+        for options in (["--raw"], [], ["--size", "300"]):
+            arguments = ["10/9/4", *options, "-o", "-"]
+            reference = self.kxtile("tile", self.url("/geographic/graticule/{$z}/{$x}/{$y}.png"),
+                                    "--scheme", "geographic", *arguments).stdout
+            for cache in ([], ["--no-disk-cache"]):
+                done = self.kxtile(*cache, "tile",
+                                   self.url("/tianditu/graticule/{$z}/{$x}/{$y}.png"),
+                                   "--scheme", "tianditu", *arguments)
+                self.assertEqual(done.stdout, reference, options)
+
+    def test_tiles_of_any_size_come_from_any_source(self):
+        mercator = self.url("/xyz/graticule/{$z}/{$x}/{$y}.png")
+        done = self.answer("tile", mercator, "10/9/4", "--size", "512", "-o", "large.png")
+        self.assertEqual((done["width"], done["url"], done["from"]), (512, None, "network"))
+        self.assertEqual(png_size(self.folder / "large.png"), (512, 512))
+        again = self.answer("tile", mercator, "10/9/4", "--size", "512", "-o", "again.png")
+        self.assertEqual(again["from"], "cache")
+        for datum, options in [("wgs84", []), ("gcj02", []), ("gcj02", ["--block-copy"]),
+                               ("bd09", ["--size", "100", "--block-copy"])]:
+            done = self.answer("tile", mercator, "10/9/4", "--datum", datum, *options)
+            self.assertEqual(done["width"], 100 if "--size" in options else 256)
+        self.kxtile("tile", mercator, "10/9/4", "--size", "8193", status=2)
+        self.kxtile("tile", mercator, "10/9/4", "--size", "0", status=2)
+        self.kxtile("tile", mercator, "10/9/4", "--raw", "--block-copy", status=2)
+        done = self.kxtile("tile", mercator, f"0/0/30", "--size", "512", status=1)
+        self.assertIn(b"Levels go to 30", done.stderr)
+
+    def test_raw_tiles_of_the_plane_have_numbers_of_either_sign(self):
+        plane = self.url("/status/404/x=%d&y=%d&z=%d")
+        for address, shown in [("-5/-7/4", "x=M5&y=M7&z=4"), ("5/7/4", "x=5&y=7&z=4")]:
+            done = self.kxtile("tile", plane.replace("%d&y=%d&z=%d", "{$x}&y={$y}&z={$z}"),
+                               address, "--raw", "--scheme", "baidu", "--rows", "south", status=3)
+            self.assertIn(shown.encode(), done.stderr)
+        self.kxtile("tile", plane, "-17/0/4", "--raw", "--scheme", "baidu", status=2)
+
+    def test_locate_agrees_with_the_published_vectors(self):
+        with VECTORS.open(encoding="utf-8") as file:
+            vectors = [row for row in csv.DictReader(file) if abs(float(row["bd_lat"])) < 74]
+        for row in vectors[::12]:
+            place = f"{float(row['lon']):.15f},{float(row['lat']):.15f}"
+            answer = self.answer("locate", place, "--level", "17")
+            shifted = {entry["datum"]: entry for entry in answer["datums"]}
+            for datum, prefix in [("GCJ-02", "gcj"), ("BD-09", "bd")]:
+                self.assertAlmostEqual(shifted[datum]["longitude"], float(row[prefix + "_lon"]),
+                                       delta=1e-9)
+                self.assertAlmostEqual(shifted[datum]["latitude"], float(row[prefix + "_lat"]),
+                                       delta=1e-9)
+            grids = {(entry["grid"], entry["datum"]): entry for entry in answer["grids"]}
+            plane = grids["Baidu", "BD-09"]
+            self.assertAlmostEqual(plane["column"], float(row["mc_x"]) / 2 / 256, delta=1e-6)
+            self.assertAlmostEqual(plane["row_from_south"], float(row["mc_y"]) / 2 / 256,
+                                   delta=1e-6)
+            latitude = math.radians(float(row["gcj_lat"]))
+            mercator = grids["Web Mercator", "GCJ-02"]
+            self.assertAlmostEqual(
+                mercator["row_from_south"],
+                (1 + math.asinh(math.tan(latitude)) / math.pi) / 2 * 2 ** 17, delta=1e-5)
+            self.assertAlmostEqual(grids["geographic", "WGS 84"]["row_from_south"],
+                                   (float(row["lat"]) + 180) / 360 * 2 ** 17, delta=1e-6)
+
+    def test_locate_tells_the_url_of_a_source(self):
+        answer = self.answer("locate", "116.404,39.915", "--level", "15", "--scheme", "baidu",
+                             "--datum", "bd09", "--rows", "south", "http://h/x={$x}&y={$y}&z={$z}")
+        # 12959580.67 and 4827036.87 plane metres, 8 x 256 a tile.
+        self.assertEqual(answer["source"]["url"], "http://h/x=6327&y=2356&z=15")
+        west = self.answer("locate", "-0.12,51.5", "--level", "3", "http://h/{$z}/{$x}/{$y}")
+        self.assertEqual(west["source"]["url"], "http://h/3/3/2")
+        self.assertEqual(west["grids"][0]["quadkey"], "031")
+        table = self.kxtile("locate", "10,89.9", "--level", "3").stdout
+        self.assertEqual(table.count(b"outside"), 6)
+        for wrong in (["10", "--level", "3"], ["10,91", "--level", "3"], ["1,2,3", "--level", "3"],
+                      ["nan,1", "--level", "3"], ["1,1", "--level", "31"], ["1,1"]):
+            self.kxtile("locate", *wrong, status=2)
+        self.kxtile("locate", "10,89.9", "--level", "3", "http://h/{$z}/{$x}/{$y}", status=3)
+
+    def test_align_shows_four_panels_for_each_source(self):
+        mercator = self.url("/xyz/graticule/{$z}/{$x}/{$y}.png")
+        answer = self.answer("align", mercator, "--at", "116.39,39.9", "--level", "9",
+                             "--beside", f"{SOURCES}/xyz.toml", "-o", "sheet.png")
+        self.assertEqual(len(answer["sources"]), 2)
+        self.assertEqual(answer["sources"][0]["mean_difference"] < 3, True, answer)
+        width, height = png_size(self.folder / "sheet.png")
+        self.assertEqual((width > 4 * 512, height > 2 * 512), (True, True))
+        gone = self.url("/status/404/{$z}/{$x}/{$y}")
+        self.kxtile("align", gone, "--at", "1,1", "--level", "9", status=3)
+        self.kxtile("align", self.url("/status/500/{$z}/{$x}/{$y}"), "--at", "1,1",
+                    "--level", "9", status=1)
+        self.kxtile("align", mercator, "--at", "1,89.9", "--level", "9", status=2)
+        self.kxtile("align", mercator, "--at", "1,1", "--level", "9", "-o", "a.txt", status=2)
 
     def test_without_disk_cache_nothing_is_kept(self):
         done = self.answer("--no-disk-cache", "tile", f"{SOURCES}/south-rows.toml", "4/3/3")
@@ -214,7 +257,7 @@ class KxtileTest(unittest.TestCase):
         done = self.kxtile("source", "show", definition)
         self.assertNotIn(b"tell-nobody", done.stdout + done.stderr)
         shown = self.answer("source", "show", definition)
-        self.assertEqual(shown["url"], "http://h/%d/%d/%d?key=${TEST_KEY}")
+        self.assertEqual(shown["url"], "http://h/{$z}/{$x}/{$y}?key=${TEST_KEY}")
         self.assertEqual((shown["datum"], shown["scheme"], shown["rows"]),
                          ("GCJ-02", 12, "from the south"))
         self.assertIn(b"key=tell-nobody", self.kxtile("url", definition, "0/0/0").stdout)

@@ -39,6 +39,8 @@ public:
     /// Waits until the client or the server's destructor ends the connection.
     void WaitForEnd();
     bool IsOpen() const { return m_isOpen; }
+    /// For routes that go on with another protocol; the connection keeps the socket.
+    int Socket() const { return m_socket; }
 
 private:
     int m_socket;

@@ -34,6 +34,8 @@ bool SetBorders(CURL* handle)
            Set(handle, CURLOPT_REDIR_PROTOCOLS_STR, "http,https") &&
            Set(handle, CURLOPT_FOLLOWLOCATION, 1L) &&
            Set(handle, CURLOPT_MAXREDIRS, kMaxRedirects) &&
+           // A proxy's answer to CONNECT is not the server's.
+           Set(handle, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L) &&
            Set(handle, CURLOPT_SSL_VERIFYPEER, 1L) && Set(handle, CURLOPT_SSL_VERIFYHOST, 2L) &&
            Set(handle, CURLOPT_LOW_SPEED_LIMIT, kMinBytesPerSecond);
 }
@@ -51,23 +53,39 @@ bool SetConnections(CURL* handle)
            Set(handle, CURLOPT_BUFFERSIZE, 65536L);
 }
 
-Handle MakeHandle()
+/// Trusts this file's certificates and no others, those of a proxy's TLS too.
+bool SetTrust(CURL* handle, const std::string& caFile)
+{
+    return Set(handle, CURLOPT_CAINFO, caFile.c_str()) &&
+           Set(handle, CURLOPT_PROXY_CAINFO, caFile.c_str()) &&
+           Set<char*>(handle, CURLOPT_CAPATH, nullptr) &&
+           Set<char*>(handle, CURLOPT_PROXY_CAPATH, nullptr);
+}
+
+Handle MakeHandle(const std::string& caFile)
 {
     if (!StartLibrary())
         return nullptr;
     Handle handle(curl_easy_init());
     if (handle == nullptr || !SetBorders(handle.get()) || !SetConnections(handle.get()))
         return nullptr;
+    if (!caFile.empty() && !SetTrust(handle.get(), caFile))
+        return nullptr;
     return handle;
 }
 
 } // namespace
 
-CURL* ThreadCurlHandle()
+CURL* ThreadCurlHandle(const std::string& caFile)
 {
     thread_local Handle handle;
-    if (handle == nullptr)
-        handle = MakeHandle();
+    thread_local std::string trusted;
+    if (handle == nullptr || trusted != caFile) {
+        // A connection that was made under other trust must not serve this request.
+        handle.reset();
+        trusted = caFile;
+        handle = MakeHandle(caFile);
+    }
     return handle.get();
 }
 

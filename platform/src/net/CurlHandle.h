@@ -3,6 +3,8 @@
 
 #include <curl/curl.h>
 
+#include <string>
+
 namespace KxC::Http {
 
 constexpr long kMaxRedirects = 5;
@@ -11,8 +13,9 @@ constexpr long kConnectTimeoutMs = 10000;
 constexpr long kMinBytesPerSecond = 100;
 
 /// The calling thread's client with everything that all requests share already set. It keeps its
-/// connections until the thread ends.
+/// connections until the thread ends or asks for other certificates.
+/// @param caFile  whose certificates are trusted; empty for the system's
 /// @return null when the client library cannot be started
-CURL* ThreadCurlHandle();
+CURL* ThreadCurlHandle(const std::string& caFile);
 
 } // namespace KxC::Http

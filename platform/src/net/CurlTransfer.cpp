@@ -66,9 +66,25 @@ bool Set(CURL* handle, CURLoption option, Value value)
 
 /// Half of what was asked for, so that a stalled answer leaves time for another try, yet never so
 /// short that a service which renders while we wait is given up.
-long StallSeconds(Milliseconds timeout)
+long StallSeconds(Milliseconds timeout, std::chrono::seconds shortest)
 {
-    return static_cast<long>(std::max<Milliseconds::rep>(15, timeout.count() / 2000));
+    const auto half = std::chrono::duration_cast<std::chrono::seconds>(timeout / 2);
+    return static_cast<long>(std::max(shortest, half).count());
+}
+
+/// In tenths, as HttpAnswer tells it.
+int TenfoldVersion(long libraryVersion)
+{
+    switch (libraryVersion) {
+    case CURL_HTTP_VERSION_1_0:
+        return 10;
+    case CURL_HTTP_VERSION_1_1:
+        return 11;
+    case CURL_HTTP_VERSION_2_0:
+        return 20;
+    default:
+        return 0;
+    }
 }
 
 long RemainingMs(TimePoint deadline, TimePoint now)
@@ -83,8 +99,9 @@ long RemainingMs(TimePoint deadline, TimePoint now)
 class Exchange
 {
 public:
-    Exchange(CURL* handle, const HttpRequest& request)
-        : m_handle(handle), m_request(request), m_headers(MakeHeaderList(request.headerLines))
+    Exchange(CURL* handle, const HttpRequest& request, long stallSeconds)
+        : m_handle(handle), m_request(request), m_stallSeconds(stallSeconds),
+          m_headers(MakeHeaderList(request.headerLines))
     {
     }
     ~Exchange()
@@ -109,6 +126,7 @@ private:
 
     CURL* m_handle;
     const HttpRequest& m_request;
+    long m_stallSeconds;
     HeaderList m_headers;
     AnswerReceiver m_receiver;
     std::array<char, CURL_ERROR_SIZE> m_words{};
@@ -122,7 +140,7 @@ bool Exchange::Prepare(TimePoint now)
            Set(m_handle, CURLOPT_HTTPHEADER, m_headers.get()) &&
            Set(m_handle, CURLOPT_TIMEOUT_MS, RemainingMs(m_request.deadline, now)) &&
            Set(m_handle, CURLOPT_CONNECTTIMEOUT_MS, kConnectTimeoutMs) &&
-           Set(m_handle, CURLOPT_LOW_SPEED_TIME, StallSeconds(m_request.timeout)) &&
+           Set(m_handle, CURLOPT_LOW_SPEED_TIME, m_stallSeconds) &&
            Set(m_handle, CURLOPT_HEADERFUNCTION, &ReceiveHeader) &&
            Set(m_handle, CURLOPT_WRITEFUNCTION, &ReceiveBody) &&
            Set<void*>(m_handle, CURLOPT_HEADERDATA, &m_receiver) &&
@@ -152,6 +170,7 @@ TransferFault Exchange::FaultFor(CURLcode code, TimePoint now) const
     fault.bytesReceived = m_receiver.BytesReceived();
     fault.connected = Info<curl_off_t>(CURLINFO_CONNECT_TIME_T) > 0;
     fault.deadlinePassed = now + kTimerSlack >= m_request.deadline;
+    fault.proxyStatus = static_cast<int>(Info<long>(CURLINFO_HTTP_CONNECTCODE));
     fault.systemError = Info<long>(CURLINFO_OS_ERRNO);
     fault.libraryWords = m_words.data();
     return fault;
@@ -169,6 +188,7 @@ HttpAnswer Exchange::AnswerFor(CURLcode code, TimePoint now)
     HttpAnswer answer;
     answer.attempts = 1;
     answer.status = m_receiver.Status();
+    answer.httpVersion = TenfoldVersion(Info<long>(CURLINFO_HTTP_VERSION));
     answer.bytesReceived = m_receiver.BytesReceived();
     answer.complete = code == CURLE_OK || IsSettledByStatus();
     if (const char* type = Info<char*>(CURLINFO_CONTENT_TYPE))
@@ -189,13 +209,13 @@ HttpAnswer Exchange::AnswerFor(CURLcode code, TimePoint now)
 
 HttpAnswer CurlTransfer::Send(const HttpRequest& request)
 {
-    CURL* const handle = ThreadCurlHandle();
+    CURL* const handle = ThreadCurlHandle(m_caFile.Get());
     if (handle == nullptr) {
         HttpAnswer answer;
         answer.cause = "the HTTP client cannot be started; out of memory or a broken libcurl";
         return answer;
     }
-    Exchange exchange(handle, request);
+    Exchange exchange(handle, request, StallSeconds(request.timeout, m_shortestStall));
     const CURLcode code = exchange.Run(m_clock.Now());
     return exchange.AnswerFor(code, m_clock.Now());
 }

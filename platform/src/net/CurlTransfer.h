@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "CaFile.h"
 #include "HttpClient.h"
+
+#include <utility>
 
 namespace KxC::Http {
 
@@ -10,11 +13,21 @@ namespace KxC::Http {
 class CurlTransfer final : public HttpClient
 {
 public:
-    explicit CurlTransfer(const Clock& clock) : m_clock(clock) {}
+    /// For how long an answer may stay below the floor on speed, at the least.
+    static constexpr std::chrono::seconds kShortestStall{15};
+
+    explicit CurlTransfer(const Clock& clock, std::chrono::seconds shortestStall = kShortestStall)
+        : m_clock(clock), m_shortestStall(shortestStall)
+    {
+    }
     HttpAnswer Send(const HttpRequest& request) override;
+    /// @param path  empty leaves the choice to the environment and the system
+    void SetCaFile(std::string path) { m_caFile.Set(std::move(path)); }
 
 private:
     const Clock& m_clock;
+    std::chrono::seconds m_shortestStall;
+    CaFile m_caFile;
 };
 
 } // namespace KxC::Http

@@ -10,6 +10,7 @@ HttpAnswer HttpAnswer::Copy() const
 {
     HttpAnswer copy;
     copy.status = status;
+    copy.httpVersion = httpVersion;
     copy.complete = complete;
     copy.transient = transient;
     copy.bytesReceived = bytesReceived;

@@ -26,6 +26,7 @@ struct HttpRequest
 struct HttpAnswer
 {
     int status = 0;         ///< of the last answer, 0 when none came
+    int httpVersion = 0;    ///< ten times the number: 10, 11 or 20; 0 when none came
     bool complete = false;  ///< the whole answer arrived, or as much of it as its status needs
     bool transient = false; ///< broken off in a way that another try may mend
     MallocBuffer body;      ///< empty unless complete with a 2xx status

@@ -13,6 +13,7 @@
 #include <strings.h>
 
 #include <exception>
+#include <new>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -148,6 +149,7 @@ void Describe(KxNetRequestInfo& info, const HttpAnswer& answer)
 {
     info.m_result = ResultOf(answer);
     info.m_nHttpStatus = answer.status;
+    info.m_nHttpVersion = answer.httpVersion;
     info.m_nAttempts = answer.attempts;
     info.m_nBytes = answer.bytesReceived;
     info.m_strContentType = ToKxString(answer.contentType);
@@ -202,6 +204,14 @@ NetError KxNetGetch::RequestData(KxRawData& data,
 void KxNetGetch::SetMaxRequestsPerHost(int limit)
 {
     SharedLayers().limited.SetLimit(limit);
+}
+
+bool KxNetGetch::SetCaFile(const KxString& path)
+try {
+    SharedLayers().transfer.SetCaFile(std::string(View(path)));
+    return true;
+} catch (const std::bad_alloc&) {
+    return false;
 }
 
 const KxNetRequestInfo& KxNetGetch::GetLastRequestInfo()

@@ -18,6 +18,15 @@ std::string KeyOf(const HttpRequest& request)
     return key;
 }
 
+HttpAnswer LateAnswer(const HttpRequest& request)
+{
+    HttpAnswer answer;
+    answer.cause = "time-out of " + std::to_string(request.timeout.count()) +
+                   " ms reached while the same request was under way on another thread; allow "
+                   "more time or try later";
+    return answer;
+}
+
 HttpAnswer LostAnswer()
 {
     HttpAnswer answer;
@@ -100,19 +109,24 @@ HttpAnswer SharingClient::Send(const HttpRequest& request)
     const auto [entry, isNew] = m_flights.try_emplace(std::move(key), flight);
     if (!isNew) {
         flight = entry->second;
-        return WaitFor(*flight, lock);
+        return WaitFor(*flight, request, lock);
     }
     Sender sender(*this, entry);
     lock.unlock();
     return sender.Send(request);
 }
 
-HttpAnswer SharingClient::WaitFor(Flight& flight, std::unique_lock<std::mutex>& lock)
+HttpAnswer SharingClient::WaitFor(Flight& flight,
+                                  const HttpRequest& request,
+                                  std::unique_lock<std::mutex>& lock)
 {
     ++flight.waiters;
-    flight.landed.wait(lock, [&] { return flight.hasLanded; });
+    const bool hasLanded =
+        flight.landed.wait_until(lock, request.deadline, [&] { return flight.hasLanded; });
     --flight.waiters;
     lock.unlock();
+    if (!hasLanded)
+        return LateAnswer(request);
     // Nobody writes a flight that has landed: the copies are made side by side.
     return flight.hasAnswer ? flight.answer.Copy() : LostAnswer();
 }

@@ -2,6 +2,7 @@
 #include "TransferCause.h"
 
 #include "CurlHandle.h"
+#include "StatusTable.h"
 
 #include <cerrno>
 
@@ -52,6 +53,18 @@ std::string WordsForProtocol(const TransferFault& fault)
     return "the answer is not HTTP; check host and port of the address";
 }
 
+/// A proxy that answers CONNECT with anything but a success makes no tunnel.
+bool IsRefusedByProxy(const TransferFault& fault)
+{
+    return fault.proxyStatus >= 300;
+}
+
+std::string WordsForProxy(const TransferFault& fault, const HttpRequest& request)
+{
+    return "the proxy made no tunnel to host " + Quoted(HostOf(request.url)) + " (status " +
+           std::to_string(fault.proxyStatus) + "); check https_proxy and what the proxy allows";
+}
+
 std::string WordsForCode(const TransferFault& fault, const HttpRequest& request)
 {
     const std::string host = Quoted(HostOf(request.url));
@@ -72,7 +85,12 @@ std::string WordsForCode(const TransferFault& fault, const HttpRequest& request)
         return "more than " + std::to_string(kMaxRedirects) + " redirects; check the address";
     case CURLE_PEER_FAILED_VERIFICATION:
         return "TLS certificate of host " + host +
-               " not trusted; check its name and validity and the system's certificates";
+               " not trusted; check its name and validity, and the certificates of the system or "
+               "of "
+               "your CA file";
+    case CURLE_SSL_CACERT_BADFILE:
+        return "the file of trusted certificates cannot be read; check the CA file that is set, "
+               "KXTILE_CA_FILE, CURL_CA_BUNDLE and SSL_CERT_FILE";
     case CURLE_SSL_CONNECT_ERROR:
         return "no TLS connection to host " + host + "; check that it speaks https";
     case CURLE_PARTIAL_FILE:
@@ -93,6 +111,8 @@ std::string WordsFor(const TransferFault& fault, const HttpRequest& request)
     std::string words = WordsForStop(fault.stop);
     if (!words.empty())
         return words;
+    if (IsRefusedByProxy(fault))
+        return WordsForProxy(fault, request);
     words = WordsForCode(fault, request);
     if (!fault.libraryWords.empty())
         words += " (" + fault.libraryWords + ")";
@@ -103,6 +123,8 @@ bool IsTransient(const TransferFault& fault)
 {
     if (fault.stop != AnswerReceiver::Stop::None)
         return false;
+    if (IsRefusedByProxy(fault))
+        return IsTransientStatus(fault.proxyStatus);
     switch (fault.code) {
     case CURLE_OPERATION_TIMEDOUT:
     case CURLE_PARTIAL_FILE:
@@ -112,8 +134,12 @@ bool IsTransient(const TransferFault& fault)
     case CURLE_HTTP2:
     case CURLE_HTTP2_STREAM:
         return true;
-    default:
+    case CURLE_COULDNT_CONNECT:
+    case CURLE_SSL_CONNECT_ERROR:
+        // Only here: otherwise the number may be left over from an earlier request.
         return fault.systemError == ECONNRESET;
+    default:
+        return false;
     }
 }
 

@@ -3,7 +3,6 @@
 
 #include <optional>
 #include <string>
-#include <string_view>
 
 namespace KxC {
 
@@ -11,10 +10,5 @@ namespace KxC {
 /// a path from outside neither blocks nor feeds without end.
 /// @param problem  says why there is no result
 std::optional<std::string> ReadSmallFile(const std::string& path, std::string& problem);
-
-/// The first line on which a key has more parts ("a.b.c") than any definition needs, 0 when none
-/// has. Every part is a level of nesting in the parsed tree, and a tree as deep as a file is long
-/// exhausts the stack when it is taken down.
-int FindTooDeepKey(std::string_view toml);
 
 } // namespace KxC

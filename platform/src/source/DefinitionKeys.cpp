@@ -11,7 +11,7 @@ namespace {
 constexpr std::string_view kDefinitionKeys =
     "url servers scheme datum rows axis_order tile_size level_offset format version user_agent "
     "headers script attr1 attr2 attr3 attr4 attr5 option1 option2 option3 value1 value2 value3 "
-    "bounds";
+    "bounds name attribution terms notes enabled";
 constexpr std::string_view kBoundsKeys = "west south east north min_level max_level";
 
 /// Longer words are no slip of the finger; it also bounds the work for a hostile file.

@@ -5,10 +5,17 @@
 #include "Report.h"
 
 #include <string>
+#include <string_view>
 
 namespace KxC {
 
-/// Reads and checks a definition file. The result is good only when the report has not failed.
+/// Reads and checks a definition file, in whatever form it is written. The result is good only
+/// when the report has not failed.
+/// @param path  a file; of one that holds several sources "#name" behind it chooses one
 Definition ReadDefinition(const std::string& path, Report& report);
+
+/// The same from memory.
+/// @param path  where the text would stand: its folder and its "#name" count
+Definition ReadDefinitionText(std::string_view text, const std::string& path, Report& report);
 
 } // namespace KxC

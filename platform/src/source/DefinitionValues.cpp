@@ -2,6 +2,7 @@
 #include "DefinitionValues.h"
 
 #include "Environment.h"
+#include "TextRules.h"
 
 #include <algorithm>
 #include <cmath>
@@ -11,37 +12,9 @@ namespace KxC {
 
 namespace {
 
-bool IsControl(char byte)
-{
-    return static_cast<unsigned char>(byte) < 0x20 || byte == 0x7F;
-}
-
-bool HasControl(std::string_view text)
-{
-    return std::any_of(text.begin(), text.end(), IsControl);
-}
-
 bool IsBlankOrComma(char byte)
 {
     return byte == ' ' || byte == ',' || byte == '\t' || byte == '\n' || byte == '\r';
-}
-
-/// RFC 9110, token.
-bool IsHeaderNameByte(char byte)
-{
-    const bool alphanumeric = (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') ||
-                              (byte >= '0' && byte <= '9');
-    return alphanumeric || std::string_view("!#$%&'*+-.^_`|~").find(byte) != std::string_view::npos;
-}
-
-bool IsHeaderLine(std::string_view line)
-{
-    const std::size_t colon = line.find(':');
-    const std::string_view name = line.substr(0, colon);
-    return colon != std::string_view::npos && !name.empty() &&
-           std::all_of(name.begin(), name.end(), IsHeaderNameByte) &&
-           std::none_of(
-               line.begin(), line.end(), [](char byte) { return byte != '\t' && IsControl(byte); });
 }
 
 std::string KindOf(const toml::node& node)
@@ -256,7 +229,7 @@ void DefinitionValues::AddHeaderTable(std::string_view key,
 {
     for (const auto& [name, value] : table) {
         const std::string_view nameText = name.str();
-        if (nameText.empty() || !std::all_of(nameText.begin(), nameText.end(), IsHeaderNameByte))
+        if (!IsHeaderName(nameText))
             m_report.Error(LineOf(value),
                            m_prefix + std::string(key),
                            "has " + Printable(nameText) +

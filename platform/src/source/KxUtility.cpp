@@ -49,15 +49,22 @@ void Set(KxSLevelBounds& output, const Definition& definition)
     Set(output.m_nMaxLevel, definition.maxLevel);
 }
 
-/// Reads the definition and notes what there is to say; false when it must not be used.
-bool Read(const KxString& path, Definition& definition)
+std::string ToText(const KxString& text)
+{
+    return {text.Cstr(), static_cast<std::size_t>(text.GetLength())};
+}
+
+/// Reads a definition, by a reader that takes its path and a report, and notes what there is to
+/// say; false when it must not be used.
+template <class Reader>
+bool Read(const KxString& path, Definition& definition, Reader reader)
 {
     Report report;
-    const std::string text(path.Cstr(), static_cast<std::size_t>(path.GetLength()));
+    const std::string text = ToText(path);
     if (text.find('\0') != std::string::npos)
         report.Error(0, "", "the definition cannot be read: its path holds a NUL character");
     else
-        definition = ReadDefinition(text, report);
+        definition = reader(text, report);
     const bool good = !report.Failed();
     Messages() = report.Take();
     return good;
@@ -74,11 +81,12 @@ void NoteOutOfMemory() noexcept
     }
 }
 
-/// The same without exceptions: the callers of the exported operation expect none.
-bool ReadSafely(const KxString& path, Definition& definition) noexcept
+/// The same without exceptions: the callers of the exported operations expect none.
+template <class Reader>
+bool ReadSafely(const KxString& path, Definition& definition, Reader reader) noexcept
 {
     try {
-        return Read(path, definition);
+        return Read(path, definition, reader);
     } catch (const std::exception&) {
         NoteOutOfMemory();
         return false;
@@ -115,7 +123,7 @@ unsigned char KxUtility::LoadNewTSD(const KxString& path,
                                     KxArray<KxString>& headers)
 {
     Definition definition;
-    if (!ReadSafely(path, definition))
+    if (!ReadSafely(path, definition, ReadDefinition))
         return 0;
     try {
         Set(levelBounds, definition);
@@ -149,6 +157,16 @@ unsigned char KxUtility::LoadNewTSD(const KxString& path,
         NoteOutOfMemory();
         return 0;
     }
+}
+
+unsigned char KxUtility::CheckTSDText(const KxString& text, const KxString& path)
+{
+    const std::string_view bytes(text.Cstr(), static_cast<std::size_t>(text.GetLength()));
+    Definition definition;
+    const auto reader = [bytes](const std::string& place, Report& report) {
+        return ReadDefinitionText(bytes, place, report);
+    };
+    return ReadSafely(path, definition, reader) ? 1 : 0;
 }
 
 const std::vector<KxTSDMessage>& KxUtility::GetLastTSDMessages()

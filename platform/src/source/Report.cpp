@@ -33,6 +33,11 @@ void Report::Warn(int line, std::string_view key, const std::string& text)
     Add(false, line, key, text);
 }
 
+bool Report::HasRoom() const
+{
+    return m_messages.size() < kMaxMessages;
+}
+
 std::vector<KxTSDMessage> Report::Take()
 {
     std::stable_sort(m_messages.begin(),
@@ -48,7 +53,7 @@ void Report::Add(bool error, int line, std::string_view key, const std::string& 
     // An error must not be lost behind warnings: it takes the last place if need be.
     if (m_messages.size() == kMaxMessages && error && !m_messages.back().m_bError)
         m_messages.pop_back();
-    if (m_messages.size() < kMaxMessages)
+    if (HasRoom())
         m_messages.push_back({error, line, Printable(key).c_str(), text.c_str()});
 }
 

@@ -17,6 +17,8 @@ public:
     void Error(int line, std::string_view key, const std::string& text);
     void Warn(int line, std::string_view key, const std::string& text);
     bool Failed() const { return m_failed; }
+    /// Whether another warning would be kept.
+    bool HasRoom() const;
     /// The messages in the order of their lines.
     std::vector<KxTSDMessage> Take();
 

@@ -13,6 +13,43 @@ TEST(Conventions, RowsFromNorthAndFromSouthMirrorEachOther)
     EXPECT_EQ(WindowFromSouth({0, 0, 0}), WindowFromNorth({0, 0, 0}));
 }
 
+TEST(Conventions, TilesOfDoubleEdgeHaveThePixelsOfTheNextLevel)
+{
+    EXPECT_EQ(WindowOfDoubleEdge({3, 5, 2}), (PixelWindow{4, 5 * 512, 2 * 512, 512}));
+    EXPECT_FALSE(WindowOfDoubleEdge({3, 8, 2}));
+    EXPECT_TRUE(WindowOfDoubleEdge({21, 0, 0}));
+    EXPECT_FALSE(WindowOfDoubleEdge({22, 0, 0}));
+}
+
+TEST(Conventions, TilesOfTheBaiduGridCountFromTheOrigin)
+{
+    // At level 18 a pixel is a metre: (12958175, 4825923.77) lies in tile (50617, 18851).
+    const auto window = WindowFromOrigin({18, 50617, 18851});
+    ASSERT_TRUE(window);
+    const std::int64_t origin = 33554432;
+    EXPECT_EQ(window->left, origin + 50617 * 256);
+    EXPECT_EQ(window->top + 256, origin - 18851 * 256);
+    EXPECT_EQ(WindowFromOrigin({1, -1, -1}), (PixelWindow{1, 0, 256}));
+    EXPECT_EQ(WindowFromOrigin({0, 0, 0}), (PixelWindow{0, 128, -128}));
+}
+
+TEST(Conventions, TheBaiduGridEndsWithItsMap)
+{
+    // Level 3: tiles of 8388608 m; 180 degrees are 20037726 m, 74 degrees 12474104 m.
+    for (const std::int64_t column : {-3, 2})
+        EXPECT_TRUE(WindowFromOrigin({3, column, 0})) << column;
+    for (const std::int64_t column : {-4, 3})
+        EXPECT_FALSE(WindowFromOrigin({3, column, 0})) << column;
+    for (const std::int64_t row : {-2, 1})
+        EXPECT_TRUE(WindowFromOrigin({3, 0, row})) << row;
+    for (const std::int64_t row : {-3, 2})
+        EXPECT_FALSE(WindowFromOrigin({3, 0, row})) << row;
+    const std::int64_t far = TileNumbers::kFarOutside;
+    EXPECT_FALSE(WindowFromOrigin({22, far, -far}));
+    EXPECT_FALSE(WindowFromOrigin({23, 0, 0}));
+    EXPECT_FALSE(WindowFromOrigin({-1, 0, 0}));
+}
+
 TEST(Conventions, LastTileOfTheDeepestLevelExistsAndTheNextDoesNot)
 {
     const std::int64_t last = (1 << 22) - 1;

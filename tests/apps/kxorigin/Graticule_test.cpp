@@ -24,8 +24,9 @@ const Grid& Mercator()
 
 bool IsWholeColumnLine(const Pixels& tile, int column)
 {
-    for (int row = 0; row < kTileEdge; ++row) {
-        if (!(tile.At(column, row) == Graticule::kLine))
+    for (int row = 0; row < tile.height; ++row) {
+        const Colour& colour = tile.At(column, row);
+        if (colour != Graticule::kMeridian && colour != Graticule::kCrossing)
             return false;
     }
     return true;
@@ -33,8 +34,9 @@ bool IsWholeColumnLine(const Pixels& tile, int column)
 
 bool IsWholeRowLine(const Pixels& tile, int row)
 {
-    for (int column = 0; column < kTileEdge; ++column) {
-        if (!(tile.At(column, row) == Graticule::kLine))
+    for (int column = 0; column < tile.width; ++column) {
+        const Colour& colour = tile.At(column, row);
+        if (colour != Graticule::kParallel && colour != Graticule::kCrossing)
             return false;
     }
     return true;
@@ -50,12 +52,12 @@ double PixelRow(double latitude, int level)
 
 TEST(Graticule, MeridiansLieInThePixelThatContainsThem)
 {
-    // Level 12 has a line each 0.02 degrees; this tile holds 116.38, 116.4, 116.42 and 116.44 E.
+    // Level 12 has a line each 0.01 degrees; this tile holds 116.37 to 116.45 E.
     const std::int64_t left = 3372 * 256;
     const Pixels tile = Graticule().Draw(Mercator(), {12, left, 1552 * 256});
     std::set<int> expected;
-    for (int line = 5818; line <= 5823; ++line) {
-        const double pixel = (line * 0.02 + 180) / 360 * 256 * 4096;
+    for (int line = 11637; line <= 11645; ++line) {
+        const double pixel = (line * 0.01 + 180) / 360 * 256 * 4096;
         expected.insert(static_cast<int>(std::floor(pixel)) - static_cast<int>(left));
     }
     for (int column = 0; column < kTileEdge; ++column)
@@ -67,8 +69,8 @@ TEST(Graticule, ParallelsLieInThePixelThatContainsThem)
     const std::int64_t top = 1552 * 256;
     const Pixels tile = Graticule().Draw(Mercator(), {12, 3372 * 256, top});
     std::set<int> expected;
-    for (int line = 1990; line <= 2000; ++line)
-        expected.insert(static_cast<int>(std::floor(PixelRow(line * 0.02, 12))) -
+    for (int line = 3980; line <= 4000; ++line)
+        expected.insert(static_cast<int>(std::floor(PixelRow(line * 0.01, 12))) -
                         static_cast<int>(top));
     for (int row = 0; row < kTileEdge; ++row)
         EXPECT_EQ(IsWholeRowLine(tile, row), expected.contains(row)) << row;
@@ -130,17 +132,77 @@ TEST(Graticule, LabelsStandSouthEastOfTheCrossing)
 TEST(Graticule, GroundBeyondThePolesIsPlain)
 {
     const Pixels tile = Graticule().Draw(GridOf(GridKind::Geographic), {0, 0, 0});
-    EXPECT_EQ(tile.At(100, 63), Graticule::kBeyondPoles);
+    EXPECT_EQ(tile.At(100, 63), kBeyondMap);
     EXPECT_TRUE(IsWholeRowLine(tile, 64));
 }
 
-TEST(Graticule, EveryLevelHasLinesWithinReachAndRoomForLabels)
+/// How many lines of a colour cross the tile's middle row, or its middle column.
+int CountLines(const Pixels& tile, bool isAcross)
+{
+    int count = 0;
+    for (int i = 0; i < tile.width; ++i)
+        count += isAcross ? IsWholeColumnLine(tile, i) : IsWholeRowLine(tile, i);
+    return count;
+}
+
+TEST(Graticule, TilesHoldSeveralLinesWithRoomBetween)
+{
+    for (int level = 3; level <= kMaxLevel; ++level) {
+        for (const double latitude : {0.001, 39.9}) {
+            const auto side = static_cast<double>(SidePixels(level));
+            const auto column = static_cast<std::int64_t>((116.4 + 180) / 360 * side) / 256;
+            const auto row = static_cast<std::int64_t>(PixelRow(latitude, level)) / 256;
+            const Pixels tile = Graticule().Draw(Mercator(), {level, column * 256, row * 256});
+            EXPECT_GE(CountLines(tile, true), 3) << level;
+            EXPECT_GE(CountLines(tile, false), 3) << level;
+            EXPECT_LE(CountLines(tile, true), 256 / kSmallestCell + 1) << level;
+        }
+    }
+}
+
+TEST(Graticule, LabelsKeepOffEachOther)
 {
     for (int level = 0; level <= kMaxLevel; ++level) {
-        const double pixels =
-            SpacingAt(level).Degrees() * static_cast<double>(SidePixels(level)) / 360;
-        EXPECT_GE(pixels, 24) << level;
-        EXPECT_LE(pixels, 256) << level;
+        const double pixelsPerDegree = Mercator().PixelsPerDegree(level);
+        const Spacing spacing = SpacingAt(pixelsPerDegree);
+        const double apart =
+            LabelStep(spacing, pixelsPerDegree) * spacing.Degrees() * pixelsPerDegree;
+        const int points = spacing.decimals > 0 ? spacing.decimals + 1 : 0;
+        EXPECT_GE(apart, kGlyphAdvance * (4 + points)) << level;
+        EXPECT_LE(apart, 256) << level;
+    }
+}
+
+TEST(Graticule, LinesAndLabelsAreToldApartByColour)
+{
+    // Red alone is low in labels and parallels, blue alone in labels and meridians; both are light
+    // in the ground.
+    EXPECT_GT(Graticule::kMeridian.red, 200);
+    EXPECT_LT(Graticule::kMeridian.blue + Graticule::kMeridian.green, 20);
+    EXPECT_GT(Graticule::kParallel.blue, 200);
+    EXPECT_LT(Graticule::kParallel.red + Graticule::kParallel.green, 20);
+    EXPECT_LT(Graticule::kInk.red + Graticule::kInk.blue, 20);
+    const Pixels tile = Graticule().Draw(Mercator(), {12, 3372 * 256, 1552 * 256});
+    for (const Colour& colour : tile.data)
+        EXPECT_TRUE(colour == Graticule::kMeridian || colour == Graticule::kParallel ||
+                    colour == Graticule::kCrossing || colour == Graticule::kInk ||
+                    colour == Graticule::kEvenGround || colour == Graticule::kOddGround);
+}
+
+TEST(Graticule, ATileOfDoubleEdgeIsFourTiles)
+{
+    const Pixels large = Graticule().Draw(Mercator(), {6, 1024, 512, 512});
+    ASSERT_EQ(large.width, 512);
+    for (const int right : {0, 1}) {
+        for (const int down : {0, 1}) {
+            const Pixels quarter =
+                Graticule().Draw(Mercator(), {6, 1024 + right * 256, 512 + down * 256});
+            for (int row = 0; row < 256; ++row) {
+                for (int column = 0; column < 256; ++column)
+                    ASSERT_EQ(large.At(right * 256 + column, down * 256 + row),
+                              quarter.At(column, row));
+            }
+        }
     }
 }
 

@@ -110,6 +110,15 @@ TEST(Marble, NeighbouringTilesContinueEachOther)
     }
 }
 
+TEST(Marble, IsGreyWhereThereIsNoMap)
+{
+    const Pixels tile = Marble(Ramp()).Draw(Geographic(), {0, 0, 0});
+    EXPECT_EQ(tile.At(100, 63), kBeyondMap);
+    EXPECT_NE(tile.At(100, 64), kBeyondMap);
+    EXPECT_NE(tile.At(100, 191), kBeyondMap);
+    EXPECT_EQ(tile.At(100, 192), kBeyondMap);
+}
+
 TEST(Marble, DrawsTheCornersOfEveryLevel)
 {
     const Marble marble(Ramp());

@@ -47,5 +47,23 @@ TEST(ReadNumber, BringsHugeNumbersToTheBound)
     EXPECT_EQ(ReadNumber("-" + std::string(500, '9')), -TileNumbers::kFarOutside);
 }
 
+TEST(Paths, MarkedNumbersAreNegative)
+{
+    EXPECT_EQ(ReadMarkedNumber("M5"), -5);
+    EXPECT_EQ(ReadMarkedNumber("12"), 12);
+    EXPECT_EQ(ReadMarkedNumber("M99999999999999999999"), -TileNumbers::kFarOutside);
+    for (const char* text : {"", "M", "-5", "M-5", "MM5", "5M", "m5"})
+        EXPECT_EQ(ReadMarkedNumber(text), std::nullopt) << text;
+}
+
+TEST(Paths, QueryValuesAreFoundByTheirNames)
+{
+    EXPECT_EQ(QueryValue("x=M5&y=12&z=9", "y"), "12");
+    EXPECT_EQ(QueryValue("yy=1&y&y=2&y=3", "y"), "2");
+    EXPECT_EQ(QueryValue("y=", "y"), "");
+    EXPECT_EQ(QueryValue("", "y"), "");
+    EXPECT_EQ(QueryValue("&&x=1&", "y"), "");
+}
+
 } // namespace
 } // namespace KxOrigin

@@ -5,12 +5,17 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace KxOrigin {
 namespace {
 
-Answer Get(const std::string& path)
+/// @param address  path and query
+Answer Get(const std::string& address)
 {
-    return Route({"GET", path, "KxTile/0.1.0", ""});
+    const std::size_t mark = std::min(address.find('?'), address.size());
+    const std::string query = address.substr(std::min(mark + 1, address.size()));
+    return Route({"GET", address.substr(0, mark), "KxTile/0.1.0", "", query});
 }
 
 /// The order behind a path; a failed test and an empty order when there is none.
@@ -70,6 +75,52 @@ TEST(Routes, GeographicConventions)
     EXPECT_EQ(OrderOf("/geographic-tms/marble/2/3/1.png").window, Tile(2, 3, 2));
     EXPECT_EQ(OrderOf("/tianditu/marble/2/3/0.png").window, Tile(2, 3, 1));
     EXPECT_EQ(OrderOf("/tianditu/marble/2/3/1.png").grid, GridKind::Geographic);
+}
+
+TEST(Routes, ShiftedDatumsAndLargeTiles)
+{
+    EXPECT_EQ(OrderOf("/xyz-gcj02/graticule/3/5/2.png").grid, GridKind::WebMercatorGcj02);
+    EXPECT_EQ(OrderOf("/xyz-bd09/graticule/3/5/2.png").grid, GridKind::WebMercatorBd09);
+    EXPECT_EQ(OrderOf("/xyz-bd09/graticule/3/5/2.png").window, Tile(3, 5, 2));
+    EXPECT_EQ(OrderOf("/xyz-512/marble/3/5/2.png").window, (PixelWindow{4, 2560, 1024, 512}));
+    EXPECT_EQ(OrderOf("/geographic-512/marble/1/0/0.png").grid, GridKind::Geographic);
+    EXPECT_EQ(StatusOf(Get("/xyz-512/marble/22/0/0.png")), 404);
+}
+
+TEST(Routes, BaiduNumbersStandInTheQueryInAnyOrder)
+{
+    const TileOrder order = OrderOf("/baidu/graticule.jpg?qt=tile&z=2&y=M1&x=0&styles=pl");
+    EXPECT_EQ(order.picture, PictureKind::Graticule);
+    EXPECT_EQ(order.grid, GridKind::Baidu);
+    EXPECT_EQ(order.format, Format::Jpeg);
+    EXPECT_EQ(order.window, (PixelWindow{2, 512, 512}));
+    EXPECT_EQ(StatusOf(Get("/baidu/marble.png?x=9&y=0&z=2")), 404);
+    for (const char* path : {"/baidu/marble.png",
+                             "/baidu/marble.png?x=-1&y=0&z=2",
+                             "/baidu/marble.png?x=1&y=0",
+                             "/baidu/moon.png?x=1&y=0&z=2",
+                             "/baidu/marble?x=1&y=0&z=2",
+                             "/baidu/marble/0/0/0.png?x=1&y=0&z=2"})
+        EXPECT_EQ(StatusOf(Get(path)), 400) << path;
+}
+
+TEST(Routes, EarthServersHaveTwoFiles)
+{
+    const auto orderOf = [](const std::string& address) {
+        const Answer answer = Get(address);
+        return std::holds_alternative<EarthOrder>(answer);
+    };
+    EXPECT_TRUE(orderOf("/earth/dbRoot.v5?output=proto"));
+    EXPECT_TRUE(orderOf("/earth/flatfile?q2-0-q.171"));
+    EXPECT_TRUE(orderOf("/earth-with/proto,png/dbRoot.v5?db=tm&output=proto"));
+    EXPECT_TRUE(orderOf("/earth-broken/image-half/flatfile?f1-0-i.3"));
+    EXPECT_EQ(StatusOf(Get("/earth")), 404);
+    EXPECT_EQ(StatusOf(Get("/earth/")), 404);
+    EXPECT_EQ(StatusOf(Get("/earth/flatfile?t-0")), 404);
+    EXPECT_EQ(StatusOf(Get("/earth-with/moon/dbRoot.v5")), 400);
+    EXPECT_EQ(StatusOf(Get("/earth-broken/image-bomb/dbRoot.v5")), 400);
+    EXPECT_EQ(StatusOf(Get("/earth-with/key/dbRoot.v5")), 403);
+    EXPECT_EQ(StatusOf(Route({"GET", "/earth-with/key/dbRoot.v5", "", "let-me-in"})), 200);
 }
 
 TEST(Routes, DressedTiles)
@@ -161,25 +212,13 @@ TEST(Routes, OtherMethodsAndOverlongPathsAreRefused)
 TEST(Routes, TheFirstPageListsEveryRoute)
 {
     const auto page = std::get<TextAnswer>(Get("/")).text;
-    for (const char* route : {"xyz",
-                              "tms",
-                              "quadkey",
-                              "geographic",
-                              "geographic-tms",
-                              "tianditu",
-                              "offset",
-                              "axis",
-                              "server",
-                              "gzip",
-                              "gzip-stored",
-                              "gzip-bomb",
-                              "key",
-                              "agent",
-                              "agent-is",
-                              "status",
-                              "truncated",
-                              "empty",
-                              "html"})
+    for (const char* route :
+         {"xyz",         "xyz-512",    "xyz-gcj02",    "xyz-bd09",       "baidu",
+          "tms",         "quadkey",    "geographic",   "geographic-tms", "geographic-512",
+          "tianditu",    "offset",     "axis",         "server",         "gzip",
+          "gzip-stored", "gzip-bomb",  "key",          "agent",          "agent-is",
+          "earth",       "earth-with", "earth-broken", "status",         "truncated",
+          "empty",       "html"})
         EXPECT_NE(page.find("/" + std::string(route) + "/"), std::string::npos) << route;
 }
 

@@ -76,6 +76,32 @@ TEST(Service, PackedTilesAreGzipStreams)
     EXPECT_GT(Get(service, "/gzip-stored/graticule/3/3/5.png").body->size(), image);
 }
 
+TEST(Service, EarthAnswersAreBytesOrMissing)
+{
+    Service service(Pixels(8, 4));
+    const auto get = [&](const std::string& path, const std::string& query) {
+        return service.Respond({"GET", path, "", "", query});
+    };
+    const Response packet = get("/earth/flatfile", "q2-0-q.171");
+    EXPECT_EQ(packet.status, 200);
+    EXPECT_EQ(packet.contentType, "application/octet-stream");
+    EXPECT_FALSE(packet.body->empty());
+    EXPECT_EQ(get("/earth/flatfile", "q2-0-q.172").status, 404);
+    const Response empty = get("/earth-with/empty/flatfile", "q2-0-q.172");
+    EXPECT_EQ(empty.status, 200);
+    EXPECT_TRUE(empty.body->empty());
+    const Response page = get("/earth-broken/quadtree-html/flatfile", "q2-0-q.171");
+    EXPECT_EQ(page.status, 200);
+    EXPECT_EQ(page.contentType, "text/html; charset=utf-8");
+}
+
+TEST(Service, ATileOfDoubleEdgeIs512PixelsWide)
+{
+    Service service(Pixels(8, 4));
+    EXPECT_EQ(DecodePicture(*Get(service, "/xyz-512/graticule/2/3/1.png").body).width, 512);
+    EXPECT_EQ(DecodePicture(*Get(service, "/xyz/graticule/3/3/1.png").body).width, 256);
+}
+
 TEST(Service, TheBuiltInPictureIsTheWorld)
 {
     const Pixels world = DecodePicture(EmbeddedBlueMarble());

@@ -42,6 +42,9 @@ TEST(TileCache, TellsTilesApartByEveryPartOfTheKey)
     key = Key(1);
     key.window.level = 6;
     EXPECT_EQ(cache.Find(key), nullptr);
+    key = Key(1);
+    key.window.edge = 512;
+    EXPECT_EQ(cache.Find(key), nullptr);
 }
 
 TEST(TileCache, DropsTheTileUnusedForLongest)

@@ -75,10 +75,43 @@ TEST_F(CurlTransferTest, ResetIsTransient)
     ExpectTransient("/reset", "127.0.0.1");
 }
 
+TEST_F(CurlTransferTest, EarlierResetDoesNotExcuseALaterFault)
+{
+    m_server.On("/reset",
+                [](LoopbackConnection& connection, const LoopbackRequest&) { connection.Reset(); });
+    m_server.On("/loop", Answers(302, "", "Location: /loop\r\n"));
+    EXPECT_TRUE(Send("/reset").transient);
+    EXPECT_FALSE(Send("/loop").transient);
+}
+
 TEST_F(CurlTransferTest, ClosingWithoutAnswerIsTransient)
 {
     m_server.On("/close", SendsAndCloses(""));
     ExpectTransient("/close", "without an answer");
+}
+
+TEST_F(CurlTransferTest, AnswerBelowTheFloorOnSpeedIsTransient)
+{
+    m_server.On("/stalls", [](LoopbackConnection& connection, const LoopbackRequest&) {
+        connection.Send("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nten bytes.");
+        connection.WaitForEnd();
+    });
+    CurlTransfer impatient(m_clock, 1s);
+    HttpRequest request = RequestTo(m_server.Url("/stalls"), 2s);
+    // Far beyond the patience: only the floor can end this.
+    request.deadline += 1h;
+    const HttpAnswer answer = impatient.Send(request);
+    EXPECT_TRUE(answer.transient);
+    EXPECT_THAT(answer.cause, HasSubstr("slower than 100 bytes a second"));
+    EXPECT_EQ(10U, answer.bytesReceived);
+}
+
+TEST_F(CurlTransferTest, TellsTheVersionOfHttp)
+{
+    m_server.On("/old", SendsAndCloses("HTTP/1.0 200 OK\r\n\r\ntile"));
+    m_server.On("/usual", Answers(200, "tile"));
+    EXPECT_EQ(10, Send("/old").httpVersion);
+    EXPECT_EQ(11, Send("/usual").httpVersion);
 }
 
 TEST_F(CurlTransferTest, ErrorPageThatBreaksOffStillSaysItsStatus)

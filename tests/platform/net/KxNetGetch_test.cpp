@@ -20,6 +20,7 @@ TEST_F(KxNetGetch, HandsTheBodyOver)
     EXPECT_EQ(0, fetched.result);
     EXPECT_EQ(body, fetched.body);
     EXPECT_EQ(200, fetched.info.m_nHttpStatus);
+    EXPECT_EQ(11, fetched.info.m_nHttpVersion);
     EXPECT_EQ(1, fetched.info.m_nAttempts);
     EXPECT_EQ(13U, fetched.info.m_nBytes);
     EXPECT_GE(fetched.info.m_dSeconds, 0.0);

@@ -4,7 +4,8 @@
 #include "LayerFakes.h"
 #include "support/LoopbackServer.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
+#include <pthread.h>
 
 #include <atomic>
 #include <new>
@@ -99,6 +100,44 @@ TEST_F(SharingClientTest, NobodyWaitsForASenderThatThrew)
     for (const HttpAnswer& answer : answers)
         failures += !answer.complete && !answer.cause.empty() ? 1 : 0;
     EXPECT_EQ(kWaiters, failures);
+}
+
+TEST_F(SharingClientTest, NobodyWaitsForASenderWhoseThreadEnded)
+{
+    // The thread's end unwinds its stack without an exception that anyone could catch.
+    const auto answers = SendTogether([](const HttpRequest&) -> HttpAnswer {
+        ::pthread_exit(nullptr);
+        return {};
+    });
+    EXPECT_EQ(1, m_sent);
+    int failures = 0;
+    for (const HttpAnswer& answer : answers)
+        failures += !answer.complete && !answer.cause.empty() ? 1 : 0;
+    EXPECT_EQ(kWaiters, failures);
+}
+
+TEST(SharingClient, NobodyWaitsBeyondHisOwnDeadline)
+{
+    const HttpRequest request = RequestTo("http://host/tile");
+    HttpRequest late = request;
+    late.deadline = TimePoint::min();
+    Testing::Gate sent;
+    Testing::Gate over;
+    FakeClient held([&](const HttpRequest&) {
+        sent.Open();
+        over.Wait();
+        return AnswerOf(200);
+    });
+    SharingClient sharing(held);
+    HttpAnswer first;
+    std::thread sender([&] { first = sharing.Send(request); });
+    sent.Wait();
+    const HttpAnswer second = sharing.Send(late);
+    over.Open();
+    sender.join();
+    EXPECT_FALSE(second.complete);
+    EXPECT_THAT(second.cause, ::testing::HasSubstr("time-out of 30000 ms reached"));
+    EXPECT_EQ(200, first.status);
 }
 
 TEST(SharingClient, SendsAgainWhenTheFirstIsOver)

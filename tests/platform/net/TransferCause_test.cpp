@@ -47,6 +47,19 @@ TEST(TransferCause, TellsTheKindsOfTimeOutApart)
     EXPECT_THAT(WordsFor(fault, AnyRequest()), HasSubstr("time-out of 30000 ms reached"));
 }
 
+TEST(TransferCause, ProxysRefusalIsNotTheServers)
+{
+    TransferFault fault;
+    fault.code = CURLE_RECV_ERROR;
+    fault.proxyStatus = 407;
+    EXPECT_THAT(WordsFor(fault, AnyRequest()), HasSubstr("the proxy made no tunnel"));
+    EXPECT_FALSE(IsTransient(fault));
+    fault.proxyStatus = 503;
+    EXPECT_TRUE(IsTransient(fault));
+    fault.proxyStatus = 200;
+    EXPECT_THAT(WordsFor(fault, AnyRequest()), HasSubstr("connection to host"));
+}
+
 TEST(TransferCause, OnlyResetsAndTimeOutsPass)
 {
     TransferFault fault;
@@ -66,6 +79,8 @@ TEST(TransferCause, OnlyResetsAndTimeOutsPass)
         EXPECT_FALSE(IsTransient(fault)) << code;
     }
     fault.systemError = ECONNRESET;
+    EXPECT_FALSE(IsTransient(fault)) << "the number is not this request's";
+    fault.code = CURLE_SSL_CONNECT_ERROR;
     EXPECT_TRUE(IsTransient(fault));
     fault.stop = AnswerReceiver::Stop::BodyTooLarge;
     EXPECT_FALSE(IsTransient(fault));

@@ -60,6 +60,29 @@ TEST(KxRasterDataAccessor, AnswersWhatOpeningFound)
     EXPECT_EQ(accessor.GetLatLonBounds().m_dTop, 85.0);
 }
 
+TEST(KxRasterDataAccessor, ConvertsArraysPointByPoint)
+{
+    bool destroyed = false;
+    StubAccessor accessor(destroyed);
+    const KxPoint3d in[2] = {{1, 2, 3}, {4, 5, 6}};
+    KxPoint3d out[3];
+    accessor.SrcPtsToWGS84Pts(in, out, 2);
+    EXPECT_EQ(out[0].x, 1.0);
+    EXPECT_EQ(out[1].z, 6.0);
+    EXPECT_EQ(out[2].x, 0.0);
+    accessor.WGS84PtsToSrcPts(in + 1, out, 1);
+    EXPECT_EQ(out[0].y, 5.0);
+    accessor.WGS84PtsToSrcPts(in, out, -1);
+    EXPECT_EQ(out[0].y, 5.0);
+}
+
+TEST(KxRasterDataAccessor, HasNoFaultToTellBeforeASetterFails)
+{
+    bool destroyed = false;
+    const StubAccessor accessor(destroyed);
+    EXPECT_EQ(accessor.GetProjectionError().IsEmpty(), 1);
+}
+
 TEST(KxRasterDataAccessor, IsDestroyedThroughThePluginThatItIs)
 {
     bool destroyed = false;

@@ -110,7 +110,8 @@ TEST(LoadNewTSD, NeverQuotesWhatAVariableHolds)
 {
     ::setenv("KXTILE_TEST_ODD_KEY", "{$hunter2}{z}", 1);
     const LoadedDefinition loaded =
-        LoadText("url = 'http://a/{$z}/{$x}/{$y}?k=${KXTILE_TEST_ODD_KEY}&d={$date}'");
+        LoadText("scheme = 10\n"
+                 "url = 'http://a/{$z}/{$x}/{$y}?k=${KXTILE_TEST_ODD_KEY}&d={$date}'");
     EXPECT_EQ(loaded.result, 1);
     EXPECT_THAT(AllMessages(), HasSubstr("{$date} is not known"));
     EXPECT_THAT(AllMessages(), Not(HasSubstr("hunter2")));
@@ -177,13 +178,39 @@ INSTANTIATE_TEST_SUITE_P(
     LoadNewTSD,
     DoubtfulUrls,
     ::testing::Values(
-        UrlMessage{"url = 'http://a/{z}/{x}/{y}'", "{x} is no placeholder here; write {$x}"},
+        UrlMessage{"url = 'http://a/{z}/{x}/{y}'", "scheme: is missing, so the grid is latitude"},
+        UrlMessage{"url = 'http://a/{z}/{X}/{y}'", "{X} is no placeholder here; write {x}"},
         UrlMessage{"url = 'http://a/{$z}/{$X}/{$y}'", "{$X} is no placeholder here; write {$x}"},
-        UrlMessage{"url = 'http://a/{$z}/{$x}/{-y}'", "write {$y} together with rows = \"South"},
-        UrlMessage{"url = 'http://{s}.a/{$z}/{$x}/{$y}'",
-                   "{s} is no placeholder here; write "
-                   "{$serverpart} together with the key"},
-        UrlMessage{"url = 'http://a/{$z}/{$x}/{$y}/{$bbox}'", "{$bbox} is not known"},
+        UrlMessage{"rows = '1'\nurl = 'http://a/{$z}/{$x}/{-y}'", "1 rows: says what {-y} in"},
+        UrlMessage{"rows = 'NorthToSouth'\nurl = 'http://a/{$z}/{$x}/{-y}'",
+                   "1 rows: is passed over; {-y}"},
+        UrlMessage{"url = 'http://{s}.a/{$z}/{$x}/{$y}'", "the key servers names no server"},
+        UrlMessage{"servers = 'c'\nurl = 'http://{a-b}.a/{$z}/{$x}/{$y}'",
+                   "servers: is not used; the url names its servers itself"},
+        UrlMessage{"url = 'http://a/{$z}/{$x}/{$y}{r}'", "{r} is left empty"},
+        UrlMessage{"url = 'http://a/{$z}/{$x}/{$y}?{apikey}'", "{apikey} is not known"},
+        UrlMessage{"url = 'http://a/{bbox-epsg-3857}'", "asked by extent"},
+        UrlMessage{"url = 'http://a/'", "names no tile"},
+        UrlMessage{"url = 'http://a/%d/%d'", "holds 2 conversions"},
+        UrlMessage{"url = 'ftp://a/{$z}/{$x}/{$y}'", "only addresses that begin with http"},
+        UrlMessage{"scheme = 10\nurl = 'http://webst01.is.autonavi.com/{$z}/{$x}/{$y}'",
+                   "2 datum: is WGS84, but pictures of autonavi.com lie some hundred metres off; "
+                   "say datum = \"GCJ02\""},
+        UrlMessage{"scheme = 10\nurl = 'http://mt1.google.com/?gl=cn&z={$z}&x={$x}&y={$y}'",
+                   "say datum = \"GCJ02\""},
+        UrlMessage{"scheme = 4\nrows = '1'\nurl = 'http://o.map.bdimg.com/{$z}/{$x}/{$y}'",
+                   "datum: does not go with Baidu's grid"},
+        UrlMessage{"scheme = 4\ndatum = 'BD09'", "rows: does not go with Baidu's grid"},
+        UrlMessage{"datum = 'GCJ02'", "datum: has no effect in grids of latitude"},
+        UrlMessage{"scheme = 5\nrows = '1'", "2 rows: has no effect; this scheme"},
+        UrlMessage{"scheme = 6\nlevel_offset = 1", "2 level_offset: has no effect on quadkeys"},
+        UrlMessage{"[bounds]\nmin_level = 5\nmax_level = 4", "2 bounds.min_level: is above"},
+        UrlMessage{"[bounds]\nmax_level = 31", "2 bounds.max_level: is no level"},
+        UrlMessage{"[bounds]\nsouth = 5\nnorth = -5", "2 bounds.south: is not south of"},
+        UrlMessage{"servers = 'a'\n"
+                   "url = 'http://{$serverpart}/{$Serverpart}/{$z}/{$x}/{$y}'",
+                   "{$Serverpart} stays as it is beside {$serverpart}"},
+        UrlMessage{"url = 'http://a/{$z}/{$x}/{$y}/{$date}'", "{$date} is not known"},
         UrlMessage{"url = 'http://a/{$quadkey}'", "which only scheme = \"BingMap\" fills in"},
         UrlMessage{"scheme = 'BingMap'\nurl = 'http://a/{$z}/{$x}/{$y}'", "fills in quadkeys"},
         UrlMessage{"url = 'http://{$serverpart}/{$z}/{$x}/{$y}'", "names no server"},
@@ -210,11 +237,13 @@ INSTANTIATE_TEST_SUITE_P(
     LoadNewTSD,
     ImpossibleUrls,
     ::testing::Values(
-        UrlMessage{"url = 'http://a/{$z}/{$x}/{$y}?s={$serverpart}'", "the server part has to"},
+        UrlMessage{"url = 'http://a/{$z}/{$x}/{$y}?s={$serverpart}'", "no server is named"},
         UrlMessage{"url = 'http://a/%d/%d/%d?s={$serverpart}'", "the server part has to"},
-        UrlMessage{"url = 'http://a/{$quadkey}?s={$serverpart}'", "the server part has to"},
-        UrlMessage{"url = 'http://a/{$z}/{$x}/{$x}/{$y}'", "names a placeholder twice"},
-        UrlMessage{"url = 'http://a/{$z}/{$quadkey}'", "keep one kind"},
+        UrlMessage{"url = 'http://a/{$quadkey}?s={$serverpart}'", "no server is named"},
+        UrlMessage{"url = 'http://{a-b}.{c-d}/%d/%d/%d'", "names the server twice"},
+        UrlMessage{"scheme = 4\nurl = 'http://a/{$z}/{$x}/{$x}/{$y}'", "needs a script, and none"},
+        UrlMessage{"url = 'http://{switch:a,}/{$z}/{$x}/{$y}'", "a choice that is empty"},
+        UrlMessage{"url = 'http://{0-64}/{$z}/{$x}/{$y}'", "more than 64 servers"},
         UrlMessage{"url = 'http://a/{$z}/{$x}/{$y}.lua'", "put a ? behind it"},
         UrlMessage{"url = 'https://a/b.lua'", "put a ? behind it"},
         UrlMessage{"url = 'missing.lua'", "names a script file that cannot be read"},

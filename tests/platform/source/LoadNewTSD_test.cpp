@@ -105,6 +105,22 @@ max_level = 18
     EXPECT_STREQ(loaded.script.Cstr(), "?");
 }
 
+TEST(LoadNewTSD, TakesDescriptionsByTheirNames)
+{
+    const LoadedDefinition loaded = LoadText("name = 'A'\nattribution = 'B'\nterms = 'C'\n"
+                                             "notes = 'D'\nenabled = false\n"
+                                             "url = 'http://a/{$z}/{$x}/{$y}'");
+    EXPECT_EQ(AllMessages(), "");
+    EXPECT_STREQ(loaded.attr1.Cstr(), "A");
+    EXPECT_STREQ(loaded.attr2.Cstr(), "B");
+    EXPECT_STREQ(loaded.attr3.Cstr(), "C");
+    EXPECT_STREQ(loaded.attr4.Cstr(), "D");
+    EXPECT_EQ(loaded.option3, 0);
+    EXPECT_EQ(LoadText("name = 'A'\nattr1 = 'A'").result, 0);
+    EXPECT_THAT(AllMessages(), HasSubstr("error 2 attr1: says the same as name"));
+    EXPECT_EQ(LoadText("option3 = true\nenabled = true").result, 0);
+}
+
 TEST(LoadNewTSD, LeavesWhatTheFileDoesNotSay)
 {
     const LoadedDefinition loaded = LoadText("tile_size = 512\n");

@@ -1,0 +1,178 @@
+// SPDX-License-Identifier: MIT
+#include "SourceCheckCommand.h"
+
+#include "KxLuaToolkit.h"
+#include "KxTSDParam.h"
+#include "KxTileFetcher.h"
+#include "KxUtility.h"
+#include "Secrets.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace KxTileHost {
+
+namespace {
+
+struct CheckArguments
+{
+    std::vector<std::string> m_files;
+    bool m_strict = false;
+};
+
+/// One thing to say about one place of a definition.
+struct Finding
+{
+    std::string m_file;
+    int m_line; ///< 0 when none applies
+    std::string m_key;
+    bool m_error;
+    std::string m_text; ///< what is wrong and what would be right, with "; " between
+};
+
+const char* SeverityOf(const Finding& finding)
+{
+    return finding.m_error ? "error" : "warning";
+}
+
+/// The definition's file where "#name" chooses one of several sources in it.
+std::string FileOf(const std::string& path)
+{
+    return path.substr(0, path.rfind('#'));
+}
+
+std::string MaskAll(const std::string& path, const std::string& text)
+{
+    return Secrets(FileOf(path)).Mask(Secrets(path).Mask(text));
+}
+
+std::string WithoutLineBreaks(std::string text)
+{
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
+    return text;
+}
+
+/// Runs the script for one tile, since its mistakes show when it runs.
+void CheckScript(KxC::KxTSDParamItem& source,
+                 const std::string& file,
+                 std::vector<Finding>& findings)
+{
+    const std::string loadError = KxC::KxLuaToolkit::GetLastError().Cstr();
+    if (!loadError.empty()) {
+        findings.push_back({file, 0, "script", true, "does not load: " + MaskAll(file, loadError)});
+        return;
+    }
+    const int level = std::clamp(source.m_levelBounds.m_nMinLevel, 1, 30);
+    const KxC::KxString url = KxC::KxTileFetcher::GetURL(&source, level, 0, 0);
+    const std::string runError = KxC::KxLuaToolkit::GetLastError().Cstr();
+    if (url.IsEmpty() != 0)
+        findings.push_back({file,
+                            0,
+                            "script",
+                            false,
+                            fmt::format("gives no address for the tile in the south-west of level "
+                                        "{}: {}",
+                                        level,
+                                        MaskAll(file, runError))});
+}
+
+void Check(const std::string& file, std::vector<Finding>& findings)
+{
+    KxC::KxTSDParamItem source;
+    source.LoadFromTSDFile(file.c_str());
+    bool loaded = true;
+    for (const KxC::KxTSDMessage& message : KxC::KxUtility::GetLastTSDMessages()) {
+        loaded = loaded && !message.m_bError;
+        findings.push_back({file,
+                            message.m_nLine,
+                            message.m_strKey.Cstr(),
+                            message.m_bError,
+                            message.m_strText.Cstr()});
+    }
+    if (loaded && source.m_bLuaScripted != 0)
+        CheckScript(source, file, findings);
+}
+
+/// "file:line: error: key: message", as compilers write it.
+std::string AsLine(const Finding& finding)
+{
+    const std::string line = finding.m_line > 0 ? fmt::format(":{}", finding.m_line) : "";
+    const std::string key = finding.m_key.empty() ? "" : finding.m_key + ": ";
+    return WithoutLineBreaks(fmt::format(
+        "{}{}: {}: {}{}", finding.m_file, line, SeverityOf(finding), key, finding.m_text));
+}
+
+nlohmann::ordered_json AsJson(const Finding& finding)
+{
+    constexpr std::string_view kBetween = "; ";
+    const std::size_t end = finding.m_text.find(kBetween);
+    const bool hasHint = end != std::string::npos;
+    return {{"file", finding.m_file},
+            {"line", finding.m_line},
+            {"key", finding.m_key},
+            {"severity", SeverityOf(finding)},
+            {"message", finding.m_text.substr(0, end)},
+            {"hint", hasHint ? finding.m_text.substr(end + kBetween.size()) : ""}};
+}
+
+void Print(const GlobalOptions& options, const std::vector<Finding>& findings)
+{
+    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    for (const Finding& finding : findings) {
+        if (options.m_json)
+            list.push_back(AsJson(finding));
+        else
+            fmt::print("{}\n", AsLine(finding));
+    }
+    if (options.m_json)
+        PrintJson(list);
+}
+
+void RunCheck(const GlobalOptions& options, const CheckArguments& arguments)
+{
+    std::vector<Finding> findings;
+    for (const std::string& file : arguments.m_files)
+        Check(file, findings);
+    Print(options, findings);
+    const auto errors = static_cast<std::size_t>(std::count_if(
+        findings.begin(), findings.end(), [](const Finding& finding) { return finding.m_error; }));
+    const std::size_t warnings = findings.size() - errors;
+    if (!options.m_json)
+        fmt::print(stderr,
+                   "kxtile: {} definition(s): {} error(s), {} warning(s)\n",
+                   arguments.m_files.size(),
+                   errors,
+                   warnings);
+    if (errors > 0 || (arguments.m_strict && warnings > 0))
+        throw CLI::RuntimeError(kExitFailed);
+}
+
+} // namespace
+
+void AddSourceCheckCommand(CLI::App& source, const GlobalOptions& options)
+{
+    CLI::App* check = source.add_subcommand("check", "Find mistakes in definitions");
+    const auto arguments = std::make_shared<CheckArguments>();
+    check
+        ->add_option("FILE",
+                     arguments->m_files,
+                     "Definitions, in any form; FILE#NAME for one of several in a file")
+        ->required();
+    check->add_flag("--strict", arguments->m_strict, "Fail on warnings too");
+    check->footer("Prints FILE:LINE: error|warning: KEY: what is wrong; what would be right.\n"
+                  "With --json a list of objects with file, line (0 for none), key, severity,\n"
+                  "message and hint. Fails (1) on errors, and with --strict on warnings.\n"
+                  "Examples:\n"
+                  "  kxtile source check survey.toml\n"
+                  "  kxtile source check --strict sources/*.toml\n"
+                  "  kxtile source check 'connections.xml#Hill shading'");
+    check->callback([&options, arguments] { RunCheck(options, *arguments); });
+}
+
+} // namespace KxTileHost

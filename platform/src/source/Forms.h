@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "Definition.h"
+#include "Report.h"
+
+#include <string>
+#include <string_view>
+
+namespace KxC {
+
+/// A definition's text and what its path says about it.
+struct DefinitionText
+{
+    std::string_view text; ///< without byte-order mark, at most 1 MiB
+    std::string folder;    ///< where script files are sought
+    std::string wanted;    ///< of several sources in one file, the name of the one; or empty
+};
+
+// One reader for each form. The result is good only when the report has not failed.
+
+Definition ReadTomlForm(const DefinitionText& source, Report& report);
+Definition ReadTileJsonForm(const DefinitionText& source, Report& report);
+Definition ReadGdalWmsForm(const DefinitionText& source, Report& report);
+Definition ReadQgisForm(const DefinitionText& source, Report& report);
+Definition ReadMapProxyForm(const DefinitionText& source, Report& report);
+
+} // namespace KxC
