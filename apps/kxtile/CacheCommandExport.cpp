@@ -132,7 +132,7 @@ std::string NameFor(const ExportArguments& arguments, const KxC::KxRawDataSubTre
 
 void RunExport(const GlobalOptions& options, const ExportArguments& arguments)
 {
-    const KxC::KxTSDParamItem& source = *arguments.m_source.Load();
+    const KxC::KxTSDParamItem& source = *arguments.m_source.Load(SourceUse::Describe);
     CheckArguments(arguments, source);
     const KxC::KxRawDataSubTreeInfo info = FindSubTree(source);
     const KxC::KxRawDataExportOptions exportOptions{

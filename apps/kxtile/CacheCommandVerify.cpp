@@ -214,7 +214,7 @@ std::vector<KxRawDataSubTreeInfo> SubTreesToVerify(const SourceArgument& source)
         KxC::m_gRawDataTypeCacheManager.ListSubTrees(kTiles);
     if (source.GetText().empty())
         return subTrees;
-    const KxC::KxString name = source.Load()->m_strHashKey;
+    const KxC::KxString name = source.Load(SourceUse::Describe)->m_strHashKey;
     std::erase_if(subTrees,
                   [&](const KxRawDataSubTreeInfo& info) { return !(info.m_strName == name); });
     return subTrees;
