@@ -140,7 +140,8 @@ public:
     /// All answer 1 when the call completed: `out` then holds the encoded tile, owned by the
     /// caller, is null where there is nothing to draw, or has no bytes where a direct download
     /// brought none. 0 is failure, with `out` null; a null source answers 0 and leaves `out` as it
-    /// is. Levels outside [0, 30] and tile sizes outside [1, 8192] have no tile to make.
+    /// is. Levels outside [0, 30] and tile sizes outside [1, 8192] have no tile to make, and of
+    /// more than KxImageData::kMaxPixels pixels (a side beyond 8000) none can be made.
 
     /// The tile of a source, in the way that suits it: FetchWMTile4 where the service's own tiles
     /// are the wanted ones (WGS 84; schemes 3, 6 and 10), FetchWMTile5 on a shifted datum (schemes
