@@ -19,3 +19,9 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/KxTileConfigVersion.cmak
 install(FILES "${PROJECT_BINARY_DIR}/KxTileConfig.cmake"
               "${PROJECT_BINARY_DIR}/KxTileConfigVersion.cmake"
         DESTINATION "${KXTILE_INSTALL_CMAKEDIR}")
+
+# The ready definitions, which kxtile finds by their bare names.
+if(KXTILE_BUILD_APPS)
+    install(DIRECTORY "${PROJECT_SOURCE_DIR}/sources/"
+            DESTINATION "${CMAKE_INSTALL_DATADIR}/kxtile/sources" FILES_MATCHING PATTERN "*.toml")
+endif()

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "KxCoordSysTrans.h"
 #include "KxNetGetch.h"
 #include "KxRasterAccessorManager.h"
 #include "KxRawData.h"
@@ -80,6 +81,12 @@ public:
     static void GetColRow(
         double& column, double& row, int scheme, double x, double y, int level, int deviationType);
 
+    /// The geographic square's place of a point of another coordinate system. A transform that
+    /// does not convert gives the place of longitude 0, latitude 0; null gives -1 for both.
+    /// @param x, y  in the transform's source system
+    static void GetLLColRow2(
+        double& column, double& row, KxCoordSysTrans* transform, double x, double y, int level);
+
     /// @}
     /// @name Single tiles of the source's own grid
     /// @{
@@ -134,7 +141,8 @@ public:
     /// All answer 1 when the call completed: `out` then holds the encoded tile, owned by the
     /// caller, is null where there is nothing to draw, or has no bytes where a direct download
     /// brought none. 0 is failure, with `out` null; a null source answers 0 and leaves `out` as it
-    /// is. Levels outside [0, 30] and tile sizes outside [1, 8192] have no tile to make.
+    /// is. Levels outside [0, 30] and tile sizes outside [1, 8192] have no tile to make, and of
+    /// more than KxImageData::kMaxPixels pixels (a side beyond 8000) none can be made.
 
     /// The tile of a source, in the way that suits it: FetchWMTile4 where the service's own tiles
     /// are the wanted ones (WGS 84; schemes 3, 6 and 10), FetchWMTile5 on a shifted datum (schemes

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+#include "CacheCommand.h"
+
 #include "Command.h"
 #include "KxFile.h"
 #include "KxRawDataTypeCache.h"
@@ -15,28 +17,12 @@ namespace {
 
 using KxC::KxRawDataSubTreeInfo;
 
-constexpr auto kTiles = KxC::KxRawDataTypeCacheManager::CacheType_SourceTile;
-
-std::string ReadableBytes(unsigned long long bytes)
-{
-    if (bytes < 1024)
-        return fmt::format("{} B", bytes);
-    double value = static_cast<double>(bytes) / 1024.0;
-    const char* unit = "KiB";
-    for (const char* next : {"MiB", "GiB", "TiB"}) {
-        if (value < 1024.0)
-            break;
-        value /= 1024.0;
-        unit = next;
-    }
-    return fmt::format("{:.1f} {}", value, unit);
-}
-
 void PrintInfoAsJson(const std::vector<KxRawDataSubTreeInfo>& subTrees)
 {
     nlohmann::ordered_json list = nlohmann::ordered_json::array();
     for (const KxRawDataSubTreeInfo& info : subTrees)
         list.push_back({{"name", info.m_strName.Cstr()},
+                        {"description", info.m_strDescription.Cstr()},
                         {"file", info.m_strPath.Cstr()},
                         {"tiles", info.m_nTiles},
                         {"no_data", info.m_nNoData},
@@ -63,8 +49,8 @@ void RunInfo(const GlobalOptions& options)
                    info.m_nTiles,
                    info.m_nNoData,
                    ReadableBytes(info.m_nBytes),
-                   info.m_strName.Cstr(),
-                   info.m_bReadable ? "" : " (cannot be read)");
+                   ReadableName(info),
+                   info.m_bReadable ? "" : " (cannot be read; see 'kxtile cache verify')");
 }
 
 struct ClearArguments
@@ -73,45 +59,89 @@ struct ClearArguments
     bool m_all = false;
 };
 
-/// The cache names to clear: the source's, or all there are.
-std::vector<KxC::KxString> NamesToClear(const ClearArguments& arguments)
+/// What there is to clear: of the source, or of all.
+std::vector<KxRawDataSubTreeInfo> SubTreesToClear(const ClearArguments& arguments)
 {
-    if (!arguments.m_all)
-        return {arguments.m_source.Load()->m_strHashKey};
-    std::vector<KxC::KxString> names;
-    for (const KxRawDataSubTreeInfo& info : KxC::m_gRawDataTypeCacheManager.ListSubTrees(kTiles))
-        names.push_back(info.m_strName);
-    return names;
+    std::vector<KxRawDataSubTreeInfo> subTrees;
+    const KxC::KxString only =
+        arguments.m_all ? KxC::KxString() : arguments.m_source.Load(SourceUse::Describe)->m_strHashKey;
+    for (const KxRawDataSubTreeInfo& info : KxC::m_gRawDataTypeCacheManager.ListSubTrees(kTiles)) {
+        const bool keepsSomething = info.m_nTiles > 0 || info.m_nNoData > 0 || !info.m_bReadable;
+        if (keepsSomething && (arguments.m_all || info.m_strName == only))
+            subTrees.push_back(info);
+    }
+    return subTrees;
+}
+
+void PrintCleared(const std::vector<KxRawDataSubTreeInfo>& cleared)
+{
+    unsigned long long tiles = 0;
+    for (const KxRawDataSubTreeInfo& info : cleared)
+        tiles += info.m_nTiles;
+    if (cleared.empty())
+        fmt::print("nothing was kept\n");
+    else
+        fmt::print("cleared {} source{}, {} tile{}\n",
+                   cleared.size(),
+                   cleared.size() == 1 ? "" : "s",
+                   tiles,
+                   tiles == 1 ? "" : "s");
 }
 
 void RunClear(const GlobalOptions& options, const ClearArguments& arguments)
 {
     if (arguments.m_all != arguments.m_source.GetText().empty())
         throw CommandError(kExitWrongUsage, "name one SOURCE to forget, or --all for every source");
-    const std::vector<KxC::KxString> names = NamesToClear(arguments);
-    for (const KxC::KxString& name : names)
-        if (KxC::m_gRawDataTypeCacheManager.ClearSubTree(kTiles, name) == 0)
+    const std::vector<KxRawDataSubTreeInfo> subTrees = SubTreesToClear(arguments);
+    for (const KxRawDataSubTreeInfo& info : subTrees)
+        if (KxC::m_gRawDataTypeCacheManager.ClearSubTree(kTiles, info.m_strName) == 0)
             throw CommandError(kExitFailed,
-                               fmt::format("cannot clear '{}' in '{}'",
-                                           name.Cstr(),
-                                           KxC::KxFile::m_strAppCachePath.Cstr()),
-                               "Check that the folder may be written.");
+                               fmt::format("cannot clear '{}'", info.m_strPath.Cstr()),
+                               "Check that the folder may be written, and that the file is the "
+                               "cache's: 'kxtile cache verify' tells.");
     if (options.m_json)
-        PrintJson({{"cleared", names.size()}});
+        PrintJson({{"cleared", subTrees.size()}});
     else
-        fmt::print("cleared {} source{}\n", names.size(), names.size() == 1 ? "" : "s");
+        PrintCleared(subTrees);
 }
 
 } // namespace
 
+std::string ReadableBytes(unsigned long long bytes)
+{
+    if (bytes < 1024)
+        return fmt::format("{} B", bytes);
+    double value = static_cast<double>(bytes) / 1024.0;
+    const char* unit = "KiB";
+    for (const char* next : {"MiB", "GiB", "TiB"}) {
+        if (value < 1024.0)
+            break;
+        value /= 1024.0;
+        unit = next;
+    }
+    return fmt::format("{:.1f} {}", value, unit);
+}
+
+std::string ReadableName(const KxRawDataSubTreeInfo& info)
+{
+    const std::string name = info.m_strName.Cstr();
+    return info.m_strDescription.IsEmpty() != 0
+               ? name
+               : fmt::format("{} ({})", info.m_strDescription.Cstr(), name);
+}
+
 void AddCacheCommand(CLI::App& app, const GlobalOptions& options)
 {
-    CLI::App* cache = app.add_subcommand("cache", "Look at the disk cache, and clear it");
+    CLI::App* cache =
+        app.add_subcommand("cache", "Look at the disk cache, check, export and clear it");
     cache->require_subcommand(1);
-    cache->footer("Examples:\n  kxtile cache info\n  kxtile cache clear --all");
+    cache->footer("Examples:\n  kxtile cache info\n  kxtile cache verify\n"
+                  "  kxtile cache export osm.toml -o osm.mbtiles\n  kxtile cache clear --all");
     CLI::App* info = cache->add_subcommand("info", "List what is kept, by source");
     info->footer("Example:\n  kxtile cache info --json");
     info->callback([&options] { RunInfo(options); });
+    AddCacheVerifyCommand(*cache, options);
+    AddCacheExportCommand(*cache, options);
     CLI::App* clear = cache->add_subcommand("clear", "Forget the tiles of a source, or of all");
     const auto arguments = std::make_shared<ClearArguments>();
     arguments->m_source.AddTo(*clear);

@@ -32,7 +32,7 @@ struct GlobalOptions
     int TimeoutMs() const { return static_cast<int>(m_timeoutSeconds * 1000.0); }
 };
 
-/// Ends a command: what failed, and how to mend it.
+/// Ends a command: what failed, and how to mend it. Without words where the command has told all.
 class CommandError : public std::runtime_error
 {
 public:
@@ -52,6 +52,7 @@ void AddUrlCommand(CLI::App& app, const GlobalOptions& options);
 void AddLocateCommand(CLI::App& app, const GlobalOptions& options);
 void AddAlignCommand(CLI::App& app, const GlobalOptions& options);
 void AddQuadKeyCommand(CLI::App& app, const GlobalOptions& options);
+void AddHistoryCommand(CLI::App& app, const GlobalOptions& options);
 void AddSourceCommand(CLI::App& app, const GlobalOptions& options);
 void AddCacheCommand(CLI::App& app, const GlobalOptions& options);
 
@@ -61,6 +62,10 @@ int RunCommandLine(int argc, const char* const* argv);
 
 /// Says on standard error what failed and how to mend it; with --json on standard output too.
 void ReportError(const GlobalOptions& options, const std::string& what, const std::string& hint);
+
+/// A text as it may be shown. Messages quote what users and servers wrote: control characters must
+/// not reach a terminal.
+std::string Printable(std::string text);
 
 /// Prints an object on standard output, one line.
 void PrintJson(const nlohmann::ordered_json& object);

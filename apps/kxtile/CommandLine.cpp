@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "Command.h"
 #include "KxFile.h"
+#include "KxGeFetcher.h"
 #include "KxTileFetcher.h"
 
 #include <CLI/CLI.hpp>
@@ -22,7 +23,8 @@ constexpr char kExamples[] = R"(Examples:
   kxtile quadkey 3/5/3
 Addresses are COLUMN/ROW/LEVEL, row 0 in the north.
 Exit codes: 0 done, 1 failed, 2 wrong usage, 3 the server has no tile there.
-Environment: KXTILE_CACHE_DIR, XDG_CACHE_HOME, http_proxy, https_proxy, no_proxy.)";
+Environment: KXTILE_CACHE_DIR, XDG_CACHE_HOME, KXTILE_EARTH_URL, KXTILE_SOURCES_PATH (folders of
+ready definitions), KXTILE_CA_FILE, KXTILE_PLUGIN_PATH, http_proxy, https_proxy, no_proxy.)";
 
 /// CLI11's own range lets "nan" pass.
 CLI::Validator SecondsRange()
@@ -47,13 +49,13 @@ void AddGlobalOptions(CLI::App& app, GlobalOptions& options)
     app.set_version_flag("--version", "kxtile " KXTILE_VERSION);
 }
 
-/// Messages quote what users and servers wrote: control characters must not reach a terminal.
-std::string Printable(std::string text)
+/// CLI11 misses a command before it looks at what stands in its place.
+std::string WhatIsWrong(const CLI::App& app, const CLI::ParseError& error)
 {
-    for (char& character : text)
-        if (static_cast<unsigned char>(character) < 0x20 && character != '\n')
-            character = '?';
-    return text;
+    const std::vector<std::string> unknown = app.remaining(true);
+    if (dynamic_cast<const CLI::RequiredError*>(&error) == nullptr || unknown.empty())
+        return error.what();
+    return "there is no command '" + unknown.front() + "'";
 }
 
 /// Help asked for is no mistake; everything else that does not parse is wrong usage.
@@ -61,11 +63,21 @@ int ReportUsage(const CLI::App& app, const GlobalOptions& options, const CLI::Pa
 {
     if (error.get_exit_code() == 0)
         return app.exit(error);
-    ReportError(options, error.what(), "Run with --help for the commands, options and examples.");
+    ReportError(options,
+                WhatIsWrong(app, error),
+                "Run with --help for the commands, options and examples.");
     return kExitWrongUsage;
 }
 
 } // namespace
+
+std::string Printable(std::string text)
+{
+    for (char& character : text)
+        if (static_cast<unsigned char>(character) < 0x20 && character != '\n')
+            character = '?';
+    return text;
+}
 
 void ReportError(const GlobalOptions& options, const std::string& what, const std::string& hint)
 {
@@ -102,6 +114,7 @@ int RunCommandLine(int argc, const char* const* argv)
     app.parse_complete_callback([&options] {
         if (!options.m_cacheDir.empty())
             KxC::KxFile::m_strAppCachePath = options.m_cacheDir.c_str();
+        KxC::KxGeFetcher::SetTimeout(options.TimeoutMs());
         KxC::KxTileFetcher::m_sbLocalCacheUsed = options.m_noDiskCache ? 0 : 1;
     });
     AddTileCommand(app, options);
@@ -110,6 +123,7 @@ int RunCommandLine(int argc, const char* const* argv)
     AddLocateCommand(app, options);
     AddAlignCommand(app, options);
     AddQuadKeyCommand(app, options);
+    AddHistoryCommand(app, options);
     AddSourceCommand(app, options);
     AddCacheCommand(app, options);
     try {
@@ -120,7 +134,8 @@ int RunCommandLine(int argc, const char* const* argv)
     } catch (const CLI::ParseError& error) {
         return ReportUsage(app, options, error);
     } catch (const CommandError& error) {
-        ReportError(options, error.what(), error.m_hint);
+        if (*error.what() != '\0') // else the command has told everything itself
+            ReportError(options, error.what(), error.m_hint);
         return error.m_exitCode;
     } catch (const std::exception& error) {
         ReportError(options, error.what(), "");

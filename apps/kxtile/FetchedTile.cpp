@@ -2,11 +2,13 @@
 #include "FetchedTile.h"
 
 #include "Command.h"
+#include "EarthSource.h"
 #include "KxFile.h"
 #include "KxImgUtility.h"
-#include "KxLuaToolkit.h"
 #include "KxNetGetch.h"
 #include "KxTileFetcher.h"
+#include "StatusHint.h"
+#include "TileUrl.h"
 
 #include <fmt/format.h>
 
@@ -23,20 +25,6 @@ using KxC::KxTileFetcher;
 using KxC::NetError;
 
 constexpr int kSchemeBingMap = 6;
-constexpr int kSchemeEarthHistory = 8;
-
-std::string HintFor(int status)
-{
-    switch (status) {
-    case 401:
-    case 403:
-        return "The service refuses the request: check its key, headers and user agent.";
-    case 429:
-        return "The service asks for fewer requests: wait, then try again.";
-    default:
-        return status >= 500 ? "The service is in trouble: try again later." : "";
-    }
-}
 
 /// What the last request says of the failure.
 [[noreturn]] void ThrowRequestFailure(const KxNetRequestInfo& request)
@@ -46,12 +34,13 @@ std::string HintFor(int status)
     throw CommandError(
         kExitFailed,
         fmt::format("{}{}: {}", request.m_strUrl.Cstr(), status, request.m_strCause.Cstr()),
-        HintFor(request.m_nHttpStatus));
+        HintForStatus(request.m_nHttpStatus));
 }
 
 /// The answer came but is no picture.
 [[noreturn]] void ThrowNotAPicture(const KxNetRequestInfo& request)
 {
+    ThrowIfEarthFailed();
     throw CommandError(
         kExitFailed,
         fmt::format("{} (HTTP status {}): the answer of {} bytes, type '{}', is no whole PNG, "
@@ -71,17 +60,15 @@ std::string HintFor(int status)
 }
 
 /// No request could be made: the source gave no URL to ask.
-[[noreturn]] void ThrowNoUrl(const KxC::KxTSDParamItem& source)
+[[noreturn]] void ThrowNothingToAsk(const KxC::KxTSDParamItem& source)
 {
     if (source.m_nTileScheme == kSchemeEarthHistory)
-        throw CommandError(kExitFailed, "history imagery (scheme 8) cannot be fetched yet");
+        ThrowIfEarthFailed();
     if (source.m_bLuaScripted == 0)
         throw CommandError(kExitFailed,
                            "the library makes no tile of this size on this level",
                            "Levels go to 30, also after the deeper one that large tiles need.");
-    throw CommandError(
-        kExitFailed,
-        fmt::format("the URL script gives no URL: {}", KxC::KxLuaToolkit::GetLastError().Cstr()));
+    ThrowNoUrl(source);
 }
 
 /// The URL that was asked, or, when the tile was at hand, the one that would have been.
@@ -106,9 +93,22 @@ std::unique_ptr<KxC::KxRawData> BytesOnDisk(const KxC::KxTSDParamItem& source, c
     return bytes;
 }
 
+/// Earth imagery has no URL of its own for a tile: its fetcher finds it.
+std::unique_ptr<KxC::KxRawData> FetchFromEarth(KxC::KxTSDParamItem& source, const HostTile& tile)
+{
+    auto bytes = std::make_unique<KxC::KxRawData>();
+    KxC::KxString info;
+    source.m_pGeFetcher->FetchImageRawData(
+        *bytes, tile.m_z, tile.RowFromSouth(), tile.m_x, info, 0);
+    ThrowIfEarthFailed();
+    return bytes;
+}
+
 std::unique_ptr<KxC::KxRawData>
 FetchDirect(KxC::KxTSDParamItem& source, const HostTile& tile, int timeoutMs)
 {
+    if (source.m_pGeFetcher != nullptr)
+        return FetchFromEarth(source, tile);
     KxC::KxRawData* bytes = nullptr;
     if (KxTileFetcher::FetchWMTile4(bytes,
                                     &source,
@@ -138,14 +138,15 @@ double Measure(const std::function<void()>& operation)
 void CheckPicture(NetError result, const KxC::KxWMImageTileData* tile, const std::string& url)
 {
     const KxNetRequestInfo& request = KxNetGetch::GetLastRequestInfo();
+    if (tile != nullptr && tile->GetImage() != nullptr)
+        return;
+    ThrowIfEarthFailed();
     if (result == KxC::NetError_NoData || request.m_result == KxC::NetError_NoData)
         ThrowNoTile(url, request.m_nHttpStatus);
     if (tile == nullptr)
         throw CommandError(kExitFailed,
                            fmt::format("{}: the bytes kept on disk are no picture", url),
                            "Forget them with 'kxtile cache clear SOURCE', then try again.");
-    if (tile->GetImage() != nullptr)
-        return;
     if (request.m_nBytes == 0)
         ThrowNoTile(url, request.m_nHttpStatus);
     ThrowNotAPicture(request);
@@ -158,6 +159,17 @@ std::string Origin(unsigned long long memoryHitsBefore)
         return "network";
     const bool hit = KxC::m_gWMTileDataCacheManager.GetStatistics().m_nHits > memoryHitsBefore;
     return hit ? "memory" : "disk";
+}
+
+/// The name of a definition file's part of the cache says little about whose it is.
+void DescribeInCache(const KxC::KxTSDParamItem& source)
+{
+    const std::string path = source.m_strKey.Cstr();
+    if (source.m_bFromDefinitionFile != 0)
+        KxC::m_gRawDataTypeCacheManager.DescribeSubTree(
+            KxC::KxRawDataTypeCacheManager::CacheType_SourceTile,
+            source.m_strHashKey,
+            path.substr(path.rfind('/') + 1).c_str());
 }
 
 void FetchThroughCaches(FetchedTile& fetched,
@@ -177,6 +189,7 @@ void FetchThroughCaches(FetchedTile& fetched,
     fetched.m_url = UrlOf(source, tile);
     CheckPicture(result, inMemory, fetched.m_url);
     fetched.m_from = Origin(hitsBefore);
+    DescribeInCache(source);
     fetched.m_bytes = BytesOnDisk(source, tile);
     if (fetched.m_bytes == nullptr) {
         fmt::print(stderr,
@@ -213,7 +226,7 @@ void ThrowFetchFailure(const KxC::KxTSDParamItem& source)
 {
     const KxNetRequestInfo& request = KxNetGetch::GetLastRequestInfo();
     if (request.m_strUrl.IsEmpty() != 0)
-        ThrowNoUrl(source);
+        ThrowNothingToAsk(source);
     if (request.m_result != KxC::NetError_Success)
         ThrowRequestFailure(request);
     ThrowNotAPicture(request);

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "Command.h"
 #include "GeoPoint.h"
-#include "KxLuaToolkit.h"
 #include "KxMath.h"
 #include "KxTileFetcher.h"
 #include "SourceArgument.h"
 #include "SourceGrid.h"
+#include "TileUrl.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -134,7 +134,7 @@ struct SourceTilePlace
 
 SourceTilePlace LocateInSource(const LocateArguments& arguments, const KxC::KxPoint2d& metres)
 {
-    KxC::KxTSDParamItem* source = arguments.m_source.Load();
+    KxC::KxTSDParamItem* source = arguments.m_source.Load(SourceUse::Describe);
     SourceTilePlace place{
         {source->m_nTileScheme,
          source->m_nDatum,
@@ -150,9 +150,7 @@ SourceTilePlace LocateInSource(const LocateArguments& arguments, const KxC::KxPo
     const KxC::KxString url =
         KxC::KxTileFetcher::GetURL(source, arguments.m_level, position.Row(), position.Column());
     if (url.IsEmpty() != 0)
-        throw CommandError(
-            kExitFailed,
-            fmt::format("the source gives no URL: {}", KxC::KxLuaToolkit::GetLastError().Cstr()));
+        ThrowNoUrl(*source);
     place.m_url = arguments.m_source.GetSecrets().Mask(url.Cstr());
     return place;
 }

@@ -36,17 +36,16 @@ std::string FormatOf(const KxC::KxString& ext)
                        "Check that the folder exists, may be written, and has room.");
 }
 
-void WriteToStandardOutput(const KxC::KxRawData& bytes)
+void WriteToStandardOutput(const void* bytes, std::size_t size)
 {
-    if (std::fwrite(bytes.GetData(), 1, bytes.GetSize(), stdout) != bytes.GetSize() ||
-        std::fflush(stdout) != 0)
+    if (std::fwrite(bytes, 1, size, stdout) != size || std::fflush(stdout) != 0)
         ThrowCannotWrite("-");
 }
 
-void WriteBytes(const KxC::KxRawData& bytes, const std::string& path)
+void WriteBytes(const unsigned char* bytes, std::size_t size, const std::string& path)
 {
     errno = 0;
-    if (KxC::KxFile::SaveWhole(path.c_str(), bytes.GetData(), bytes.GetSize()) == 0)
+    if (KxC::KxFile::SaveWhole(path.c_str(), bytes, size) == 0)
         ThrowCannotWrite(path);
 }
 
@@ -61,6 +60,14 @@ void CheckOutputFormat(const std::string& path)
         throw CommandError(kExitWrongUsage,
                            fmt::format("'{}': no picture is written as .{}", path, format),
                            "Use the extension .png, .jpg, .webp or .tif.");
+}
+
+void WriteText(const std::string& text, const std::string& path)
+{
+    if (path == "-")
+        WriteToStandardOutput(text.data(), text.size());
+    else
+        WriteBytes(reinterpret_cast<const unsigned char*>(text.data()), text.size(), path);
 }
 
 void WritePicture(const KxC::KxImageData& image, const std::string& path)
@@ -81,9 +88,9 @@ WrittenTile WriteTile(const KxC::KxRawData& bytes, const std::string& path)
     WrittenTile written{path, own, image->GetWidth(), image->GetHeight(), bytes.GetSize()};
     const std::string wanted = FormatOf(KxC::KxFile::GetExt(path.c_str()));
     if (path == "-") {
-        WriteToStandardOutput(bytes);
+        WriteToStandardOutput(bytes.GetData(), bytes.GetSize());
     } else if (wanted.empty() || wanted == own) {
-        WriteBytes(bytes, path);
+        WriteBytes(bytes.GetData(), bytes.GetSize(), path);
     } else {
         WritePicture(*image, path);
         written.m_format = wanted;

@@ -23,6 +23,10 @@ struct WrittenTile
 /// @throws CommandError when it cannot be written, or the extension is no picture format
 WrittenTile WriteTile(const KxC::KxRawData& bytes, const std::string& path);
 
+/// Writes a text, "-" to standard output. A file appears under its name only when whole.
+/// @throws CommandError when it cannot be written
+void WriteText(const std::string& text, const std::string& path);
+
 /// Refuses a path whose extension no picture can be written with, before anything is fetched.
 /// @throws CommandError (wrong usage)
 void CheckOutputFormat(const std::string& path);

@@ -7,6 +7,10 @@
 
 namespace KxTileHost {
 
+/// The environment variables that a definition file names as ${NAME}, each once; none for a file
+/// that cannot be read.
+std::vector<std::string> VariableNamesIn(const std::string& path);
+
 /// Keeps the secrets of a definition file off the screen: what its ${NAME} stand for is written
 /// as ${NAME} again. Values that are whole addresses ("http://...") are no secrets.
 class Secrets
@@ -16,9 +20,36 @@ public:
     explicit Secrets(const std::string& path);
 
     std::string Mask(std::string text) const;
+    /// The names of the variables whose values are secret.
+    std::vector<std::string> Names() const;
 
 private:
     std::vector<std::pair<std::string, std::string>> m_valuesAndNames;
+};
+
+/// Stands in for the variables of a definition: while it lives, each of them holds a text of its
+/// own, so that the definition loads whether they are set or not, and what they would have been
+/// put into can be told. For programs with one thread.
+class StandInVariables
+{
+public:
+    explicit StandInVariables(const std::string& path);
+    ~StandInVariables();
+    StandInVariables(const StandInVariables&) = delete;
+    StandInVariables& operator=(const StandInVariables&) = delete;
+
+    const std::vector<std::string>& Names() const { return m_names; }
+    /// The text with ${NAME} wherever a variable's text went.
+    std::string NameAgain(std::string text) const;
+
+private:
+    struct Before
+    {
+        bool m_set;
+        std::string m_value;
+    };
+    std::vector<std::string> m_names;
+    std::vector<Before> m_before;
 };
 
 } // namespace KxTileHost

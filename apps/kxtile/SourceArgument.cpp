@@ -2,7 +2,9 @@
 #include "SourceArgument.h"
 
 #include "Command.h"
+#include "EarthSource.h"
 #include "KxUtility.h"
+#include "ReadySources.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -10,6 +12,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <map>
+#include <system_error>
 
 namespace KxTileHost {
 
@@ -23,7 +26,8 @@ const std::map<std::string, int> kSchemes{{"mercator", kSchemeWebMercator},
                                           {"quadkey", kSchemeBingMap},
                                           {"tianditu", 5},
                                           {"geographic", 9},
-                                          {"baidu", 4}};
+                                          {"baidu", 4},
+                                          {"earth", kSchemeEarthHistory}};
 const std::map<std::string, int> kDatums{{"wgs84", 0}, {"gcj02", 1}, {"bd09", 2}};
 
 std::string Describe(const KxC::KxTSDMessage& message)
@@ -58,6 +62,67 @@ int CodeOf(const std::map<std::string, int>& codes, const std::string& text)
     return found == codes.end() ? std::stoi(text) : found->second;
 }
 
+bool Holds(const std::string& text, const char* part)
+{
+    return text.find(part) != std::string::npos;
+}
+
+bool Exists(const std::string& path)
+{
+    std::error_code error;
+    return std::filesystem::exists(path, error);
+}
+
+/// Whether a text was meant as an address though it has no "://".
+bool LooksLikeTemplate(const std::string& text)
+{
+    return !Exists(text) && (Holds(text, "{$") || Holds(text, "{x}") || Holds(text, "%d"));
+}
+
+[[noreturn]] void ThrowBadTemplate(const std::string& text, const std::string& fault)
+{
+    throw CommandError(
+        kExitWrongUsage,
+        fmt::format("'{}' {}", text, fault),
+        "Write {$x}, {$y} and {$z}, or {$quadkey}, where the tile's numbers stand; quote the "
+        "argument for the shell.");
+}
+
+/// Refuses an address that no tile can be asked for with.
+void CheckTemplate(const std::string& text)
+{
+    if (text.compare(0, 7, "http://") != 0 && text.compare(0, 8, "https://") != 0)
+        throw CommandError(kExitWrongUsage,
+                           fmt::format("'{}' is no address of a tile service", text),
+                           "Tiles are asked for by http:// and https:// only.");
+    std::string missing;
+    int named = 0;
+    for (const char* placeholder : {"{$x}", "{$y}", "{$z}"}) {
+        if (Holds(text, placeholder))
+            ++named;
+        else
+            missing += (missing.empty() ? "" : " and ") + std::string(placeholder);
+    }
+    if (Holds(text, "{$quadkey}") || (named == 0 && Holds(text, "%d")))
+        return;
+    if (named == 0)
+        ThrowBadTemplate(text, "has no tile placeholder");
+    if (!missing.empty())
+        ThrowBadTemplate(text, "has no " + missing);
+}
+
+[[noreturn]] void ThrowNotEnabled(const KxC::KxTSDParamItem& source, const std::string& path)
+{
+    const std::string terms = source.m_strAttr3.IsEmpty() != 0
+                                  ? "The definition names no terms."
+                                  : fmt::format("Terms: {}", source.m_strAttr3.Cstr());
+    throw CommandError(
+        kExitFailed,
+        fmt::format("'{}' is not enabled, so nothing is fetched from this service", path),
+        terms + "\n        If you have the right to use it so, copy the file, write enabled = true "
+                "into the copy, and name the copy.");
+}
+
 /// A check that takes the names and whole numbers.
 CLI::Validator NameOrNumber(const std::map<std::string, int>& codes)
 {
@@ -74,26 +139,30 @@ CLI::Validator NameOrNumber(const std::map<std::string, int>& codes)
 
 void SourceArgument::AddTo(CLI::App& command, Presence presence)
 {
-    command.add_option("SOURCE", m_text, "Definition file, or URL template with {$x} {$y} {$z}")
+    command
+        .add_option("SOURCE",
+                    m_text,
+                    "Definition file, name of a ready definition ('kxtile source list'), or URL "
+                    "template with {$x} {$y} {$z}")
         ->required(presence == kRequired);
-    command.add_option("--servers", m_servers, "Server parts for {$serverpart}, as in 'a,b,c'")
-        ->group(kTemplateOptions);
-    command.add_option("--scheme", m_scheme, "Tiling scheme, by name or number")
-        ->check(NameOrNumber(kSchemes))
-        ->group(kTemplateOptions);
-    command.add_option("--datum", m_datum, "Datum of the tiles")
-        ->check(CLI::IsMember(kDatums))
-        ->group(kTemplateOptions);
-    command.add_option("--rows", m_rows, "Where the service counts rows from")
-        ->check(CLI::IsMember({"north", "south"}))
-        ->group(kTemplateOptions);
-    command.add_option("--level-offset", m_levelOffset, "Added to the level in the URL")
-        ->group(kTemplateOptions);
-    command.add_option("--tile-size", m_tileSize, "Edge of a tile, in pixels")
-        ->check(CLI::Range(1, 8192))
-        ->group(kTemplateOptions);
-    command.add_option("--format", m_format, "Format text; one that ends in gzip is inflated")
-        ->group(kTemplateOptions);
+    const auto describes = [&](CLI::Option* option) {
+        m_templateOptions.push_back(option->group(kTemplateOptions));
+    };
+    describes(command.add_option(
+        "--servers", m_servers, "Server parts for {$serverpart}, as in 'a,b,c'"));
+    describes(command.add_option("--scheme", m_scheme, "Tiling scheme, by name or number")
+                  ->check(NameOrNumber(kSchemes)));
+    describes(command.add_option("--datum", m_datum, "Datum of the tiles")
+                  ->check(CLI::IsMember(kDatums)));
+    describes(command.add_option("--rows", m_rows, "Where the service counts rows from")
+                  ->check(CLI::IsMember({"north", "south"})));
+    describes(command.add_option("--level-offset", m_levelOffset, "Added to the level in the URL"));
+    describes(command.add_option("--tile-size", m_tileSize, "Edge of a tile, in pixels")
+                  ->check(CLI::Range(1, 8192)));
+    describes(
+        command.add_option("--format", m_format, "Format text; one that ends in gzip is inflated"));
+    command.add_option(
+        "--date", m_date, "History imagery (scheme earth) of this day, YYYY-MM-DD, or before");
     command.add_option("--user-agent", m_userAgent, "Sent instead of the product's own name");
     command.add_option("--header", m_headers, "Header line, as in 'Name: value'; repeatable")
         ->allow_extra_args(false);
@@ -107,7 +176,7 @@ CommandError SourceArgument::WithoutSecrets(const CommandError& error) const
 
 Secrets SourceArgument::GetSecrets() const
 {
-    return Secrets(IsTemplate() ? std::string() : m_text);
+    return Secrets(IsTemplate() ? std::string() : GetPath());
 }
 
 std::string SourceArgument::GetName() const
@@ -117,12 +186,25 @@ std::string SourceArgument::GetName() const
 
 bool SourceArgument::IsTemplate() const
 {
-    return m_text.find("://") != std::string::npos;
+    return Holds(m_text, "://");
 }
 
-KxC::KxTSDParamItem* SourceArgument::Load() const
+std::string SourceArgument::GetPath() const
 {
-    KxC::KxTSDParamItem* source = IsTemplate() ? LoadTemplate() : LoadDefinition();
+    std::error_code error;
+    if (!IsReadySourceName(m_text) || std::filesystem::exists(m_text, error))
+        return m_text;
+    const auto ready = FindReadySource(m_text);
+    return ready ? ready->string() : m_text;
+}
+
+KxC::KxTSDParamItem* SourceArgument::Load(SourceUse use) const
+{
+    const auto date = ParseDate(m_date);
+    KxC::KxTSDParamItem* source =
+        AsEarthSource(IsTemplate() ? LoadTemplate() : LoadDefinition(), date);
+    if (use == SourceUse::Fetch && source->m_bOption3 == 0)
+        ThrowNotEnabled(*source, GetPath());
     // This process has just made the record, and nobody else reads it yet.
     if (!m_userAgent.empty())
         source->m_strUserAgent = m_userAgent.c_str();
@@ -131,38 +213,65 @@ KxC::KxTSDParamItem* SourceArgument::Load() const
     return source;
 }
 
+void SourceArgument::RefuseTemplateOptions() const
+{
+    for (const CLI::Option* option : m_templateOptions)
+        if (option->count() > 0)
+            throw CommandError(
+                kExitWrongUsage,
+                fmt::format("{} describes a URL template, but '{}' is a definition, which says "
+                            "it itself",
+                            option->get_name(),
+                            m_text),
+                "Leave the option out, or write the value into the definition.");
+}
+
 KxC::KxTSDParamItem* SourceArgument::LoadDefinition() const
 {
-    KxC::KxTSDParamItem* source = KxC::m_gTSDParamManager.GetTSDParam(m_text.c_str());
+    const std::string path = GetPath();
+    if (LooksLikeTemplate(m_text))
+        throw CommandError(kExitWrongUsage,
+                           fmt::format("'{}' is no address", m_text),
+                           "Begin a URL template with http:// or https://.");
+    RefuseTemplateOptions();
+    if (path == m_text && IsReadySourceName(m_text) && !Exists(path))
+        throw CommandError(kExitFailed,
+                           fmt::format("there is no file and no ready definition '{}'", m_text),
+                           "'kxtile source list' names those that there are.");
+    KxC::KxTSDParamItem* source = KxC::m_gTSDParamManager.GetTSDParam(path.c_str());
     std::string errors;
     for (const KxC::KxTSDMessage& message : KxC::KxUtility::GetLastTSDMessages()) {
         if (message.m_bError)
             errors += (errors.empty() ? "" : "\n        ") + Describe(message);
         else
-            fmt::print(stderr, "kxtile: {}: warning: {}\n", m_text, Describe(message));
+            fmt::print(stderr, "kxtile: {}: warning: {}\n", path, Describe(message));
     }
     if (!errors.empty())
         throw CommandError(
-            kExitFailed, fmt::format("cannot use the definition '{}'", m_text), errors);
+            kExitFailed, fmt::format("cannot use the definition '{}'", path), errors);
     return source;
+}
+
+int SourceArgument::SchemeOfTemplate(bool byQuadKey) const
+{
+    if (!m_scheme.empty())
+        return CodeOf(kSchemes, m_scheme);
+    if (!m_date.empty())
+        return kSchemeEarthHistory;
+    return byQuadKey ? kSchemeBingMap : kSchemeWebMercator;
 }
 
 KxC::KxTSDParamItem* SourceArgument::LoadTemplate() const
 {
-    const bool byQuadKey = m_text.find("{$quadkey}") != std::string::npos;
-    const bool named =
-        m_text.find("{$x}") != std::string::npos || m_text.find("{$y}") != std::string::npos;
-    if (!byQuadKey && !named && m_text.find("%d") == std::string::npos)
-        throw CommandError(kExitWrongUsage,
-                           fmt::format("'{}' has no tile placeholder", m_text),
-                           "Write {$x}, {$y} and {$z}, or {$quadkey}, where the tile's numbers "
-                           "stand; quote the argument for the shell.");
+    const bool byQuadKey = Holds(m_text, "{$quadkey}");
+    const bool named = Holds(m_text, "{$x}");
+    const int scheme = SchemeOfTemplate(byQuadKey);
+    // An earth server's address is all that there is to say of it.
+    if (scheme != kSchemeEarthHistory)
+        CheckTemplate(m_text);
     KxC::KxString urlTemplate(byQuadKey || named ? EscapePercentSigns(m_text).c_str()
                                                  : m_text.c_str());
     urlTemplate.Replace("{$quadkey}", "%s");
-    const int scheme = !m_scheme.empty() ? CodeOf(kSchemes, m_scheme)
-                       : byQuadKey       ? kSchemeBingMap
-                                         : kSchemeWebMercator;
     KxC::KxTSDParamItem* source =
         KxC::m_gTSDParamManager.GetTSDParam(urlTemplate,
                                             m_servers.c_str(),

@@ -11,12 +11,19 @@
 
 namespace CLI {
 class App;
-}
+class Option;
+} // namespace CLI
 
 namespace KxTileHost {
 
-/// A tile source as a command line names it: a definition file, or a URL template with the
-/// options that describe it.
+/// What a command wants a source for.
+enum class SourceUse {
+    Fetch,    ///< its tiles; a definition that says enabled = false refuses
+    Describe, ///< what the definition says, without a request
+};
+
+/// A tile source as a command line names it: a definition file, the bare name of a ready
+/// definition, or a URL template with the options that describe it.
 class SourceArgument
 {
 public:
@@ -29,10 +36,13 @@ public:
     void AddTo(CLI::App& command, Presence presence = kRequired);
 
     /// The source, loaded.
-    /// @throws CommandError when the definition cannot be read, or the template has no placeholder
-    KxC::KxTSDParamItem* Load() const;
+    /// @throws CommandError when the definition cannot be read, or the template is none, or the
+    ///         definition is not enabled and its tiles are to be fetched
+    KxC::KxTSDParamItem* Load(SourceUse use = SourceUse::Fetch) const;
 
     const std::string& GetText() const { return m_text; }
+    /// The definition's file: what was named, or where the ready definition of that name lies.
+    std::string GetPath() const;
     /// A short name: the definition's file name without extension, or the template.
     std::string GetName() const;
     /// What must not be shown of the source.
@@ -44,13 +54,17 @@ public:
 private:
     KxC::KxTSDParamItem* LoadDefinition() const;
     KxC::KxTSDParamItem* LoadTemplate() const;
+    int SchemeOfTemplate(bool byQuadKey) const;
+    void RefuseTemplateOptions() const;
 
     std::string m_text;
+    std::vector<const CLI::Option*> m_templateOptions;
     std::string m_servers;
     std::string m_scheme;
     std::string m_datum;
     std::string m_rows = "north";
     std::string m_format;
+    std::string m_date; ///< of history imagery, empty for none
     std::string m_userAgent;
     std::vector<std::string> m_headers;
     int m_levelOffset = 0;

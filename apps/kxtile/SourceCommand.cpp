@@ -4,6 +4,8 @@
 #include "Secrets.h"
 #include "SourceArgument.h"
 #include "SourceCheckCommand.h"
+#include "SourceSubcommands.h"
+#include "forms/UrlPieces.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -74,7 +76,7 @@ Json BoundsOf(const KxC::KxSLevelBounds& bounds)
 Json Describe(const KxC::KxTSDParamItem& source, const Secrets& secrets)
 {
     const auto text = [&secrets](const KxC::KxString& value) { return secrets.Mask(value.Cstr()); };
-    return {{"url", text(source.m_strUrlTemplate)},
+    return {{"url", secrets.Mask(ReadableUrl(source))},
             {"servers", Texts(source.m_arrServerParts, secrets)},
             {"scheme", source.m_nTileScheme},
             {"scheme_name", SchemeName(source.m_nTileScheme)},
@@ -89,14 +91,14 @@ Json Describe(const KxC::KxTSDParamItem& source, const Secrets& secrets)
             {"headers", Texts(source.m_arrRequestHeaders, secrets)},
             {"script", source.m_bLuaScripted != 0},
             {"bounds", BoundsOf(source.m_levelBounds)},
-            {"attr1", text(source.m_strAttr1)},
-            {"attr2", text(source.m_strAttr2)},
-            {"attr3", text(source.m_strAttr3)},
-            {"attr4", text(source.m_strAttr4)},
+            {"name", text(source.m_strAttr1)},
+            {"attribution", text(source.m_strAttr2)},
+            {"terms", text(source.m_strAttr3)},
+            {"notes", text(source.m_strAttr4)},
             {"attr5", text(source.m_strAttr5)},
             {"option1", source.m_bOption1 != 0},
             {"option2", source.m_bOption2 != 0},
-            {"option3", source.m_bOption3 != 0},
+            {"enabled", source.m_bOption3 != 0},
             {"value1", source.m_nValue1},
             {"value2", source.m_nValue2},
             {"value3", source.m_nValue3},
@@ -105,7 +107,7 @@ Json Describe(const KxC::KxTSDParamItem& source, const Secrets& secrets)
 
 void RunShow(const GlobalOptions& options, const SourceArgument& argument)
 {
-    const KxC::KxTSDParamItem* source = argument.Load();
+    const KxC::KxTSDParamItem* source = argument.Load(SourceUse::Describe);
     if (source->m_bLuaScripted != 0 && KxC::KxLuaToolkit::GetLastError().IsEmpty() == 0)
         fmt::print(stderr,
                    "kxtile: {}: warning: the script does not load: {}\n",
@@ -119,7 +121,7 @@ void RunShow(const GlobalOptions& options, const SourceArgument& argument)
     for (const auto& [key, value] : description.items())
         fmt::print("{:<13} {}\n",
                    key,
-                   value.is_string() ? value.get<std::string>()
+                   value.is_string() ? Printable(value.get<std::string>())
                                      : value.dump(-1, ' ', false, Json::error_handler_t::replace));
 }
 
@@ -127,10 +129,14 @@ void RunShow(const GlobalOptions& options, const SourceArgument& argument)
 
 void AddSourceCommand(CLI::App& app, const GlobalOptions& options)
 {
-    CLI::App* source = app.add_subcommand("source", "Look at tile sources");
+    CLI::App* source =
+        app.add_subcommand("source", "Look at tile sources, try them out, convert them");
     source->require_subcommand(1);
     source->footer(
         "Example:\n  kxtile source show 'http://127.0.0.1:8080/xyz/marble/{$z}/{$x}/{$y}.png'");
+    AddSourceListCommand(*source, options);
+    AddSourceTestCommand(*source, options);
+    AddSourceConvertCommand(*source, options);
     CLI::App* show = source->add_subcommand("show", "Print what a source came out as");
     const auto argument = std::make_shared<SourceArgument>();
     argument->AddTo(*show);

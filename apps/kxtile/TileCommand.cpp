@@ -175,7 +175,8 @@ void AddTileCommand(CLI::App& app, const GlobalOptions& options)
                     "  kxtile tile city.toml 26979/12416/15 --size 512 -o tile.png\n"
                     "  kxorigin --port 8080 &\n"
                     "  kxtile tile 'http://127.0.0.1:8080/tms/marble/{$z}/{$x}/{$y}.jpg' "
-                    "--rows south 4/3/3 -o tile.webp");
+                    "--rows south 4/3/3 -o tile.webp\n"
+                    "  kxtile tile http://127.0.0.1:8080/earth --date 2020-01-15 4/3/3");
     command->callback([&options, arguments] { RunTile(options, *arguments); });
 }
 

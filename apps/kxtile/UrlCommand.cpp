@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "Command.h"
 #include "HostTile.h"
-#include "KxLuaToolkit.h"
-#include "KxTileFetcher.h"
 #include "SourceArgument.h"
+#include "TileUrl.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -23,23 +22,16 @@ struct UrlArguments
 void RunUrl(const GlobalOptions& options, const UrlArguments& arguments)
 {
     const HostTile tile = ParseHostTile(arguments.m_address);
-    KxC::KxTSDParamItem* source = arguments.m_source.Load();
-    const KxC::KxString url =
-        KxC::KxTileFetcher::GetURL(source, tile.m_z, tile.RowFromSouth(), tile.m_x);
-    if (url.IsEmpty() != 0)
-        throw CommandError(kExitFailed,
-                           source->m_bLuaScripted != 0
-                               ? fmt::format("the URL script gives no URL: {}",
-                                             KxC::KxLuaToolkit::GetLastError().Cstr())
-                               : std::string("the source gives no URL"));
+    KxC::KxTSDParamItem* source = arguments.m_source.Load(SourceUse::Describe);
+    const std::string url = TileUrlOf(*source, tile);
     if (options.m_json)
         PrintJson({{"source", arguments.m_source.GetText()},
                    {"x", tile.m_x},
                    {"y", tile.m_y},
                    {"z", tile.m_z},
-                   {"url", url.Cstr()}});
+                   {"url", url}});
     else
-        fmt::print("{}\n", url.Cstr());
+        fmt::print("{}\n", url);
 }
 
 } // namespace

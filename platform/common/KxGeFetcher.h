@@ -7,11 +7,27 @@
 #include "KxString.h"
 #include "KxTime.h"
 
+#include <vector>
+
 namespace KxC {
 
-/// Fetches history imagery, or the current one, of an earth server. So far it keeps what is wanted;
-/// every fetch fails.
-/// The setters belong before the first fetch; afterwards any thread may fetch.
+/// What came of a thread's last operation of a KxGeFetcher.
+struct KxGeFetchInfo
+{
+    NetError m_result = NetError_Success;
+    /// The day that the delivered image shows; no date where the server does not tell it, as for
+    /// current imagery.
+    KxTime m_time;
+    /// The level of the image that was delivered, or that the delivered one was cut from.
+    int m_nLevel = 0;
+    KxString m_strCause; ///< of a failure, in words; else empty
+};
+
+/// Fetches imagery of an earth server, the current one or that of a day, over its flatfile
+/// protocol. Tiles lie in the square of 360 x 360 degrees: level n has 2^n columns from the west
+/// (180 degrees W) and 2^n rows from the south (where a latitude of -180 degrees would be).
+/// What servers tell of where they have imagery is kept for the whole process, bounded.
+/// Threads: the setters belong before the first fetch; afterwards any thread may fetch.
 class KXCOMMON_API KxGeFetcher
 {
 public:
@@ -24,17 +40,43 @@ public:
     void SetHistroyDataUsed(unsigned char used);
     unsigned char GetHistroyDataUsed() const;
 
-    /// The wanted date; imagery not newer than it is delivered.
+    /// The wanted date of history imagery: the newest that is not after it is delivered. No date
+    /// (the start) wants the newest.
     void SetDataTime(const KxTime& time);
     const KxTime& GetDataTime() const;
 
-    /// Fetches one encoded image.
-    /// @param data             receives the bytes on result 0
-    /// @param level, row, col  address in the geographic square grid, row 0 in the south
-    /// @param info             receives nothing of interest
-    /// @param option           0
+    /// Fetches one encoded image. Where a tile has none of its own, it is the part of a coarser
+    /// tile's image, up to 8 levels up, enlarged, as PNG. Undated imagery stands in where a place
+    /// has no dated one at all; where all is newer than the wanted date, there is none.
+    /// @param data           receives JPEG or PNG bytes on result 0; left empty on any other
+    /// @param level          0 to 30
+    /// @param row, col       0 to 2^level - 1, row 0 in the south
+    /// @param info           left as it is
+    /// @param option         0
+    /// @return 0; 7 where the server has no imagery, or the grid no tile; 6 when it failed, see
+    ///         GetLastFetchInfo
     NetError
     FetchImageRawData(KxRawData& data, int level, int row, int col, KxString& info, int option);
+
+    /// Lists the days of which the server has imagery of this very tile, newest first.
+    /// @param dates  receives them; month and day are 0 where not known. Empty on any other result
+    /// @param level, row, col  as for FetchImageRawData
+    /// @return 0; 7 where it has no dated imagery; 6 when it failed
+    NetError ListDates(std::vector<KxTime>& dates, int level, int row, int col);
+
+    /// Sets the server for the whole process, and forgets what was read so far. Without it the
+    /// server is that of the environment variable KXTILE_EARTH_URL, else the public one.
+    /// @param url  http or https; a path and a query are kept. Empty takes the setting back
+    static void SetServer(const KxString& url);
+
+    /// Sets the time-out of every request for the whole process; a fetch may send several.
+    /// @param timeoutMs  milliseconds, 0 or less (the start) for KxNetGetch::kDefaultTimeoutMs
+    static void SetTimeout(int timeoutMs);
+
+    /// The calling thread's last operation; valid until its next one.
+    static const KxGeFetchInfo& GetLastFetchInfo();
+    /// Forgets it, so that a host can tell whether an operation asked an earth server at all.
+    static void ClearLastFetchInfo();
 
 private:
     unsigned char m_bHistroyDataUsed;

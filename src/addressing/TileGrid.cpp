@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "TileGrid.h"
 
+#include "GridConstants.h"
 #include "KxMath.h"
 #include "KxTileFetcher.h"
 #include "SourceTexts.h"
@@ -12,23 +13,8 @@ namespace KxC {
 
 namespace {
 
-constexpr double kPi = 3.141592653589793;
-constexpr double kTwoPi = 6.283185307179586;
-constexpr double kQuarterPi = 0.7853981633974483;
-constexpr double kDegreesPerRadian = 57.29577951308232;
-
-/// 2 pi x 6378137, metres.
-constexpr double kWorldWidth = 40075016.68557849;
-constexpr double kHalfWorld = 20037508.342789244;
-
 /// Where no tile is: callers take negative indices for places outside the grid.
 constexpr double kOutside = -1.0;
-
-/// Edge of a tile of the square grids, in radians.
-double SpanInRadians(int level)
-{
-    return kTwoPi / TilesPerAxis(level);
-}
 
 } // namespace
 
@@ -99,9 +85,9 @@ void KxTileFetcher::GetBaiDuMapColRow(
         row = kOutside;
         return;
     }
-    const double pixelsPerUnit = std::scalbln(1.0, static_cast<long>(level) - 18);
-    column = pixelsPerUnit * planeX * 0.00390625;
-    row = pixelsPerUnit * planeY * 0.00390625;
+    const double pixelsPerUnit = BaiduPixelsPerUnit(level);
+    column = pixelsPerUnit * planeX * kBaiduTilesPerPixel;
+    row = pixelsPerUnit * planeY * kBaiduTilesPerPixel;
 }
 
 void KxTileFetcher::GetColRow(
@@ -119,6 +105,21 @@ void KxTileFetcher::GetColRow(
         column = (place.x + kPi) / span;
         row = (place.y + kPi) / span;
     }
+}
+
+void KxTileFetcher::GetLLColRow2(
+    double& column, double& row, KxCoordSysTrans* transform, double x, double y, int level)
+{
+    if (transform == nullptr) {
+        column = kOutside;
+        row = kOutside;
+        return;
+    }
+    KxPoint3d place;
+    transform->SrcPtToWGS84Pt(KxPoint3d(x, y, 0), place);
+    const double span = 360.0 / TilesPerAxis(level);
+    column = (place.x + 180.0) / span;
+    row = (place.y + 180.0) / span;
 }
 
 } // namespace KxC

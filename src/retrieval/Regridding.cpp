@@ -2,6 +2,7 @@
 #include "KxTileFetcher.h"
 #include "Operation.h"
 #include "OutputTile.h"
+#include "SampleTile.h"
 #include "Sampler.h"
 #include "SourceTiles.h"
 #include "TileGrid.h"
@@ -13,19 +14,11 @@ namespace KxC {
 
 namespace {
 
-void Sample(KxImageData& output,
-            const Extent& extent,
-            double span,
-            const SourceTiles& tiles,
-            const SourceGrid& grid)
+SampleAxes AxesOf(const Extent& extent, double span, int tileSize)
 {
-    const int count = output.GetWidth();
-    const double step = span / (count - 1);
-    SampleEachPixel(output,
-                    SamplePositions(extent.m_minX, extent.m_maxX, step, count),
-                    SamplePositions(extent.m_minY, extent.m_maxY, step, count),
-                    tiles,
-                    grid);
+    const double step = span / (tileSize - 1);
+    return {SamplePositions(extent.m_minX, extent.m_maxX, step, tileSize),
+            SamplePositions(extent.m_minY, extent.m_maxY, step, tileSize)};
 }
 
 /// One output tile on its way from address to encoded bytes.
@@ -66,7 +59,7 @@ private:
         const std::unique_ptr<KxImageData> output = NewOutputImage(m_tileSize, withAlpha);
         if (output == nullptr)
             return false;
-        Sample(*output, extent, span, tiles, grid);
+        SampleTile(*output, AxesOf(extent, span, m_tileSize), tiles, grid);
         out = EncodeOutput(*output);
         return out != nullptr;
     }

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-/// Fills an output picture from source tiles.
+/// Fills an output picture from source tiles: each pixel by its place in the source's grid.
 #pragma once
 
 #include "SourceTiles.h"
+#include "TileGrid.h"
 
-#include <cmath>
 #include <vector>
 
 namespace KxC {
@@ -15,33 +15,22 @@ namespace KxC {
 /// @param count  1 or more
 std::vector<double> SamplePositions(double from, double to, double step, int count);
 
-/// Fills a picture by asking the grid for each of its pixels. Pixels without a source picture stay
-/// as they are.
-/// @param xs, ys  as many positions as the picture has columns and rows
-/// @param toGrid  (x, y) -> GridPosition
-template <class ToGrid>
-void SampleEachPixel(KxImageData& output,
-                     const std::vector<double>& xs,
-                     const std::vector<double>& ys,
-                     const SourceTiles& tiles,
-                     const ToGrid& toGrid)
+/// Takes one pixel from the tile at a place, by the rule of KxImageData::GetValue2. Without a
+/// picture there, the pixel stays as it is.
+void SamplePixel(
+    KxImageData& output, int row, int column, const SourceTiles& tiles, const GridPosition& place);
+
+/// Takes every pixel from its place.
+/// @param placesOfRow  (row, std::vector<GridPosition>&): fills in the places of an output row
+template <class PlacesOfRow>
+void SampleRows(KxImageData& output, const SourceTiles& tiles, const PlacesOfRow& placesOfRow)
 {
-    const int pixelSize = output.GetPixelSize();
-    unsigned char pixel[4] = {};
-    for (int row = 0; row < output.GetHeight(); ++row)
-        for (int column = 0; column < output.GetWidth(); ++column) {
-            const GridPosition position =
-                toGrid(xs[static_cast<std::size_t>(column)], ys[static_cast<std::size_t>(row)]);
-            const KxImageData* image = tiles.ImageAt(TileIndex(position.m_row, IndexRule::Floor),
-                                                     TileIndex(position.m_col, IndexRule::Floor));
-            if (image == nullptr)
-                continue;
-            image->GetValue2(position.m_col - std::floor(position.m_col),
-                             position.m_row - std::floor(position.m_row),
-                             pixel,
-                             pixelSize);
-            output.SetValue(row, column, pixel, pixelSize);
-        }
+    std::vector<GridPosition> places(static_cast<std::size_t>(output.GetWidth()));
+    for (int row = 0; row < output.GetHeight(); ++row) {
+        placesOfRow(row, places);
+        for (int column = 0; column < output.GetWidth(); ++column)
+            SamplePixel(output, row, column, tiles, places[static_cast<std::size_t>(column)]);
+    }
 }
 
 } // namespace KxC

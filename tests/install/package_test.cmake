@@ -23,3 +23,13 @@ execute_process(COMMAND "${WORK}/build/consumer" OUTPUT_VARIABLE output
 if(NOT output STREQUAL EXPECTED)
     message(FATAL_ERROR "the consumer printed '${output}', not '${EXPECTED}'")
 endif()
+
+# The program finds the ready definitions that were installed with it.
+if(EXISTS "${WORK}/moved/bin/kxtile")
+    execute_process(COMMAND "${CMAKE_COMMAND}" -E env --unset=KXTILE_SOURCES_PATH
+                            "${WORK}/moved/bin/kxtile" source list
+                    OUTPUT_VARIABLE listed COMMAND_ERROR_IS_FATAL ANY)
+    if(NOT listed MATCHES "\nosm +enabled")
+        message(FATAL_ERROR "the installed kxtile lists no 'osm': '${listed}'")
+    endif()
+endif()

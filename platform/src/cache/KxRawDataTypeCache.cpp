@@ -32,9 +32,11 @@ KxRawDataSubTreeInfo Describe(const std::string& folder, const std::string& name
     const std::string path = SubTreePath(folder, name);
     TileCounts counts;
     KxRawDataSubTreeInfo info;
-    info.m_bReadable = SubTree(path).Count(counts);
+    std::string description;
+    info.m_bReadable = SubTree(path).Count(counts, description);
     info.m_strName = name.c_str();
     info.m_strPath = path.c_str();
+    info.m_strDescription = description.c_str();
     info.m_nTiles = counts.m_nTiles;
     info.m_nNoData = counts.m_nNoData;
     info.m_nBytes = SubTreeBytes(path);
@@ -158,6 +160,16 @@ unsigned char KxRawDataTypeCacheManager::ClearSubTree(CacheType type, const KxSt
 try {
     SubTree* const tree = m_store->Find(type, OpenSubTreeCache(type, name));
     return tree != nullptr && tree->DeleteAll() ? 1 : 0;
+} catch (...) {
+    return 0;
+}
+
+unsigned char KxRawDataTypeCacheManager::DescribeSubTree(CacheType type,
+                                                         const KxString& name,
+                                                         const KxString& description)
+try {
+    SubTree* const tree = m_store->Find(type, OpenSubTreeCache(type, name));
+    return tree != nullptr && tree->Describe(std::string(ViewOf(description))) ? 1 : 0;
 } catch (...) {
     return 0;
 }

@@ -5,8 +5,8 @@ namespace KxC {
 
 namespace {
 
-/// What the cache itself spends on a tile: map node, list links, reference counts. Counting it
-/// keeps a cache full of empty tiles within the budget too.
+/// What the cache itself spends on a tile: entry, place in the table and in the order of use.
+/// Counting it keeps a cache full of empty tiles within the budget too.
 constexpr std::size_t kBookkeepingBytes = 256;
 
 } // namespace

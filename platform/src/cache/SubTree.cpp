@@ -148,12 +148,13 @@ bool SubTree::SaveNoData(const TilePlace& place)
            }) == DatabaseResult::Done;
 }
 
-bool SubTree::Count(TileCounts& counts)
+bool SubTree::Count(TileCounts& counts, std::string& description)
 {
     TileDatabase database;
     const DatabaseResult opened = Open(database, Purpose::Read);
     if (opened == DatabaseResult::Done)
-        return database.Count(counts) == DatabaseResult::Done;
+        return database.Count(counts) == DatabaseResult::Done &&
+               database.ReadDescription(description) == DatabaseResult::Done;
     return opened == DatabaseResult::Missing;
 }
 
@@ -164,6 +165,18 @@ bool SubTree::DeleteAll()
             ? DatabaseResult::Done
             : Run(Purpose::Write, [](TileDatabase& database) { return database.DeleteAll(); });
     return result == DatabaseResult::Done;
+}
+
+bool SubTree::Describe(const std::string& description)
+{
+    std::string present;
+    const DatabaseResult read = Run(
+        Purpose::Read, [&](TileDatabase& database) { return database.ReadDescription(present); });
+    if (read != DatabaseResult::Done || present == description)
+        return read == DatabaseResult::Done;
+    return Run(Purpose::Write, [&](TileDatabase& database) {
+               return database.SaveDescription(description);
+           }) == DatabaseResult::Done;
 }
 
 } // namespace KxC

@@ -21,8 +21,9 @@ public:
     GetchResult Load(const TilePlace& place, KxSRawDataTypeCacheItem& item);
     bool Save(const TilePlace& place, const unsigned char* bytes, unsigned int size);
     bool SaveNoData(const TilePlace& place);
-    bool Count(TileCounts& counts);
+    bool Count(TileCounts& counts, std::string& description);
     bool DeleteAll();
+    bool Describe(const std::string& description);
     /// Closes the connections, those in use when they come back; every operation fails from now on.
     void Close();
 

@@ -5,8 +5,19 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <tuple>
 
 namespace KxC {
+
+namespace {
+
+bool Precedes(const TilePlace& one, const TilePlace& other)
+{
+    return std::tie(one.m_nLevel, one.m_nCol, one.m_nRow) <
+           std::tie(other.m_nLevel, other.m_nCol, other.m_nRow);
+}
+
+} // namespace
 
 /// A statement with a place bound to it, free for the next use when this ends.
 class TileDatabase::Binding
@@ -116,6 +127,63 @@ DatabaseResult TileDatabase::DeleteAll()
     Execute("VACUUM");
     Execute("PRAGMA wal_checkpoint(TRUNCATE)");
     return DatabaseResult::Done;
+}
+
+DatabaseResult TileDatabase::Next(TilePlace& place)
+{
+    const Binding binding(m_statements[Statement_Next], place);
+    const int code = sqlite3_step(binding.Get());
+    if (code != SQLITE_ROW)
+        return code == SQLITE_DONE ? DatabaseResult::Missing : ResultOf(code);
+    // What somebody else wrote there may be no number, or one of 64 bits: a walk must still end.
+    const TilePlace next{sqlite3_column_int(binding.Get(), 0),
+                         sqlite3_column_int(binding.Get(), 2),
+                         sqlite3_column_int(binding.Get(), 1)};
+    if (!Precedes(place, next))
+        return DatabaseResult::Damaged;
+    place = next;
+    return DatabaseResult::Done;
+}
+
+DatabaseResult TileDatabase::CheckIntegrity(std::vector<std::string>& problems)
+{
+    const int code = ReadTexts("PRAGMA integrity_check", problems);
+    if (code != SQLITE_OK)
+        problems.emplace_back(sqlite3_errmsg(m_connection));
+    else if (problems.size() == 1 && problems.front() == "ok")
+        problems.clear();
+    return problems.empty() || code != SQLITE_OK ? ResultOf(code) : DatabaseResult::Damaged;
+}
+
+DatabaseResult TileDatabase::ReadDescription(std::string& description)
+{
+    std::vector<std::string> texts;
+    const int code =
+        ReadTexts("SELECT value FROM source_metadata WHERE name = 'description'", texts);
+    description = texts.empty() ? std::string() : texts.front();
+    return ResultOf(code);
+}
+
+DatabaseResult TileDatabase::SaveDescription(const std::string& description)
+{
+    char* const sql = sqlite3_mprintf(
+        "INSERT OR REPLACE INTO source_metadata VALUES('description', %Q)", description.c_str());
+    const int code = sql == nullptr ? SQLITE_NOMEM : Execute(sql);
+    sqlite3_free(sql);
+    return ResultOf(code);
+}
+
+int TileDatabase::ReadTexts(const char* sql, std::vector<std::string>& texts)
+{
+    sqlite3_stmt* statement = nullptr;
+    int code = sqlite3_prepare_v2(m_connection, sql, -1, &statement, nullptr);
+    while (code == SQLITE_OK && (code = sqlite3_step(statement)) == SQLITE_ROW) {
+        const auto* const text = reinterpret_cast<const char*>(sqlite3_column_text(statement, 0));
+        texts.emplace_back(text == nullptr ? "" : text);
+        code = SQLITE_OK;
+    }
+    sqlite3_finalize(statement);
+    return code == SQLITE_DONE ? SQLITE_OK : code;
 }
 
 } // namespace KxC

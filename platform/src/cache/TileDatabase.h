@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 struct sqlite3;
 struct sqlite3_stmt;
@@ -67,12 +68,21 @@ public:
     /// Deletes every tile and marker and gives their space back.
     DatabaseResult DeleteAll();
 
+    /// The first stored place after `place`, by level, column and row.
+    /// @return Missing when there is none
+    DatabaseResult Next(TilePlace& place);
+    /// Puts into words where the file contradicts itself.
+    DatabaseResult CheckIntegrity(std::vector<std::string>& problems);
+    DatabaseResult ReadDescription(std::string& description);
+    DatabaseResult SaveDescription(const std::string& description);
+
 private:
     enum Statement {
         Statement_Load,
         Statement_IsNoData,
         Statement_Save,
         Statement_SaveNoData,
+        Statement_Next,
         Statement_Number
     };
     struct Stamp
@@ -103,6 +113,7 @@ private:
     int ReadIdentity(Identity& identity);
     bool IsEmpty(int& result);
     int ReadNumber(const char* sql, long long& number);
+    int ReadTexts(const char* sql, std::vector<std::string>& texts);
     int Execute(const char* sql);
     int EnterWal();
     DatabaseResult Prepare();

@@ -61,11 +61,13 @@ constexpr const char* kSettings = "PRAGMA synchronous = NORMAL;"
                                   "PRAGMA trusted_schema = OFF;"
                                   "PRAGMA journal_size_limit = 16777216;";
 
-constexpr std::array<const char*, 4> kStatementTexts = {
+constexpr std::array<const char*, 5> kStatementTexts = {
     "SELECT tile_data FROM tiles WHERE zoom_level = ?1 AND tile_column = ?2 AND tile_row = ?3",
     "SELECT 1 FROM no_data WHERE zoom_level = ?1 AND tile_column = ?2 AND tile_row = ?3",
     "INSERT OR REPLACE INTO tiles VALUES(?1, ?2, ?3, ?4)",
     "INSERT OR REPLACE INTO no_data VALUES(?1, ?2, ?3)",
+    "SELECT zoom_level, tile_column, tile_row FROM tiles"
+    " WHERE (zoom_level, tile_column, tile_row) > (?1, ?2, ?3) ORDER BY 1, 2, 3 LIMIT 1",
 };
 
 /// `path` as a file URI that SQLite shall take for a file that nobody changes.

@@ -45,4 +45,27 @@ inline constexpr BaiduBand kBaiduToDegrees[kBaiduBandCount] = {
 
 // clang-format on
 
+constexpr double Polynomial(const double (&terms)[7], double t)
+{
+    double sum = terms[6];
+    for (int i = 5; i >= 0; --i)
+        sum = sum * t + terms[i];
+    return sum;
+}
+
+/// Plane height of a latitude, both without sign.
+constexpr double Height(const BaiduBand& band, double latitude)
+{
+    return Polynomial(band.terms, latitude / band.scale);
+}
+
+/// The first band that begins at or below `value`, which is not negative.
+inline int BandAt(const double (&floors)[kBaiduBandCount], double value)
+{
+    int band = 0;
+    while (band < kBaiduBandCount - 1 && value < floors[band])
+        ++band;
+    return band;
+}
+
 } // namespace KxC

@@ -14,25 +14,12 @@ namespace {
 constexpr double kHalfPlane = 20037726.37;
 constexpr double kSlack = 0.01;
 
-constexpr double Polynomial(const double (&terms)[7], double t)
-{
-    double sum = terms[6];
-    for (int i = 5; i >= 0; --i)
-        sum = sum * t + terms[i];
-    return sum;
-}
-
 constexpr double Derivative(const double (&terms)[7], double t)
 {
     double sum = 6 * terms[6];
     for (int i = 5; i >= 1; --i)
         sum = sum * t + i * terms[i];
     return sum;
-}
-
-constexpr double Height(const BaiduBand& band, double latitude)
-{
-    return Polynomial(band.terms, latitude / band.scale);
 }
 
 /// The height between a band of kBaiduToPlane and the one below it, metres. At their common limit
@@ -45,15 +32,6 @@ constexpr double FloorOf(int band)
 
 constexpr double kBandFloors[kBaiduBandCount] = {
     kBaiduHeights[0], FloorOf(1), FloorOf(2), FloorOf(3), FloorOf(4), 0.0};
-
-/// The first band that begins at or below `value`, which is not negative.
-int BandAt(const double (&floors)[kBaiduBandCount], double value)
-{
-    int band = 0;
-    while (band < kBaiduBandCount - 1 && value < floors[band])
-        ++band;
-    return band;
-}
 
 double WithSign(double magnitude, double sign)
 {

@@ -5,8 +5,11 @@
 
 #include <algorithm>
 #include <atomic>
+#include <condition_variable>
 #include <cstdlib>
 #include <memory>
+#include <mutex>
+#include <set>
 #include <thread>
 #include <vector>
 
@@ -90,11 +93,40 @@ TEST_F(KxWMTileDataCacheTest, OrderOfUseHoldsAcrossManyTiles)
     constexpr int kTiles = 500;
     for (int col = 0; col < kTiles; ++col)
         AddSized(m_cache, col, 10);
-    for (int col = kTiles - 1; col >= 0; --col)
+    for (int col = kTiles - 1; col >= 0; --col) {
         m_cache.AccessTileData(1, 0, col);
+        Add(m_cache, new SizedTile(2, 0, 0, 0)); // use is ordered by what is added in between
+    }
     m_manager->SetBudget(1000); // the hundred used last: columns 99 to 0
     for (int col = 0; col < kTiles; ++col)
         EXPECT_EQ(m_cache.AccessTileData(1, 0, col) != nullptr, col < 100) << col;
+}
+
+TEST_F(KxWMTileDataCacheTest, WhatWasUsedSinceTheLastAdditionOutlivesIt)
+{
+    m_manager->SetBudget(300);
+    for (int col = 0; col < 3; ++col)
+        AddSized(m_cache, col, 100);
+    m_cache.AccessTileData(1, 0, 1);
+    m_cache.AccessTileData(1, 0, 0);
+    m_manager->SetBudget(200);
+    EXPECT_EQ(m_cache.AccessTileData(1, 0, 2), nullptr) << "the last one added";
+    EXPECT_NE(m_cache.AccessTileData(1, 0, 0), nullptr);
+    EXPECT_NE(m_cache.AccessTileData(1, 0, 1), nullptr);
+}
+
+TEST_F(KxWMTileDataCacheTest, FindsExactlyWhatIsLeftOfManyTiles)
+{
+    constexpr int kSide = 100;
+    constexpr int kLeft = 3000;
+    for (int i = 0; i < kSide * kSide; ++i)
+        Add(m_cache, new SizedTile(7, i / kSide, i % kSide, 10));
+    m_manager->SetBudget(kLeft * 10);
+    for (int i = 0; i < kSide * kSide; ++i) {
+        const KxWMTileData* const tile = m_cache.AccessTileData(7, i / kSide, i % kSide);
+        ASSERT_EQ(tile != nullptr, i >= kSide * kSide - kLeft) << i;
+        ASSERT_EQ(tile == nullptr ? i : tile->GetRow() * kSide + tile->GetCol(), i);
+    }
 }
 
 TEST_F(KxWMTileDataCacheTest, StaysWithinTheBudgetAndFreesWhatNobodyHolds)
@@ -151,6 +183,98 @@ TEST_F(KxWMTileDataCacheTest, HitStaysValidUntilItsThreadLetsGo)
     EXPECT_EQ(tile->GetCol(), 7);
     m_manager->ReleaseThreadTiles();
     EXPECT_EQ(s_alive, 0);
+}
+
+/// Steps that threads take in turn.
+class Turns
+{
+public:
+    void WaitFor(int turn)
+    {
+        std::unique_lock<std::mutex> guard(m_lock);
+        m_changed.wait(guard, [&] { return m_turn >= turn; });
+    }
+    void Next()
+    {
+        {
+            const std::lock_guard<std::mutex> guard(m_lock);
+            ++m_turn;
+        }
+        m_changed.notify_all();
+    }
+
+private:
+    std::mutex m_lock;
+    std::condition_variable m_changed;
+    int m_turn = 0;
+};
+
+TEST_F(KxWMTileDataCacheTest, RemovedTileLivesUntilTheLastOfItsHoldersLetsGo)
+{
+    AddSized(m_cache, 7, 10);
+    Turns turns;
+    std::thread other([&] {
+        const KxWMTileData* const tile = m_cache.AccessTileData(1, 0, 7);
+        turns.Next();
+        turns.WaitFor(2);
+        EXPECT_EQ(s_alive, 1) << "the other holder is left";
+        EXPECT_EQ(tile->GetCol(), 7);
+        m_manager->ReleaseThreadTiles();
+        EXPECT_EQ(s_alive, 0);
+        turns.Next();
+    });
+    turns.WaitFor(1);
+    m_manager->Clear();
+    EXPECT_EQ(s_alive, 1);
+    m_manager->ReleaseThreadTiles();
+    turns.Next();
+    other.join();
+    EXPECT_EQ(s_alive, 0);
+}
+
+TEST_F(KxWMTileDataCacheTest, HoldsMoreTilesThanAnyOperationBefore)
+{
+    constexpr int kTiles = 20000;
+    m_manager->SetBudget(10);
+    for (int round = 0; round < 2; ++round) {
+        std::vector<const KxWMTileData*> tiles;
+        for (int col = 0; col < kTiles; ++col)
+            tiles.push_back(AddSized(m_cache, col, 10));
+        for (int col = 0; col < kTiles; ++col)
+            ASSERT_EQ(tiles[static_cast<std::size_t>(col)]->GetCol(), col);
+        EXPECT_EQ(s_alive, kTiles);
+        m_manager->ReleaseThreadTiles();
+        EXPECT_EQ(s_alive, 1);
+    }
+}
+
+TEST_F(KxWMTileDataCacheTest, ManagerMayGoBeforeThoseWhoHoldItsTiles)
+{
+    const KxWMTileData* tile = nullptr;
+    {
+        KxWMTileDataCacheManager other;
+        tile = AddSized(*other.OpenCache("source"), 7, 10);
+    }
+    EXPECT_EQ(tile->GetCol(), 7);
+    m_manager->ReleaseThreadTiles();
+    EXPECT_EQ(s_alive, 0);
+}
+
+TEST_F(KxWMTileDataCacheTest, OpensManyCachesFromManyThreadsOnceEach)
+{
+    constexpr int kNames = 300;
+    std::vector<std::vector<KxWMTileDataCache*>> seen(4);
+    std::vector<std::thread> threads;
+    for (std::vector<KxWMTileDataCache*>& caches : seen)
+        threads.emplace_back([&] {
+            for (int i = 0; i < kNames; ++i)
+                caches.push_back(m_manager->OpenCache(KxString().Format("source%d", i)));
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    for (const std::vector<KxWMTileDataCache*>& caches : seen)
+        EXPECT_EQ(caches, seen.front());
+    EXPECT_EQ(std::set<KxWMTileDataCache*>(seen[0].begin(), seen[0].end()).size(), 300U);
 }
 
 TEST_F(KxWMTileDataCacheTest, EndOfAThreadLetsGoOfItsTiles)
@@ -260,6 +384,8 @@ TEST_F(KxWMTileDataCacheTest, TwentyThreadsOnOverlappingTilesSeeWholePictures)
             const KxWMTileData* tile = m_cache.AccessTileData(5, 0, col);
             if (tile == nullptr)
                 tile = Add(m_cache, MakePicture(col));
+            if (i % 40 == 0)
+                Add(m_cache, MakePicture(col)); // in place of what others are reading
             if (i % 50 == 0)
                 m_manager->OpenCache(KxString().Format("source%d", i));
             wrong += HoldsItsColumn(tile, col) ? 0 : 1;

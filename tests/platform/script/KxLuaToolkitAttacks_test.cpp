@@ -64,7 +64,7 @@ INSTANTIATE_TEST_SUITE_P(
         "local t = {} while true do t[#t + 1] = {} end",
         "local t = {} while true do t[#t + 1] = ('x'):rep(1000) .. #t end",
         "local t = {} while true do pcall(function() t[#t + 1] = {{}, {}, {}} end) end",
-        "while true do local s = ('x'):rep(1 << 20) end",
+        "while true do local s = ('x'):rep(1 << 19) end",
         "while true do local t = {{}, {}, {}} end",
         "('a'):rep(5000):find(('a*'):rep(30) .. 'b')",
         "('a'):rep(5000):match(('a-'):rep(30) .. 'b')",
@@ -73,14 +73,14 @@ INSTANTIATE_TEST_SUITE_P(
         "('('):rep(100000):find('%b()%b()%b()')",
         "('a'):rep(100000):find('(a*)%1%1%1b')",
         "while true do ('a'):rep(1000):find('a*b') end",
-        "('a'):rep(1 << 20):find(('a'):rep(1 << 19) .. 'b', 1, true)",
-        "('a'):rep(1 << 20):find(('a'):rep(1 << 19) .. 'b')",
+        "('a'):rep(1 << 19):find(('a'):rep(1 << 18) .. 'b', 1, true)",
+        "('a'):rep(1 << 19):find(('a'):rep(1 << 18) .. 'b')",
         "('a'):rep(1 << 19):gsub('', ('b'):rep(1 << 19))",
         "table.concat({}, '', 1, 1 << 60)",
         "table.unpack({}, 1, 1 << 60)",
         "table.unpack({}, 1, 999999)",
         "table.unpack({}, math.mininteger, math.maxinteger)",
-        "local s = ('x'):rep(1 << 20) s:byte(1, -1)",
+        "local s = ('x'):rep(1 << 19) s:byte(1, -1)",
         "string.format('%1000d', 1)",
         "string.format('%p', 'x')",
         "string.format('%s', {})",
@@ -88,8 +88,8 @@ INSTANTIATE_TEST_SUITE_P(
         "table.sort({3, 2, 1}, function() error('no') end)",
         "table.sort({1, 'a'})",
         "local t = {} for i = 1, 60000 do t[i] = -i end while true do table.sort(t) end",
-        "while true do ('x'):rep(1 << 20):upper() end",
-        "local s = ('x'):rep(1 << 20) while true do local b = s == s .. '' end",
+        "while true do ('x'):rep(1 << 19):upper() end",
+        "local s = ('x'):rep(1 << 19) while true do local b = s == s .. '' end",
         "local x <close> = {}",
         "error(setmetatable)",
         "load('while true do end')()",
@@ -98,7 +98,17 @@ INSTANTIATE_TEST_SUITE_P(
         "coroutine.wrap(function() end)()",
         "require('os')",
         "os.exit()",
+        "os.execute('true')",
         "io.open('/etc/passwd')",
+        "io.popen('true')",
+        "load(string.char(27) .. 'Lua')()",
+        "setmetatable('', {__index = function() end})",
+        "debug.setmetatable('', {})",
+        "('').upper = nil",
+        "string.rep = nil local s = ('x'):rep(2)",
+        "local s = ('x'):rep(1 << 19) s = s .. s .. s .. s .. s .. s .. s .. s .. s .. s",
+        "local t = {} for i = 1, 5000 do t[i] = ('x'):rep(2000) end table.concat(t)",
+        "local s = ('x'):rep(1 << 19):gsub('.', '%0%0%0%0%0%0%0%0%0')",
         "debug.sethook()",
         "collectgarbage('stop')",
         "getmetatable('').__index = nil"));
@@ -136,6 +146,22 @@ TEST(KxLuaToolkit, EndsLoadingOfAScriptThatIsSlowToParse)
     for (int i = 0; labels.size() < 1000000; ++i)
         labels += "::l" + std::to_string(i) + "::";
     EXPECT_EQ(toolkit.LoadFromString(labels.c_str()), 0);
+}
+
+TEST(KxLuaToolkit, KeepsWhatAScriptDoesToItsLibraryFromOthers)
+{
+    KxLuaToolkit spoiler;
+    KxLuaToolkit other;
+    ASSERT_EQ(spoiler.LoadFromString("string.format = nil tostring = nil math.floor = error "
+                                     "function GetTileURL() return ('x'):format() end"),
+              1);
+    EXPECT_STREQ(spoiler.GetTileURL(0, 0, 0).Cstr(), "");
+    other.LoadFromString(
+        "function GetTileURL(z) return ('%d'):format(math.floor(z)) .. tostring(z) end");
+    EXPECT_STREQ(other.GetTileURL(4, 0, 0).Cstr(), "44") << LastError();
+    // A script put in place of the spoiler begins with the whole library again.
+    spoiler.LoadFromString("function GetTileURL(z) return ('%d'):format(z) end");
+    EXPECT_STREQ(spoiler.GetTileURL(7, 0, 0).Cstr(), "7") << LastError();
 }
 
 TEST(KxLuaToolkit, GivesEveryCallAFreshBudget)

@@ -167,6 +167,12 @@ INSTANTIATE_TEST_SUITE_P(
         BadResult{"function GetTileURL() return '' end", "returned an empty text"},
         BadResult{"function GetTileURL() return ('x'):rep(8193) end", "more than 8192 bytes"},
         BadResult{"function GetTileURL() return ('x'):rep(10 << 20) end", "would be too long"},
+        BadResult{"function GetTileURL() local s = ('x'):rep(1 << 19) "
+                  "return s .. s .. s .. s .. s .. s .. s .. s .. s .. s .. s .. s .. s .. s .. s "
+                  ".. s .. s .. s .. s .. s end",
+                  "memory"},
+        BadResult{"function GetTileURL() return true end", "returned a boolean"},
+        BadResult{"function GetTileURL() return function() end end", "returned a function"},
         BadResult{"function GetTileURL() return 'a\\0b' end", "control characters"},
         BadResult{"function GetTileURL() return 'a\\r\\nHost: b' end", "control characters"},
         BadResult{"function GetTileURL() error('own words') end", "script:1: own words"},

@@ -3,6 +3,7 @@
 
 #include "KxTileFetcher.h"
 #include "TileNumbers.h"
+#include "unit/support/ScriptedProjections.h"
 
 #include <gtest/gtest.h>
 
@@ -143,6 +144,33 @@ TEST(GetColRow, TakesAnyLevel)
             const GridPosition at = SourceGrid{scheme, 2, level}(12958160.97, 4825907.72);
             EXPECT_FALSE(std::isnan(at.m_col)) << level;
         }
+}
+
+TEST(GetLLColRow2, PutsThePoleAtThreeQuartersOfTheSquare)
+{
+    // The scripted projection adds 1000 to x.
+    const Testing::ScriptedProjections projections;
+    KxCoordSysTrans transform;
+    transform.Init("anything", ProjectStringType_WKT);
+    GridPosition at{};
+    KxTileFetcher::GetLLColRow2(at.m_col, at.m_row, &transform, -1000, 90, 0);
+    EXPECT_DOUBLE_EQ(at.m_col, 0.5);
+    EXPECT_DOUBLE_EQ(at.m_row, 0.75);
+    KxTileFetcher::GetLLColRow2(at.m_col, at.m_row, &transform, -1135, -22.5, 3);
+    EXPECT_DOUBLE_EQ(at.m_col, 1);
+    EXPECT_DOUBLE_EQ(at.m_row, 3.5);
+}
+
+TEST(GetLLColRow2, TakesTheOriginForWhatIsNotConverted)
+{
+    KxCoordSysTrans transform;
+    GridPosition at{};
+    KxTileFetcher::GetLLColRow2(at.m_col, at.m_row, &transform, 12, 34, 1);
+    EXPECT_EQ(at.m_col, 1);
+    EXPECT_EQ(at.m_row, 1);
+    KxTileFetcher::GetLLColRow2(at.m_col, at.m_row, nullptr, 12, 34, 1);
+    EXPECT_EQ(at.m_col, -1);
+    EXPECT_EQ(at.m_row, -1);
 }
 
 TEST(ExtentOf, CountsRowsFromTheNorth)

@@ -28,14 +28,16 @@ AddressImage(const SourceTile& tile, int size, int pixelSize = 4)
 {
     auto image = std::make_unique<KxImageData>(
         size, size, pixelSize == 4 ? KxPixelFormat_RGBA : KxPixelFormat_RGB);
+    // Written out instead of by AddressPixel: sweeps make thousands of them without optimisation.
+    const int place = AddressPixel(tile, 0, 0)[2];
+    unsigned char* to = image->GetData();
     for (int row = 0; row < size; ++row)
-        for (int column = 0; column < size; ++column) {
-            const Pixel pixel = AddressPixel(tile, row, column);
-            const unsigned char bytes[] = {static_cast<unsigned char>(pixel[0]),
-                                           static_cast<unsigned char>(pixel[1]),
-                                           static_cast<unsigned char>(pixel[2]),
-                                           static_cast<unsigned char>(pixel[3])};
-            image->SetValue(row, column, bytes, pixelSize);
+        for (int column = 0; column < size; ++column, to += pixelSize) {
+            to[0] = static_cast<unsigned char>(column);
+            to[1] = static_cast<unsigned char>(row);
+            to[2] = static_cast<unsigned char>(place);
+            if (pixelSize == 4)
+                to[3] = static_cast<unsigned char>(255 - column / 256 - 16 * (row / 256));
         }
     return image;
 }
