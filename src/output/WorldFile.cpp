@@ -2,6 +2,7 @@
 #include "KxFile.h"
 #include "KxMath.h"
 #include "KxTileFetcher.h"
+#include "TileNumbers.h"
 
 #include <array>
 #include <charconv>
@@ -11,8 +12,6 @@
 namespace KxC {
 
 namespace {
-
-constexpr int kMaxLevel = 30;
 
 /// Appends a number as "%f" prints it in the "C" locale, whatever the process's locale is.
 void AppendLine(std::string& text, double value)
@@ -33,12 +32,10 @@ double RoundToSingle(double value)
 
 std::string WorldFileText(const KxRect2d& bounds, int tileSize)
 {
-    const double width = bounds.m_dRight - bounds.m_dLeft;
-    const double height = bounds.m_dTop - bounds.m_dBottom;
     std::string text;
-    AppendLine(text, RoundToSingle(width / tileSize));
+    AppendLine(text, RoundToSingle(bounds.Width() / tileSize));
     text += "0\n0\n";
-    AppendLine(text, -RoundToSingle(height / tileSize));
+    AppendLine(text, -RoundToSingle(bounds.Height() / tileSize));
     AppendLine(text, bounds.m_dLeft);
     AppendLine(text, bounds.m_dTop);
     return text;
@@ -63,7 +60,7 @@ KxString KxTileFetcher::ImgExt2WorldFileExt(const KxString& imageExt)
 
 void KxTileFetcher::WriteWorldFile(const KxString& worldFilePath, int x, int y, int z, int tileSize)
 try {
-    if (z < 0 || z > kMaxLevel)
+    if (!IsTileLevel(z))
         return;
     KxRect2d bounds;
     KxMath::CalcWMTileBounds(bounds, z, y, x, 0);
