@@ -9,6 +9,7 @@ import math
 import os
 import pathlib
 import re
+import resource
 import sqlite3
 import subprocess
 import sys
@@ -84,6 +85,40 @@ class KxtileCacheTest(unittest.TestCase):
             with self.subTest(kind):
                 self.assertIn(name, [source["description"] for source in self.sources()])
                 self.assertIn(name + " (", self.kxtile("cache", "info").stdout)
+
+    def limited(self, cache, *arguments):
+        """What kxtile says when no file may grow beyond 30000 bytes: a JPEG tile fits, a database
+        does not, whose index of the log alone is 32 KiB."""
+        limit = 30000
+        # Python ignores the signal of such a limit itself, and gives it back to its children.
+        done = subprocess.run(
+            [KXTILE, "--cache-dir", str(self.folder / cache), *arguments], check=False,
+            env=self.environment, cwd=self.folder, capture_output=True, text=True,
+            preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit)))
+        return done.returncode, done.stderr
+
+    def test_a_full_disk_costs_the_cache_and_nothing_else(self):
+        template = self.template.replace(".png", ".jpg")
+        self.kxtile("tile", template, "4/3/3", "-o", "4.jpg")
+        self.kxtile("--no-disk-cache", "tile", template, "5/3/3", "-o", "5.jpg")
+        for cache in ["cache", "fresh"]:
+            for column in [4, 5]:
+                with self.subTest(cache=cache, column=column):
+                    status, said = self.limited(cache, "tile", template, f"{column}/3/3",
+                                                "-o", "limited.jpg")
+                    self.assertEqual(status, 0, said)
+                    self.assertEqual((self.folder / "limited.jpg").read_bytes(),
+                                     (self.folder / f"{column}.jpg").read_bytes())
+        self.assertIn("cannot be written", said)
+        self.assertEqual([source["tiles"] for source in self.sources()], [1])
+
+    def test_export_onto_a_full_disk_fails_and_leaves_nothing(self):
+        self.fetch(self.template, "4/3/3")
+        status, said = self.limited("cache", "cache", "export", self.template, "-o", "out.mbtiles")
+        self.assertEqual(status, 1)
+        self.assertIn("cannot write 'out.mbtiles'", said)
+        self.assertEqual([file.name for file in self.folder.glob("*")
+                          if file.name not in ("cache", "4_3_3.png")], [])
 
     def test_clear_tells_what_was_there(self):
         self.assertEqual(self.kxtile("cache", "clear", self.template).stdout, "nothing was kept\n")

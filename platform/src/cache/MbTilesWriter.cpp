@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "MbTilesWriter.h"
 
+#include "KxFileSizeGuard.h"
+
 #include <fcntl.h>
 #include <sqlite3.h>
 #include <unistd.h>
@@ -116,6 +118,7 @@ MbTilesWriter::~MbTilesWriter()
 
 void MbTilesWriter::Close()
 {
+    const KxFileSizeGuard guard;
     sqlite3_finalize(std::exchange(m_addPicture, nullptr));
     sqlite3_finalize(std::exchange(m_addToMap, nullptr));
     sqlite3_close(std::exchange(m_connection, nullptr));
@@ -123,6 +126,7 @@ void MbTilesWriter::Close()
 
 bool MbTilesWriter::Begin()
 {
+    const KxFileSizeGuard guard;
     ::unlink(m_temporary.c_str()); // a killed process with our number may have left one
     return Check(sqlite3_open_v2(m_temporary.c_str(),
                                  &m_connection,
@@ -146,6 +150,7 @@ bool MbTilesWriter::Begin()
 
 bool MbTilesWriter::Add(const TilePlace& place, const unsigned char* bytes, unsigned int size)
 {
+    const KxFileSizeGuard guard;
     if (bytes == nullptr || size == 0 || !IsOnGrid(place)) {
         ++m_nSkipped;
         return true;
@@ -227,6 +232,7 @@ void MbTilesWriter::Describe(KxRawDataExportReport& report) const
 
 bool MbTilesWriter::Finish(const KxRawDataExportOptions& options, KxRawDataExportReport& report)
 {
+    const KxFileSizeGuard guard;
     if (m_nTiles == 0) {
         report.m_nSkipped = m_nSkipped;
         m_error = "there is no tile to write";
