@@ -183,7 +183,7 @@ class KxtileCacheTest(unittest.TestCase):
 
     def test_export_refuses_what_would_lie_wrong(self):
         for options, word in [(["--datum", "gcj02"], "GCJ-02"), (["--scheme", "geographic"], "grid"),
-                              (["--scheme", "baidu"], "grid")]:
+                              (["--scheme", "baidu"], "grid"), (["--scheme", "11"], "grid")]:
             done = self.answer("cache", "export", self.template + "?" + word, *options,
                                "-o", "out.mbtiles", status=1)
             self.assertIn(word, done["error"])
@@ -195,6 +195,39 @@ class KxtileCacheTest(unittest.TestCase):
         self.assertIn("none/out.mbtiles", self.answer(
             "cache", "export", self.template, "-o", "none/out.mbtiles", status=1)["error"])
         self.assertEqual(list(self.folder.glob("*.mbtiles")), [])
+
+    def test_export_names_the_source_and_whom_it_is_owed_to(self):
+        definition = self.folder / "city.toml"
+        definition.write_text(f'url = "{self.template}"\nscheme = "WebMercatorWGS84"\n'
+                              'name = "City plan"\nattribution = "© the city\'s office"\n',
+                              encoding="utf-8")
+        self.fetch(definition, "0/0/1")
+        for options, name in [([], "City plan"), (["--name", "Mine"], "Mine")]:
+            self.kxtile("cache", "export", definition, "-o", "out.mbtiles", *options)
+            self.assertEqual(self.query(self.folder / "out.mbtiles", "select name, value from"
+                                        " metadata where name in ('name', 'attribution')"),
+                             [("attribution", "© the city's office"), ("name", name)])
+
+    def test_export_replaces_nothing_but_databases_unless_told(self):
+        self.fetch(self.template, "0/0/1")
+        output = self.folder / "out.mbtiles"
+        command = ["cache", "export", self.template, "-o", "out.mbtiles"]
+        for content in [b"a letter", b"a letter of more than sixteen bytes"]:
+            output.write_bytes(content)
+            done = self.answer(*command, status=1)
+            self.assertIn("out.mbtiles", done["error"])
+            self.assertIn("--force", done["hint"])
+            self.assertEqual(output.read_bytes(), content)
+        self.kxtile(*command, "--force")
+        self.kxtile(*command)
+        output.write_bytes(b"")
+        self.kxtile(*command)
+        self.assertEqual(self.query(output, "select count(*) from tiles"), [(1,)])
+        output.unlink()
+        output.mkdir()
+        self.answer(*command, status=1)
+        self.answer(*command, "--force", status=1)
+        self.assertTrue(output.is_dir())
 
     def test_verify_finds_nothing_in_a_sound_cache(self):
         self.assertEqual(self.answer("cache", "verify")["sources"], [])
