@@ -34,6 +34,8 @@ public:
     Stop WhyStopped() const { return m_stop; }
     /// Status of the last answer whose head began, 0 when none did.
     int Status() const { return m_status; }
+    /// Whether an answer began that is more than an interim one (1xx).
+    bool HasBegun() const { return m_status >= 200; }
     /// Whether the head of that answer is complete.
     bool HasHead() const { return m_hasHead; }
     std::uint64_t BytesReceived() const { return m_bytesReceived; }

@@ -10,6 +10,7 @@
 #include <limits>
 #include <memory>
 #include <new>
+#include <string_view>
 
 namespace KxC::Http {
 
@@ -24,12 +25,6 @@ struct FreeList
     void operator()(curl_slist* list) const { curl_slist_free_all(list); }
 };
 using HeaderList = std::unique_ptr<curl_slist, FreeList>;
-
-std::size_t ReceiveHeader(char* bytes, std::size_t /*one*/, std::size_t count, void* receiver)
-{
-    const bool goesOn = static_cast<AnswerReceiver*>(receiver)->OnHeaderLine({bytes, count});
-    return goesOn ? count : CURL_WRITEFUNC_ERROR;
-}
 
 std::size_t ReceiveBody(char* bytes, std::size_t /*one*/, std::size_t count, void* receiver)
 {
@@ -65,7 +60,7 @@ bool Set(CURL* handle, CURLoption option, Value value)
 }
 
 /// Half of what was asked for, so that a stalled answer leaves time for another try, yet never so
-/// short that a service which renders while we wait is given up.
+/// short that a slow line is given up.
 long StallSeconds(Milliseconds timeout, std::chrono::seconds shortest)
 {
     const auto half = std::chrono::duration_cast<std::chrono::seconds>(timeout / 2);
@@ -118,7 +113,11 @@ public:
     HttpAnswer AnswerFor(CURLcode code, TimePoint now);
 
 private:
+    static std::size_t
+    ReceiveHeader(char* bytes, std::size_t one, std::size_t count, void* exchange) noexcept;
     bool Prepare(TimePoint now);
+    bool SetFloorOnSpeed(long seconds);
+    bool OnHeaderLine(std::string_view line);
     TransferFault FaultFor(CURLcode code, TimePoint now) const;
     bool IsSettledByStatus() const;
     template <class Value>
@@ -129,8 +128,33 @@ private:
     long m_stallSeconds;
     HeaderList m_headers;
     AnswerReceiver m_receiver;
+    bool m_hasFloor = false; ///< on the speed of the answer
     std::array<char, CURL_ERROR_SIZE> m_words{};
 };
+
+std::size_t Exchange::ReceiveHeader(char* bytes,
+                                    std::size_t /*one*/,
+                                    std::size_t count,
+                                    void* exchange) noexcept
+{
+    const bool goesOn = static_cast<Exchange*>(exchange)->OnHeaderLine({bytes, count});
+    return goesOn ? count : CURL_WRITEFUNC_ERROR;
+}
+
+bool Exchange::OnHeaderLine(std::string_view line)
+{
+    const bool goesOn = m_receiver.OnHeaderLine(line);
+    if (!m_hasFloor && m_receiver.HasBegun())
+        return goesOn && SetFloorOnSpeed(m_stallSeconds);
+    return goesOn;
+}
+
+/// @param seconds  for how long the answer may stay below it; 0 for no floor
+bool Exchange::SetFloorOnSpeed(long seconds)
+{
+    m_hasFloor = seconds > 0;
+    return Set(m_handle, CURLOPT_LOW_SPEED_TIME, seconds);
+}
 
 bool Exchange::Prepare(TimePoint now)
 {
@@ -140,10 +164,10 @@ bool Exchange::Prepare(TimePoint now)
            Set(m_handle, CURLOPT_HTTPHEADER, m_headers.get()) &&
            Set(m_handle, CURLOPT_TIMEOUT_MS, RemainingMs(m_request.deadline, now)) &&
            Set(m_handle, CURLOPT_CONNECTTIMEOUT_MS, kConnectTimeoutMs) &&
-           Set(m_handle, CURLOPT_LOW_SPEED_TIME, m_stallSeconds) &&
+           SetFloorOnSpeed(0) && // until the answer begins
            Set(m_handle, CURLOPT_HEADERFUNCTION, &ReceiveHeader) &&
            Set(m_handle, CURLOPT_WRITEFUNCTION, &ReceiveBody) &&
-           Set<void*>(m_handle, CURLOPT_HEADERDATA, &m_receiver) &&
+           Set<void*>(m_handle, CURLOPT_HEADERDATA, this) &&
            Set<void*>(m_handle, CURLOPT_WRITEDATA, &m_receiver) &&
            Set(m_handle, CURLOPT_ERRORBUFFER, m_words.data());
 }

@@ -13,7 +13,8 @@ namespace KxC::Http {
 class CurlTransfer final : public HttpClient
 {
 public:
-    /// For how long an answer may stay below the floor on speed, at the least.
+    /// For how long an answer that has begun may stay below the floor on speed, at the least.
+    /// Until it begins only the total time-out counts: a service may render while we wait.
     static constexpr std::chrono::seconds kShortestStall{15};
 
     explicit CurlTransfer(const Clock& clock, std::chrono::seconds shortestStall = kShortestStall)

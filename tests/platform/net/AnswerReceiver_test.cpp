@@ -44,6 +44,17 @@ TEST(AnswerReceiver, StartsAnewWithEveryStatusLine)
     EXPECT_EQ(200, receiver.Status());
 }
 
+TEST(AnswerReceiver, InterimAnswersAreNoBeginning)
+{
+    AnswerReceiver receiver;
+    EXPECT_FALSE(receiver.HasBegun());
+    receiver.OnHeaderLine("HTTP/1.1 102 Processing\r\n");
+    receiver.OnHeaderLine("\r\n");
+    EXPECT_FALSE(receiver.HasBegun());
+    receiver.OnHeaderLine("HTTP/1.1 200 OK\r\n");
+    EXPECT_TRUE(receiver.HasBegun());
+}
+
 TEST(AnswerReceiver, AcceptsTheLargestBodyAndNotAByteMore)
 {
     for (const auto& [length, isAccepted] : {std::pair{"67108864", true}, {"67108865", false}}) {
