@@ -8,8 +8,8 @@
 
 namespace KxC::Http {
 
-/// One request by libcurl over the calling thread's kept connections, redirects followed.
-/// Any thread.
+/// One request by libcurl over the calling thread's kept connections, redirects followed; its own
+/// header lines go to no other host or port than it was meant for. Any thread.
 class CurlTransfer final : public HttpClient
 {
 public:
