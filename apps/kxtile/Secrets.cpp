@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "Secrets.h"
 
+#include "AddressSecrets.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <system_error>
 
 namespace KxTileHost {
@@ -38,6 +40,30 @@ std::string ReadDefinition(const std::string& path)
     return text;
 }
 
+/// "word:" at the start, or a mark of YAML's own, as no line of TOML has it.
+bool IsYamlLine(const std::string& line)
+{
+    const std::size_t end = line.find_first_of(":=\"'[ \t#");
+    const bool key = end != std::string::npos && end > 0 && line[end] == ':' &&
+                     (end + 1 == line.size() || line[end + 1] == ' ' || line[end + 1] == '\t');
+    return key || line.compare(0, 3, "---") == 0 || line.compare(0, 5, "%YAML") == 0;
+}
+
+/// Only TOML has variables; in the forms of other programs "${" is a text or a placeholder. In
+/// doubt it is TOML, so that no secret is shown.
+bool HasVariables(const std::string& text)
+{
+    std::istringstream lines(text);
+    std::string line;
+    while (std::getline(lines >> std::ws, line)) {
+        if (!line.empty() && line.back() == '\r')
+            line.pop_back();
+        if (line[0] != '#')
+            return line[0] != '<' && line[0] != '{' && !IsYamlLine(line);
+    }
+    return false;
+}
+
 /// Null when it is not set.
 const char* ValueOf(const std::string& name)
 {
@@ -57,10 +83,14 @@ std::vector<std::string> VariableNamesIn(const std::string& path)
 {
     const std::string text = ReadDefinition(path);
     std::vector<std::string> names;
+    if (!HasVariables(text))
+        return names;
     for (std::size_t at = text.find("${"); at != std::string::npos; at = text.find("${", at + 2)) {
         const std::size_t close = text.find('}', at);
         if (close == std::string::npos)
             break;
+        if (at > 0 && text[at - 1] == '$') // "$${" writes a plain "${"
+            continue;
         const std::string name = text.substr(at + 2, close - at - 2);
         if (std::find(names.begin(), names.end(), name) == names.end())
             names.push_back(name);
@@ -72,9 +102,8 @@ Secrets::Secrets(const std::string& path)
 {
     for (const std::string& name : VariableNamesIn(path)) {
         const char* value = ValueOf(name);
-        const bool address = value != nullptr && std::strstr(value, "://") != nullptr;
-        if (value != nullptr && *value != '\0' && !address)
-            m_valuesAndNames.emplace_back(value, "${" + name + "}");
+        if (value != nullptr && *value != '\0')
+            Add(value, "${" + name + "}");
     }
     // The longest first, so that no secret is torn by one that it contains.
     std::sort(m_valuesAndNames.begin(), m_valuesAndNames.end(), [](const auto& a, const auto& b) {
@@ -82,19 +111,23 @@ Secrets::Secrets(const std::string& path)
     });
 }
 
+void Secrets::Add(const std::string& value, const std::string& name)
+{
+    std::vector<Replacement> hidden;
+    if (IsAddress(value))
+        hidden = SecretPiecesOf(value, name);
+    else
+        hidden.emplace_back(value, name);
+    if (!hidden.empty())
+        m_names.push_back(name);
+    m_valuesAndNames.insert(m_valuesAndNames.end(), hidden.begin(), hidden.end());
+}
+
 std::string Secrets::Mask(std::string text) const
 {
     for (const auto& [value, name] : m_valuesAndNames)
         ReplaceEach(text, value, name);
     return text;
-}
-
-std::vector<std::string> Secrets::Names() const
-{
-    std::vector<std::string> names;
-    for (const auto& valueAndName : m_valuesAndNames)
-        names.push_back(valueAndName.second);
-    return names;
 }
 
 StandInVariables::StandInVariables(const std::string& path) : m_names(VariableNamesIn(path))

@@ -249,6 +249,16 @@ class KxtileTest(KxtileTestCase):
             done = self.kxtile(command, definition, "0/0/0", status=1)
             self.assertIn(b"nothing", done.stderr)
 
+    def test_script_error_keeps_secrets(self):
+        self.environment["TEST_KEY"] = "tell-nobody"
+        definition = self.folder / "s.toml"
+        definition.write_text(
+            'script = """function GetTileURL() error(\'bad ${TEST_KEY}\') end"""\n')
+        for command in ("url", "tile"):
+            done = self.kxtile(command, definition, "0/0/0", status=1)
+            self.assertNotIn(b"tell-nobody", done.stdout + done.stderr)
+            self.assertIn(b"bad ${TEST_KEY}", done.stderr)
+
     def test_script_that_does_not_load_is_told_of_at_once(self):
         definition = self.folder / "s.toml"
         definition.write_text('script = "function GetTileURL("\n')
