@@ -311,6 +311,20 @@ TEST(GdalWms, GivesTheRecordItsFields)
     EXPECT_STREQ(record.Item().m_arrRequestHeaders[0].Cstr(), "Referer: http://b/");
 }
 
+TEST(GdalWms, NamesElementsThatHaveNoPlaceOnce)
+{
+    const std::string all =
+        LoadedRecord(GdalWms("<ServerUrl>http://a/${z}/${x}/${y}.png</ServerUrl>",
+                             std::string(kMercatorWindow) +
+                                 "<Timeout>5</Timeout><cache/><MaxConnections>2</MaxConnections>"
+                                 "<BlockSise>256</BlockSise>"))
+            .messages;
+    EXPECT_THAT(all,
+                HasSubstr("warning 1 : says how GDAL fetches and reads, which is not taken "
+                          "over: Timeout, cache, MaxConnections\n"));
+    EXPECT_THAT(all, HasSubstr("warning 4 BlockSise: is not known"));
+}
+
 TEST(GdalWms, SaysWhatItCannotExpress)
 {
     const auto messages = [](const std::string& from, const std::string& to) {
@@ -331,6 +345,12 @@ TEST(GdalWms, SaysWhatItCannotExpress)
                 HasSubstr("TileCountX: is no integer"));
     EXPECT_THAT(messages("<TileLevel>18", "<TileX>1</TileX><TileLevel>18"),
                 HasSubstr("TileX: moves the grid"));
+    EXPECT_THAT(messages("<TileLevel>18", "<SizeX>1000</SizeX><TileLevel>18"),
+                HasSubstr("SizeX: makes no whole number of levels"));
+    EXPECT_THAT(messages("<TileLevel>18</TileLevel>", "<SizeX>1024</SizeX><SizeY>1024</SizeY>"),
+                HasSubstr("SizeX: says nothing without TileLevel"));
+    EXPECT_THAT(messages("<TileLevel>18", "<SizeX>1024</SizeX><SizeY>512</SizeY><TileLevel>9"),
+                HasSubstr("SizeX: makes no whole number of levels"));
     EXPECT_THAT(messages("top<", "left<"), HasSubstr("YOrigin: is no origin"));
     EXPECT_THAT(messages("<BlockSizeY>256", "<BlockSizeY>512"), HasSubstr("tiles are square"));
     EXPECT_THAT(messages("<BlockSizeX>256", "<BlockSizeX>99999"), HasSubstr("between 1 and 8192"));
