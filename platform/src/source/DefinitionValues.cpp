@@ -60,6 +60,11 @@ void DefinitionValues::Warn(std::string_view key, const std::string& text)
     m_report.Warn(Line(key), m_prefix + std::string(key), text);
 }
 
+void DefinitionValues::Mislead(std::string_view key, const std::string& text)
+{
+    m_report.Mislead(Line(key), m_prefix + std::string(key), text);
+}
+
 void DefinitionValues::Mistyped(std::string_view key,
                                 const toml::node& node,
                                 std::string_view wanted)

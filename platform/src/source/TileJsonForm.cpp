@@ -15,16 +15,6 @@ namespace {
 constexpr int kLastLevel = 30;
 constexpr std::size_t kMaxAddresses = 64;
 
-bool NamesVectorTiles(const std::string& url)
-{
-    const std::string path = Lower(url.substr(0, url.find('?')));
-    const auto ends = [&path](std::string_view ending) {
-        return path.size() >= ending.size() &&
-               path.compare(path.size() - ending.size(), ending.size(), ending) == 0;
-    };
-    return ends(".pbf") || ends(".mvt");
-}
-
 class TileJsonReader
 {
 public:
@@ -164,8 +154,6 @@ private:
         context.servers = pattern.servers;
         if (pattern.servers.empty() && pattern.url.find("{s}") != std::string::npos)
             TakeUsualServers(context);
-        if (pattern.servers.empty() && NamesVectorTiles(pattern.url))
-            m_target.Error(PlaceOf("tiles"), kVectorTiles);
         CheckVectorLayers();
         TakeForeignUrl(pattern.url, PlaceOf("tiles"), context, m_target);
     }
@@ -217,10 +205,6 @@ private:
                 addresses.push_back(tile.get<std::string>());
         return addresses;
     }
-
-    static constexpr const char* kVectorTiles =
-        "says that the tiles are drawings (vector tiles), which are not shown; use the service's "
-        "pictures (raster tiles)";
 
     const JsonDocument& m_document;
     ForeignDefinition m_target;
