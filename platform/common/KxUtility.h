@@ -25,7 +25,7 @@ struct KxTSDMessage
     int m_nLine = 0;          ///< from 1; 0 when no line applies
     KxString m_strKey;        ///< the key it is about, empty when none
     KxString m_strText;       ///< what is wrong and what would be right, with "; " between the two
-    bool m_bMisleads = false; ///< an error, or a warning of what loads but gives no right tiles
+    bool m_bMisleads = false; ///< gives no right tiles; an error without it lacks a variable
 };
 
 class KXCOMMON_API KxUtility

@@ -33,6 +33,12 @@ void Report::Error(int line, std::string_view key, const std::string& text)
     Add({true, line, Printable(key).c_str(), text.c_str(), true});
 }
 
+void Report::Lack(int line, std::string_view key, const std::string& text)
+{
+    m_failed = true;
+    Add({true, line, Printable(key).c_str(), text.c_str(), false});
+}
+
 void Report::Warn(int line, std::string_view key, const std::string& text)
 {
     Add({false, line, Printable(key).c_str(), text.c_str(), false});

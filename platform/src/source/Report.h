@@ -16,6 +16,8 @@ class Report
 public:
     void Error(int line, std::string_view key, const std::string& text);
     void Warn(int line, std::string_view key, const std::string& text);
+    /// An error of what is right in itself, but lacks a variable.
+    void Lack(int line, std::string_view key, const std::string& text);
     /// A warning of what loads but cannot give right tiles.
     void Mislead(int line, std::string_view key, const std::string& text);
     bool Failed() const { return m_failed; }

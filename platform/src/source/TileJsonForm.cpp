@@ -7,6 +7,7 @@
 #include "UrlServers.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace KxC {
 
@@ -14,6 +15,11 @@ namespace {
 
 constexpr int kLastLevel = 30;
 constexpr std::size_t kMaxAddresses = 64;
+
+bool IsWhole(double number)
+{
+    return std::abs(number) < 1e9 && std::trunc(number) == number;
+}
 
 class TileJsonReader
 {
@@ -67,6 +73,10 @@ private:
             return std::nullopt;
         if (value->is_string())
             return value->get<std::string>();
+        if (value->is_number()) {
+            m_target.Warn(PlaceOf(key), "is a number and read as text; write it in quotes");
+            return value->dump();
+        }
         m_target.Error(PlaceOf(key), "is no text; write it in quotes");
         return std::nullopt;
     }
@@ -101,6 +111,10 @@ private:
         if (value == nullptr || value->is_null())
             return std::nullopt;
         m_target.definition.places[ours] = PlaceOf(key);
+        // Some programs write every number with a point.
+        if (value->is_number_float() && IsWhole(value->get<double>()))
+            return ForeignInteger(
+                std::to_string(std::llround(value->get<double>())), range, PlaceOf(key), m_target);
         if (!value->is_number_integer()) {
             m_target.Error(PlaceOf(key), "is no integer; write one without quotes");
             return std::nullopt;

@@ -55,6 +55,16 @@ TEST(TileJson, CountsRowsFromTheSouthForTms)
     EXPECT_EQ(record.UrlFromNorth(3, 5, 6), "http://a/3/6/2");
 }
 
+TEST(TileJson, TakesNumbersInAnySpelling)
+{
+    LoadedRecord record(TileJson(R"(["http://a/{z}/{x}/{y}"])",
+                                 ",\n\"version\": 1, \"minzoom\": 2.0, \"maxzoom\": 1.7e1"));
+    EXPECT_EQ(record.messages,
+              "warning 4 version: is a number and read as text; write it in quotes\n");
+    EXPECT_EQ(record.Item().m_levelBounds.m_nMinLevel, 2);
+    EXPECT_EQ(record.Item().m_levelBounds.m_nMaxLevel, 17);
+}
+
 TEST(TileJson, TakesTheTileSizeThatWebMapsWrite)
 {
     LoadedRecord record(TileJson(R"(["http://a/{z}/{x}/{y}"])", R"(, "tileSize": 512)"));
@@ -202,6 +212,40 @@ TEST(MapProxy, TakesASourceOfTiles)
     EXPECT_STREQ(item.m_arrRequestHeaders[0].Cstr(), "Referer: https://b.test/");
 }
 
+TEST(MapProxy, TakesTheHeadersOfAllSourcesWhereASourceHasNone)
+{
+    const std::string grid = "    grid: GLOBAL_WEBMERCATOR\n";
+    const std::string shared = "globals:\n  http:\n    headers:\n      X-Shared: a\n";
+    LoadedRecord record(MapProxy("http://a/%(tms_path)s", grid + shared));
+    EXPECT_EQ(record.messages, "");
+    ASSERT_EQ(record.Item().m_arrRequestHeaders.GetSize(), 1);
+    EXPECT_STREQ(record.Item().m_arrRequestHeaders[0].Cstr(), "X-Shared: a");
+    LoadedRecord own(
+        MapProxy("http://a/%(tms_path)s", grid + "    http: {headers: {X-Own: b}}\n" + shared));
+    EXPECT_THAT(own.messages, HasSubstr("warning 11 globals.http.headers: is passed over"));
+    ASSERT_EQ(own.Item().m_arrRequestHeaders.GetSize(), 1);
+    EXPECT_STREQ(own.Item().m_arrRequestHeaders[0].Cstr(), "X-Own: b");
+}
+
+TEST(MapProxy, SaysWhichWordsOfRequestsAreNotTakenOver)
+{
+    const auto messages = [](const std::string& http) {
+        return LoadedRecord(MapProxy("http://a/%(tms_path)s",
+                                     "    grid: GLOBAL_WEBMERCATOR\n    http:\n      " + http +
+                                         "\nglobals: {http: {client_timeout: 5}}\n"))
+            .messages;
+    };
+    EXPECT_THAT(messages("ssl_no_cert_checks: true"),
+                HasSubstr("warning 8 sources.hills.http.ssl_no_cert_checks: is not taken over"));
+    EXPECT_THAT(messages("header: {a: b}"),
+                HasSubstr("warning 8 sources.hills.http.header: is not taken over"));
+    EXPECT_THAT(messages("method: POST"),
+                HasSubstr("error 8 sources.hills.http.method: is none that tiles"));
+    EXPECT_EQ(messages("method: GET"),
+              "warning 9 globals.http.client_timeout: is not taken over; of http only headers are, "
+              "and certificates are always checked\n");
+}
+
 TEST(MapProxy, CountsRowsFromTheSouthUnlessTheGridSaysOtherwise)
 {
     LoadedRecord plain(MapProxy("http://a/%(tms_path)s.png"));
@@ -257,6 +301,8 @@ TEST(MapProxy, SaysWhatItCannotExpress)
     EXPECT_THAT(
         LoadedRecord(MapProxy("http://a/%(tms_path)s", grid + "    coverage: {}\n")).messages,
         HasSubstr("warning 7 sources.hills.coverage: is not taken over"));
+    EXPECT_THAT(LoadedRecord(MapProxy("http://a/%(tms_path)s", "    grid: [A, B]\n")).messages,
+                HasSubstr("error 6 grid: is no grid's name; a source of tiles has one grid"));
     EXPECT_THAT(LoadedRecord(MapProxy("http://a/%(tms_path)s", "    grid: other\n")).messages,
                 HasSubstr("error 6 grid: other is neither"));
     EXPECT_THAT(LoadedRecord(MapProxy("http://a/%(tms_path)s",

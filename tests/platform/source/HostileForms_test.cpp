@@ -123,7 +123,7 @@ INSTANTIATE_TEST_SUITE_P(
                 "bounds: is no list of four numbers"},
         BadText{"{\"crs\": \"EPSG:4326\",\"tiles\":[\"http://a/{z}/{x}/{y}\"]}",
                 "crs: is another grid than TileJSON's"},
-        BadText{"{\"name\": 5,\"tiles\":[\"http://a/{z}/{x}/{y}\"]}", "name: is no text"},
+        BadText{"{\"name\": [5],\"tiles\":[\"http://a/{z}/{x}/{y}\"]}", "name: is no text"},
         BadText{"{\"name\": \"\\u0000\",\"tiles\":[\"http://a/{z}/{x}/{y}\"]}", "holds a NUL"},
         BadText{"{\"scheme\": \"wms\",\"tiles\":[\"http://a/{z}/{x}/{y}\"]}",
                 "scheme: is no scheme of TileJSON"},
