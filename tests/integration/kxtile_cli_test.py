@@ -5,6 +5,7 @@
 Usage: kxtile_cli_test.py KXTILE KXORIGIN EXAMPLE_SOURCES
 """
 import csv
+import errno
 import json
 import math
 import os
@@ -14,7 +15,7 @@ import subprocess
 import sys
 import unittest
 
-from kxtile_harness import KxtileTestCase, png_size
+from kxtile_harness import KXTILE, KxtileTestCase, png_size
 
 SOURCES = sys.argv[3]
 VECTORS = pathlib.Path(__file__).parents[1] / "data" / "datum_vectors.csv"
@@ -69,9 +70,16 @@ class KxtileTest(KxtileTestCase):
                                ("bd09", ["--size", "100", "--block-copy"])]:
             done = self.answer("tile", mercator, "10/9/4", "--datum", datum, *options)
             self.assertEqual(done["width"], 100 if "--size" in options else 256)
-        self.kxtile("tile", mercator, "10/9/4", "--size", "8193", status=2)
+        # A picture has at most 64 million pixels.
+        self.kxtile("tile", mercator, "10/9/4", "--size", "8001", status=2)
+        self.assertNotIn(b"8192", self.kxtile("tile", "--help").stdout.split(b"For a URL")[0])
         self.kxtile("tile", mercator, "10/9/4", "--size", "0", status=2)
         self.kxtile("tile", mercator, "10/9/4", "--raw", "--block-copy", status=2)
+        self.kxtile("tile", mercator, "10/9/4", "--raw", "--size", "256", status=2)
+        for size, warned in (("100", True), ("256", False)):
+            done = self.kxtile("tile", mercator, "10/9/4", "--datum", "gcj02", "--block-copy",
+                               "--size", size)
+            self.assertEqual(b"warning: blocks are copied only into" in done.stderr, warned)
         done = self.kxtile("tile", mercator, f"0/0/30", "--size", "512", status=1)
         self.assertIn(b"Levels go to 30", done.stderr)
 
@@ -327,8 +335,11 @@ class KxtileTest(KxtileTestCase):
         sources = sorted(str(path) for path in pathlib.Path(SOURCES).glob("*.toml"))
         done = self.kxtile("--json", "sheet", *sources, "--at", "4/3/3", "--again",
                            "--tiles", "tiles", "-o", "sheet.png")
-        rows = [json.loads(line) for line in done.stdout.splitlines()]
-        self.assertEqual([row["from"] for row in rows[:-1]], ["network", "memory", "disk"] * 6)
+        self.assertEqual(done.stdout.count(b"\n"), 1)
+        answer = json.loads(done.stdout)
+        self.assertEqual(answer["sheet"], "sheet.png")
+        self.assertEqual([tile["from"] for tile in answer["tiles"]],
+                         ["network", "memory", "disk"] * 6)
         width, height = png_size(self.folder / "sheet.png")
         self.assertGreater(width, 3 * 256)
         self.assertGreater(height, 2 * 256)
@@ -343,6 +354,19 @@ class KxtileTest(KxtileTestCase):
                            "--tiles", "t", status=1)
         self.assertIn(b"none.toml", done.stderr)
         self.assertEqual([path.name for path in (self.folder / "t").iterdir()], ["xyz.png"])
+
+    def test_sheet_tells_in_one_object_which_sources_fail(self):
+        missing = self.url("/status/404/{$z}/{$x}/{$y}")
+        done = self.kxtile("--json", "sheet", "none.toml", f"{SOURCES}/xyz.toml", missing,
+                           "--at", "4/3/3", "-o", "a.png", status=1)
+        self.assertEqual(done.stdout.count(b"\n"), 1)
+        answer = json.loads(done.stdout)
+        self.assertEqual(answer["sheet"], "a.png")
+        self.assertIn("2 of 3 sources", answer["error"])
+        self.assertEqual([tile["source"] for tile in answer["tiles"]], ["none", "xyz", missing])
+        self.assertEqual(["error" in tile for tile in answer["tiles"]], [True, False, True])
+        self.assertIn("none.toml", answer["tiles"][0]["error"])
+        self.assertIn(b"none.toml", done.stderr)
 
     def test_sheet_keeps_tiles_of_one_name_apart(self):
         copy = self.folder / "xyz.toml"
@@ -369,6 +393,37 @@ class KxtileTest(KxtileTestCase):
         self.kxtile("tile", source, "4/3/3", "-o", "pipe.png")
         self.assertEqual(reader.communicate()[0][:4], b"\x89PNG")
         self.assertTrue((self.folder / "pipe.png").is_fifo())
+
+    def test_verbose_tells_a_status_only_of_requests(self):
+        tile = ("--verbose", "tile", f"{SOURCES}/xyz.toml", "4/3/3", "-o", "a.png")
+        self.assertIn(b"3.png (HTTP status 200)", self.kxtile(*tile).stderr)
+        self.assertNotIn(b"HTTP status", self.kxtile(*tile).stderr)
+
+    def test_a_remembered_absence_says_how_to_forget_it(self):
+        tile = ("tile", self.url("/status/404/{$z}/{$x}/{$y}"), "4/3/3")
+        self.assertNotIn(b"Remembered", self.kxtile(*tile, status=3).stderr)
+        self.assertIn("'kxtile cache clear SOURCE'", self.answer(*tile, status=3)["hint"])
+
+    def test_answers_that_cannot_be_written_are_failures_with_a_reason(self):
+        source = f"{SOURCES}/xyz.toml"
+        readable = self.folder / "readable"
+        readable.write_bytes(b"")
+        for arguments, status in [(["--help"], 1), (["--version"], 1), (["quadkey", "1/1/1"], 1),
+                                  (["--json", "url", source, "4/3/3"], 1),
+                                  (["tile", "--help"], 1), (["tile", source, "4/3/3"], 1),
+                                  (["tile", source, "4/3/3", "-o", "-"], 1),
+                                  (["--json", "quadkey"], 2)]:
+            words = [KXTILE, *arguments]
+            closed = ["sh", "-c", 'exec "$@" >&-', "sh", *words]
+            for command in (words, closed):
+                with readable.open("rb") as out:
+                    done = subprocess.run(command, env=self.environment, cwd=self.folder,
+                                          stdout=out, stderr=subprocess.PIPE, check=False)
+                self.assertEqual(done.returncode, status, (command, done.stderr))
+                # Neither can be written to; what has been flushed before has lost its reason.
+                self.assertRegex(done.stderr.decode(), "to standard output: (an earlier write "
+                                 f"failed|{os.strerror(errno.EBADF)})\n")
+                self.assertEqual(done.stderr.count(b"cannot write"), 1, done.stderr)
 
     def test_usage_errors_come_as_json_too(self):
         self.assertIn("TILE", self.answer("quadkey", status=2)["error"])
