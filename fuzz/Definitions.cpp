@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Tile-source definitions in each form: the content tells which.
+// Tile-source definitions in each form: the content tells which. The log takes a path's bytes in
+// GBK, so they are converted too.
 #include "FuzzBytes.h"
 #include "FuzzTarget.h"
 #include "KxUtility.h"
@@ -20,5 +21,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
                                         [](const KxTSDMessage& entry) { return entry.m_bError; });
         Fuzz::Require(loads != faulty, "a definition loads, or an error says why not");
     }
+    // Nothing in UTF-8 is shorter than its GBK.
+    Fuzz::Require(KxUtility::ToGBK(text).GetLength() <= text.GetLength(), "GBK is no longer");
     return 0;
 }
