@@ -71,10 +71,12 @@ const char* ValueOf(const std::string& name)
     return std::getenv(name.c_str());
 }
 
-/// Letters and digits alone, so that it passes through URLs, headers and scripts as it is.
-std::string StandInOf(std::size_t index)
+/// Letters and digits alone, so that it passes through URLs, headers and scripts as it is; for the
+/// beginning of an address the beginning of one, so that nothing is missed there.
+std::string StandInOf(std::size_t index, const std::string& value)
 {
-    return fmt::format("KxTileStandIn{}ForVariable", index);
+    const char* const scheme = value.find("://") != std::string::npos ? "http://" : "";
+    return fmt::format("{}KxTileStandIn{}ForVariable", scheme, index);
 }
 
 } // namespace
@@ -136,7 +138,7 @@ StandInVariables::StandInVariables(const std::string& path) : m_names(VariableNa
         const char* value = ValueOf(m_names[i]);
         m_before.push_back({value != nullptr, value != nullptr ? value : ""});
         // NOLINTNEXTLINE(concurrency-mt-unsafe): this program has one thread
-        ::setenv(m_names[i].c_str(), StandInOf(i).c_str(), 1);
+        ::setenv(m_names[i].c_str(), StandInOf(i, m_before[i].m_value).c_str(), 1);
     }
 }
 
@@ -153,7 +155,7 @@ StandInVariables::~StandInVariables()
 std::string StandInVariables::NameAgain(std::string text) const
 {
     for (std::size_t i = 0; i < m_names.size(); ++i)
-        ReplaceEach(text, StandInOf(i), "${" + m_names[i] + "}");
+        ReplaceEach(text, StandInOf(i, m_before[i].m_value), "${" + m_names[i] + "}");
     return text;
 }
 
