@@ -83,6 +83,20 @@ class KxtileTest(KxtileTestCase):
         done = self.kxtile("tile", mercator, f"0/0/30", "--size", "512", status=1)
         self.assertIn(b"Levels go to 30", done.stderr)
 
+    def test_another_reading_of_a_template_has_its_own_tiles(self):
+        template = self.url("/tms/graticule/{$z}/{$x}/{$y}.png")
+        wrong = self.kxtile("tile", template, "4/3/3", "-o", "-").stdout
+        right = self.kxtile("tile", template, "4/3/3", "--rows", "south", "-o", "-").stdout
+        self.assertNotEqual(wrong, right)
+        self.assertEqual(right, self.kxtile("tile", self.url("/xyz/graticule/{$z}/{$x}/{$y}.png"),
+                                            "4/3/3", "-o", "-").stdout)
+
+    def test_the_plane_counts_rows_from_the_south_on_its_own_datum(self):
+        # 12959580.67 and 4827036.87 plane metres of (116.404, 39.915), 8 x 256 a tile.
+        answer = self.answer("locate", "116.404,39.915", "--level", "15", "--scheme", "baidu",
+                             "http://h/x={$x}&y={$y}&z={$z}")
+        self.assertEqual(answer["source"]["url"], "http://h/x=6327&y=2356&z=15")
+
     def test_raw_tiles_of_the_plane_have_numbers_of_either_sign(self):
         plane = self.url("/status/404/x=%d&y=%d&z=%d")
         for address, shown in [("-5/-7/4", "x=M5&y=M7&z=4"), ("5/7/4", "x=5&y=7&z=4")]:
