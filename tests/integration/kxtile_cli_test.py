@@ -130,6 +130,22 @@ class KxtileTest(KxtileTestCase):
             self.assertAlmostEqual(grids["geographic", "WGS 84"]["row_from_south"],
                                    (float(row["lat"]) + 180) / 360 * 2 ** 17, delta=1e-6)
 
+    def test_locate_takes_places_of_other_coordinate_systems(self):
+        self.environment["KXTILE_PLUGIN_PATH"] = str(
+            pathlib.Path(KXTILE).resolve().parents[2] / "plugins" / "gdal" / "plugin")
+        # echo 448500 4418000 | cs2cs -f %.9f EPSG:32650 OGC:CRS84
+        answer = self.answer("locate", "448500,4418000", "--crs", "EPSG:32650", "--level", "15")
+        self.assertAlmostEqual(answer["longitude"], 116.397458498, delta=2e-9)
+        self.assertAlmostEqual(answer["latitude"], 39.910523295, delta=2e-9)
+        for crs, why in [("EPSG:99999999", b"crs not found"), ("+proj=nothing", b"nothing")]:
+            done = self.kxtile("locate", "1,2", "--crs", crs, "--level", "3", status=1)
+            self.assertIn(crs.encode(), done.stderr)
+            self.assertIn(why, done.stderr)
+        self.kxtile("locate", "1", "--crs", "EPSG:32650", "--level", "3", status=2)
+        self.environment["KXTILE_PLUGIN_PATH"] = str(self.folder)
+        done = self.kxtile("locate", "1,2", "--crs", "EPSG:32650", "--level", "3", status=1)
+        self.assertIn(b"KxGdalReader.so is missing", done.stderr)
+
     def test_locate_tells_the_url_of_a_source(self):
         answer = self.answer("locate", "116.404,39.915", "--level", "15", "--scheme", "baidu",
                              "--datum", "bd09", "--rows", "south", "http://h/x={$x}&y={$y}&z={$z}")
