@@ -34,7 +34,8 @@ public:
     /// @param z, y, x  level, row from the south, column
     static KxString GetURL(KxTSDParamItem* source, int z, int y, int x);
 
-    /// Bing Maps quadkey; rows count from the north here. Empty for z <= 0.
+    /// Bing Maps quadkey; rows count from the north here. Empty for z <= 0 and
+    /// beyond 2^20.
     static KxString BingMapTileToQuadKey(int y, int x, int z);
     /// The tile of a quadkey, its level being the key's length. Other digits than 0 to 3 count as
     /// 0; of a key longer than 31 digits the bits beyond the numbers' 32 are lost.

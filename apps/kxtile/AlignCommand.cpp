@@ -9,6 +9,7 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <memory>
 #include <vector>
 
@@ -26,6 +27,15 @@ struct AlignArguments
     std::string m_output = "align.png";
 };
 
+/// The definition's own name of the source, where the sheet's letters can write it.
+std::string NameOf(const SourceArgument& argument, const KxC::KxTSDParamItem& source)
+{
+    const std::string name = source.m_strAttr1.Cstr();
+    const bool writable = std::all_of(
+        name.begin(), name.end(), [](char letter) { return letter >= ' ' && letter <= '~'; });
+    return !name.empty() && writable ? name : argument.GetName();
+}
+
 std::string Describe(const KxC::KxTSDParamItem& source)
 {
     return fmt::format("{} grid, scheme {}, datum {}, tiles of {} pixels",
@@ -35,6 +45,27 @@ std::string Describe(const KxC::KxTSDParamItem& source)
                        source.m_nTileSize);
 }
 
+/// @throws CommandError where there is nothing to show
+void CheckHasTiles(const AlignArguments& arguments,
+                   const SourceArgument& argument,
+                   const KxC::KxTSDParamItem& source,
+                   const AlignRow& row)
+{
+    if (row.m_asItComes.m_tiles > 0 && row.m_aligned.m_tiles > 0)
+        return;
+    const bool plane = GridOf(source.m_nTileScheme) == GridKind::Baidu;
+    throw CommandError(
+        kExitNoTile,
+        fmt::format("'{}' has no {}tile around {} on level {}",
+                    argument.GetText(),
+                    row.m_asItComes.m_tiles > 0 ? "aligned " : "",
+                    arguments.m_place,
+                    arguments.m_level),
+        plane ? "In the Baidu grid nothing west and south of its origin is aligned; its rows count "
+                "from the south. What is kept on disk is forgotten with 'kxtile cache clear'."
+              : "What is kept on disk is forgotten with 'kxtile cache clear'.");
+}
+
 AlignRow ViewSource(const GlobalOptions& options,
                     const AlignArguments& arguments,
                     const SourceArgument& argument,
@@ -42,17 +73,13 @@ AlignRow ViewSource(const GlobalOptions& options,
 try {
     KxC::KxTSDParamItem* source = argument.Load();
     AlignRow row;
-    row.m_name = argument.GetName();
+    row.m_name = NameOf(argument, *source);
     row.m_detail = Describe(*source);
     row.m_asItComes = ViewAsItComes(*source, place, arguments.m_level, options.TimeoutMs());
     row.m_aligned =
         ViewAligned(*source, place, arguments.m_level, arguments.m_blockCopy, options.TimeoutMs());
-    if (row.m_asItComes.m_tiles == 0)
-        throw CommandError(kExitNoTile,
-                           fmt::format("'{}' has no tile around {} on level {}",
-                                       argument.GetText(),
-                                       arguments.m_place,
-                                       arguments.m_level));
+    row.m_unshifted = ViewUnshifted(*source, place, arguments.m_level, options.TimeoutMs());
+    CheckHasTiles(arguments, argument, *source, row);
     return row;
 } catch (const CommandError& error) {
     throw argument.WithoutSecrets(error);
@@ -64,17 +91,15 @@ void PrintSheet(const GlobalOptions& options,
 {
     nlohmann::ordered_json sources;
     for (const AlignRow& row : rows) {
-        const double difference = MeanDifference(row.m_asItComes, row.m_aligned);
+        const double difference = MeanDifference(row.m_unshifted, row.m_aligned);
         sources.push_back({{"name", row.m_name},
                            {"what", row.m_detail},
                            {"tiles_as_they_come", row.m_asItComes.m_tiles},
                            {"aligned_tiles", row.m_aligned.m_tiles},
                            {"mean_difference", difference}});
         if (!options.m_json)
-            fmt::print("{:<16} {}; aligned differs by {:.1f} of 255\n",
-                       row.m_name,
-                       row.m_detail,
-                       difference);
+            fmt::print(
+                "{:<16} {}; the shift makes {:.1f} of 255\n", row.m_name, row.m_detail, difference);
     }
     if (options.m_json)
         PrintJson({{"sheet", arguments.m_output}, {"sources", sources}});
@@ -120,9 +145,10 @@ void AddAlignCommand(CLI::App& app, const GlobalOptions& options)
         "--block-copy",
         arguments->m_blockCopy,
         "Let the library copy blocks of shifted tiles instead of sampling each pixel");
-    command->footer("Four pictures for each source: its tiles as a program shows them that knows "
-                    "nothing of\ndatums, the aligned ones, a half of each, and their difference. "
-                    "The graticule stands\nwhere meridians and parallels ought to be.\n"
+    command->footer("Four pictures for each source: its tiles as they come in their own grid, the "
+                    "aligned ones,\na half each without and with the datum shift taken back, and "
+                    "the difference of these two.\nThe graticule stands where meridians and "
+                    "parallels ought to be.\n"
                     "Example:\n"
                     "  kxtile align city.toml --at 116.3975,39.9087 --level 15 -o align.png");
     command->callback([&options, arguments] { RunAlign(options, *arguments); });

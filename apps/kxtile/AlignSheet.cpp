@@ -66,10 +66,11 @@ public:
         DrawGraticule(0, row.m_asItComes.m_frame);
         DrawPanel(1, *row.m_aligned.m_image, "ALIGNED");
         DrawGraticule(1, row.m_aligned.m_frame);
-        DrawPanel(2, *Halves(row.m_asItComes, row.m_aligned), "LEFT AS IT COMES, RIGHT ALIGNED");
+        DrawPanel(
+            2, *Halves(row.m_unshifted, row.m_aligned), "LEFT WITHOUT DATUM SHIFT, RIGHT ALIGNED");
         m_canvas.Fill(LeftOf(2) + kSide / 2, PanelTop(), 1, kSide, kDivider);
         DrawGraticule(2, row.m_aligned.m_frame);
-        DrawPanel(3, *Difference(row.m_asItComes, row.m_aligned), "DIFFERENCE");
+        DrawPanel(3, *Difference(row.m_unshifted, row.m_aligned), "DIFFERENCE OF THESE TWO");
     }
 
 private:

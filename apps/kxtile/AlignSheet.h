@@ -9,14 +9,15 @@
 
 namespace KxTileHost {
 
-/// What the sheet shows of one source, side by side: as it comes, aligned, both under one
-/// graticule, and their difference.
+/// What the sheet shows of one source, side by side: as it comes, aligned, a half each without
+/// datum shift and aligned under one graticule, and the difference of these two.
 struct AlignRow
 {
     std::string m_name;
     std::string m_detail;
     SourceView m_asItComes;
     SourceView m_aligned;
+    SourceView m_unshifted; ///< in the frame of the aligned one
 };
 
 /// How far two views of one size differ: the mean over all pixels and colours, of 255.

@@ -2,13 +2,17 @@
 #include "CacheCommand.h"
 #include "KxFile.h"
 #include "SourceArgument.h"
+#include "SourceGrid.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <array>
+#include <filesystem>
+#include <fstream>
 #include <memory>
+#include <string_view>
+#include <system_error>
 
 namespace KxTileHost {
 
@@ -17,26 +21,41 @@ namespace {
 using KxC::KxRawDataExportReport;
 using KxC::KxRawDataTreeResult;
 
-constexpr std::array<int, 4> kWebMercatorSchemes{3, 6, 10, 11};
-
 struct ExportArguments
 {
     SourceArgument m_source;
     std::string m_output;
     std::string m_name;
+    bool m_force = false;
 };
 
 /// Why the source's tiles cannot lie right in an MBTiles file; empty when they can.
 std::string ObstacleOf(const KxC::KxTSDParamItem& source)
 {
-    if (std::find(kWebMercatorSchemes.begin(), kWebMercatorSchemes.end(), source.m_nTileScheme) ==
-        kWebMercatorSchemes.end())
+    if (IsStandardTiling(source.m_nTileScheme, source.m_nDatum))
+        return {};
+    if (GridOf(source.m_nTileScheme) != GridKind::WebMercator)
         return fmt::format("its tiles lie on another grid than Web Mercator (scheme {})",
                            source.m_nTileScheme);
-    if (source.m_nDatum != 0)
-        return fmt::format("its datum is {}, so that its tiles would lie some hundred metres off",
-                           source.m_nDatum == 1 ? "GCJ-02" : "BD-09");
-    return {};
+    return fmt::format("its datum is {}, so that its tiles would lie some hundred metres off",
+                       NameOfDatum(source.m_nDatum));
+}
+
+/// Whether what is there may be an MBTiles file, or nothing is lost with it.
+bool MayBeReplaced(const std::filesystem::path& path)
+{
+    std::error_code error;
+    const std::filesystem::file_status status = std::filesystem::status(path, error);
+    if (status.type() == std::filesystem::file_type::not_found)
+        return true;
+    if (!std::filesystem::is_regular_file(status))
+        return false;
+    constexpr std::string_view kDatabase("SQLite format 3\0", 16);
+    std::array<char, kDatabase.size()> start{};
+    std::ifstream file(path, std::ios::binary);
+    file.read(start.data(), start.size());
+    const bool isEmpty = file.eof() && file.gcount() == 0;
+    return isEmpty || std::string_view(start.data(), start.size()) == kDatabase;
 }
 
 void CheckArguments(const ExportArguments& arguments, const KxC::KxTSDParamItem& source)
@@ -50,6 +69,10 @@ void CheckArguments(const ExportArguments& arguments, const KxC::KxTSDParamItem&
         throw CommandError(kExitFailed,
                            fmt::format("the source cannot become an MBTiles file: {}", obstacle),
                            "MBTiles holds tiles of the Web Mercator grid on WGS 84 only.");
+    if (!arguments.m_force && !MayBeReplaced(arguments.m_output))
+        throw CommandError(kExitFailed,
+                           fmt::format("'{}' is there and no MBTiles file", arguments.m_output),
+                           "Give another name, or --force to replace it all the same.");
 }
 
 class Watcher : public KxC::KxRawDataTileVisitor
@@ -122,10 +145,14 @@ void PrintReport(const GlobalOptions& options,
                    report.m_nSkipped);
 }
 
-std::string NameFor(const ExportArguments& arguments, const KxC::KxRawDataSubTreeInfo& info)
+std::string NameFor(const ExportArguments& arguments,
+                    const KxC::KxTSDParamItem& source,
+                    const KxC::KxRawDataSubTreeInfo& info)
 {
     if (!arguments.m_name.empty())
         return arguments.m_name;
+    if (source.m_strAttr1.IsEmpty() == 0)
+        return arguments.m_source.GetSecrets().Mask(source.m_strAttr1.Cstr());
     return info.m_strDescription.IsEmpty() != 0 ? info.m_strName.Cstr()
                                                 : info.m_strDescription.Cstr();
 }
@@ -136,7 +163,10 @@ void RunExport(const GlobalOptions& options, const ExportArguments& arguments)
     CheckArguments(arguments, source);
     const KxC::KxRawDataSubTreeInfo info = FindSubTree(source);
     const KxC::KxRawDataExportOptions exportOptions{
-        arguments.m_output.c_str(), NameFor(arguments, info).c_str(), "Tiles kept by kxtile"};
+        arguments.m_output.c_str(),
+        NameFor(arguments, source, info).c_str(),
+        "Tiles kept by kxtile",
+        arguments.m_source.GetSecrets().Mask(source.m_strAttr2.Cstr()).c_str()};
     KxRawDataExportReport report;
     KxRawDataTreeResult result = KxC::KxRawDataTreeResult_Failed;
     {
@@ -159,7 +189,10 @@ void AddCacheExportCommand(CLI::App& cache, const GlobalOptions& options)
     arguments->m_source.AddTo(*command);
     command->add_option("-o,--output", arguments->m_output, "File to write, FILE.mbtiles")
         ->required();
-    command->add_option("--name", arguments->m_name, "Name for people, in the file's metadata");
+    command->add_option("--name",
+                        arguments->m_name,
+                        "Name for people, in the file's metadata (the definition's own)");
+    command->add_flag("--force", arguments->m_force, "Replace also what is no MBTiles file");
     command->footer("Only sources on the Web Mercator grid without datum shift.\nExamples:\n"
                     "  kxtile cache export osm.toml -o osm.mbtiles\n"
                     "  kxtile cache export 'https://tile.example.org/{$z}/{$x}/{$y}.png' -o "

@@ -3,6 +3,7 @@
 #include "KxFile.h"
 #include "KxGeFetcher.h"
 #include "KxTileFetcher.h"
+#include "StandardOutput.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -11,6 +12,7 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
+#include <system_error>
 
 namespace KxTileHost {
 
@@ -69,6 +71,25 @@ int ReportUsage(const CLI::App& app, const GlobalOptions& options, const CLI::Pa
     return kExitWrongUsage;
 }
 
+/// Runs the command and tells how it failed.
+int RunCommand(CLI::App& app, const GlobalOptions& options, int argc, const char* const* argv)
+try {
+    app.parse(argc, argv);
+    return kExitDone;
+} catch (const CLI::RuntimeError& error) { // a command has said all there is to say
+    return error.get_exit_code();
+} catch (const CLI::ParseError& error) {
+    return ReportUsage(app, options, error);
+} catch (const CommandError& error) {
+    if (*error.what() != '\0') // else the command has told everything itself
+        ReportError(options, error.what(), error.m_hint);
+    return error.m_exitCode;
+} catch (const std::exception& error) {
+    if (std::ferror(stdout) == 0) // else that is what stopped the command, and is told at the end
+        ReportError(options, error.what(), "");
+    return kExitFailed;
+}
+
 } // namespace
 
 std::string Printable(std::string text)
@@ -81,15 +102,15 @@ std::string Printable(std::string text)
 
 void ReportError(const GlobalOptions& options, const std::string& what, const std::string& hint)
 {
-    if (options.m_json) {
-        nlohmann::ordered_json error{{"error", what}};
-        if (!hint.empty())
-            error["hint"] = hint;
-        PrintJson(error);
-    }
     fmt::print(stderr, "kxtile: {}\n", Printable(what));
     if (!hint.empty())
         fmt::print(stderr, "        {}\n", Printable(hint));
+    if (!options.m_json)
+        return;
+    nlohmann::ordered_json error{{"error", what}};
+    if (!hint.empty())
+        error["hint"] = hint;
+    PrintJson(error);
 }
 
 void PrintJson(const nlohmann::ordered_json& object)
@@ -101,6 +122,7 @@ void PrintJson(const nlohmann::ordered_json& object)
 
 int RunCommandLine(int argc, const char* const* argv)
 {
+    OccupyClosedStreams();
     GlobalOptions options;
     // Also for mistakes that keep the command line from being read to its end.
     options.m_json = std::any_of(argv, argv + argc, [](const char* argument) {
@@ -127,19 +149,9 @@ int RunCommandLine(int argc, const char* const* argv)
     AddSourceCommand(app, options);
     AddCacheCommand(app, options);
     try {
-        app.parse(argc, argv);
-        return std::fflush(stdout) == 0 ? kExitDone : kExitFailed;
-    } catch (const CLI::RuntimeError& error) { // a command has said all there is to say
-        return error.get_exit_code();
-    } catch (const CLI::ParseError& error) {
-        return ReportUsage(app, options, error);
-    } catch (const CommandError& error) {
-        if (*error.what() != '\0') // else the command has told everything itself
-            ReportError(options, error.what(), error.m_hint);
-        return error.m_exitCode;
-    } catch (const std::exception& error) {
-        ReportError(options, error.what(), "");
-        return kExitFailed;
+        return FinishStandardOutput(RunCommand(app, options, argc, argv));
+    } catch (const std::system_error&) { // telling of a failure failed, too
+        return FinishStandardOutput(kExitFailed);
     }
 }
 

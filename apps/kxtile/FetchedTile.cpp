@@ -25,6 +25,8 @@ using KxC::KxTileFetcher;
 using KxC::NetError;
 
 constexpr int kSchemeBingMap = 6;
+constexpr char kRemembered[] =
+    "Remembered from an earlier request; 'kxtile cache clear SOURCE' forgets it.";
 
 /// What the last request says of the failure.
 [[noreturn]] void ThrowRequestFailure(const KxNetRequestInfo& request)
@@ -56,7 +58,9 @@ constexpr int kSchemeBingMap = 6;
 [[noreturn]] void ThrowNoTile(const std::string& url, int status)
 {
     const std::string how = status > 0 ? fmt::format("HTTP status {}", status) : "known on disk";
-    throw CommandError(kExitNoTile, fmt::format("{}: no tile there ({})", url, how));
+    throw CommandError(kExitNoTile,
+                       fmt::format("{}: no tile there ({})", url, how),
+                       status > 0 ? "" : kRemembered);
 }
 
 /// No request could be made: the source gave no URL to ask.

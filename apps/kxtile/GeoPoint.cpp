@@ -2,6 +2,7 @@
 #include "GeoPoint.h"
 
 #include "Command.h"
+#include "KxCoordSysTrans.h"
 #include "KxMath.h"
 
 #include <CLI/CLI.hpp>
@@ -9,6 +10,7 @@
 
 #include <charconv>
 #include <cmath>
+#include <limits>
 #include <numbers>
 
 namespace KxTileHost {
@@ -26,15 +28,26 @@ bool ReadNumber(const char*& at, const char* end, double& number)
     return read.ec == std::errc() && std::isfinite(number);
 }
 
-bool ReadPoint(const std::string& text, GeoPoint& point)
+bool ReadPair(const std::string& text, double& first, double& second)
 {
     const char* at = text.data();
     const char* const end = at + text.size();
-    if (!ReadNumber(at, end, point.m_lon) || at == end || *at++ != ',')
+    if (!ReadNumber(at, end, first) || at == end || *at++ != ',')
         return false;
     while (at != end && *at == ' ')
         ++at;
-    return ReadNumber(at, end, point.m_lat) && at == end;
+    return ReadNumber(at, end, second) && at == end;
+}
+
+KxC::ProjectStringType TypeOf(const std::string& crs)
+{
+    if (crs.starts_with('+'))
+        return KxC::ProjectStringType_Proj4;
+    if (crs.ends_with(".prj"))
+        return KxC::ProjectStringType_PrjFile;
+    if (crs.find('[') != std::string::npos)
+        return KxC::ProjectStringType_WKT;
+    return KxC::ProjectStringType_Authority;
 }
 
 } // namespace
@@ -47,7 +60,7 @@ KxC::KxPoint2d GeoPoint::ToWebMercator() const
 GeoPoint ParseGeoPoint(const std::string& text)
 {
     GeoPoint point;
-    if (!ReadPoint(text, point))
+    if (!ReadPair(text, point.m_lon, point.m_lat))
         throw CommandError(kExitWrongUsage,
                            fmt::format("'{}' is no place", text),
                            "Write LONGITUDE,LATITUDE in degrees, for instance 116.3975,39.9087.");
@@ -58,6 +71,35 @@ GeoPoint ParseGeoPoint(const std::string& text)
                                        text),
                            "The longitude stands first.");
     return point;
+}
+
+KxC::KxPoint2d ParsePair(const std::string& text)
+{
+    KxC::KxPoint2d pair;
+    if (!ReadPair(text, pair.x, pair.y))
+        throw CommandError(kExitWrongUsage,
+                           fmt::format("'{}' is no place", text),
+                           "Write X,Y, for instance 448500,4418000.");
+    return pair;
+}
+
+GeoPoint ParsePlaceIn(const std::string& crs, const std::string& text)
+{
+    const KxC::KxPoint2d pair = ParsePair(text);
+    KxC::KxCoordSysTrans* const system =
+        KxC::m_gCoordSysTransManager.GetKxCoordSysTrans(crs.c_str(), TypeOf(crs));
+    const std::string error = system->GetError().Cstr();
+    if (!error.empty())
+        throw CommandError(kExitFailed,
+                           fmt::format("cannot use the coordinate system '{}': {}", crs, error),
+                           "Write EPSG:32650 or the like, a PROJ string, WKT, or the path of a "
+                           ".prj file.");
+    constexpr double nowhere = std::numeric_limits<double>::quiet_NaN();
+    KxC::KxPoint3d place(nowhere, nowhere, 0.0);
+    system->SrcPtToWGS84Pt({pair.x, pair.y, 0.0}, place);
+    if (!std::isfinite(place.x) || !std::isfinite(place.y))
+        throw CommandError(kExitFailed, fmt::format("'{}' is no place of '{}'", text, crs));
+    return {place.x, place.y};
 }
 
 void AddLevelOption(CLI::App& command, int& level)

@@ -82,6 +82,7 @@ void GraticuleOverlay::Draw(Canvas& canvas, int left, int top, const ViewFrame& 
 {
     constexpr int side = ViewFrame::kSide;
     constexpr int reach = 4 * kLinesAcross;
+    double taken = 0.0; // pixels from the left that hold labels already
     for (int step = -reach; step <= reach; ++step) {
         const double longitude = m_meridians.LineAt(m_place.m_lon, step);
         const double column = frame.PixelOf({longitude, m_place.m_lat}).x;
@@ -90,8 +91,11 @@ void GraticuleOverlay::Draw(Canvas& canvas, int left, int top, const ViewFrame& 
         const int x = left + static_cast<int>(column);
         canvas.Fill(x, top, 1, side, kLine);
         const std::string label = m_meridians.Label(longitude, 'E', 'W');
-        if (column + LabelWidth(label) < side)
-            DrawLabel(canvas, x + 1, top + side - kLabelHeight, label);
+        const double end = column + LabelWidth(label) + 1;
+        if (column < taken || end >= side)
+            continue;
+        DrawLabel(canvas, x + 1, top + side - kLabelHeight, label);
+        taken = end;
     }
     for (int step = -reach; step <= reach; ++step) {
         const double latitude = m_parallels.LineAt(m_place.m_lat, step);

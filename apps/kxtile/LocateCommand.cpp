@@ -25,6 +25,7 @@ constexpr std::array kDatums{KxC::KxDatum_WGS84, KxC::KxDatum_GCJ02, KxC::KxDatu
 struct LocateArguments
 {
     std::string m_place;
+    std::string m_crs; ///< empty for longitude and latitude
     int m_level = 0;
     SourceArgument m_source;
 };
@@ -193,7 +194,9 @@ void PrintLocationsAsJson(const GeoPoint& place,
 
 void RunLocate(const GlobalOptions& options, const LocateArguments& arguments)
 {
-    const GeoPoint place = ParseGeoPoint(arguments.m_place);
+    const GeoPoint place = arguments.m_crs.empty()
+                               ? ParseGeoPoint(arguments.m_place)
+                               : ParsePlaceIn(arguments.m_crs, arguments.m_place);
     const KxC::KxPoint2d metres = place.ToWebMercator();
     const std::vector<Row> rows = LocateEverywhere(metres, arguments.m_level);
     std::unique_ptr<SourceTilePlace> source;
@@ -214,12 +217,16 @@ void AddLocateCommand(CLI::App& app, const GlobalOptions& options)
         ->required();
     arguments->m_source.AddTo(*command, SourceArgument::kMayBeLeftOut);
     AddLevelOption(*command, arguments->m_level);
+    command->add_option("--crs",
+                        arguments->m_crs,
+                        "Coordinate system of PLACE: EPSG:32650, a PROJ string, WKT, a .prj file");
     command->footer("Rows are counted from the south edge of the grid, in the Baidu grid from its "
                     "origin\nnorthward; the last column has the row as counted from the north. "
                     "With a SOURCE, the\ntile's URL is told too.\n"
                     "Examples:\n"
                     "  kxtile locate 116.3975,39.9087 --level 15\n"
-                    "  kxtile locate 116.3975,39.9087 --level 15 city.toml --json");
+                    "  kxtile locate 116.3975,39.9087 --level 15 city.toml --json\n"
+                    "  kxtile locate 448500,4418000 --crs EPSG:32650 --level 15");
     command->callback([&options, arguments] { RunLocate(options, *arguments); });
 }
 

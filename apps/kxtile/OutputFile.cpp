@@ -39,7 +39,7 @@ std::string FormatOf(const KxC::KxString& ext)
 void WriteToStandardOutput(const void* bytes, std::size_t size)
 {
     if (std::fwrite(bytes, 1, size, stdout) != size || std::fflush(stdout) != 0)
-        ThrowCannotWrite("-");
+        throw CommandError(kExitFailed, ""); // what the stream failed with is told at the end
 }
 
 void WriteBytes(const unsigned char* bytes, std::size_t size, const std::string& path)

@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "Secrets.h"
 
+#include "AddressSecrets.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <system_error>
 
 namespace KxTileHost {
@@ -38,6 +40,30 @@ std::string ReadDefinition(const std::string& path)
     return text;
 }
 
+/// "word:" at the start, or a mark of YAML's own, as no line of TOML has it.
+bool IsYamlLine(const std::string& line)
+{
+    const std::size_t end = line.find_first_of(":=\"'[ \t#");
+    const bool key = end != std::string::npos && end > 0 && line[end] == ':' &&
+                     (end + 1 == line.size() || line[end + 1] == ' ' || line[end + 1] == '\t');
+    return key || line.compare(0, 3, "---") == 0 || line.compare(0, 5, "%YAML") == 0;
+}
+
+/// Only TOML has variables; in the forms of other programs "${" is a text or a placeholder. In
+/// doubt it is TOML, so that no secret is shown.
+bool HasVariables(const std::string& text)
+{
+    std::istringstream lines(text);
+    std::string line;
+    while (std::getline(lines >> std::ws, line)) {
+        if (!line.empty() && line.back() == '\r')
+            line.pop_back();
+        if (line[0] != '#')
+            return line[0] != '<' && line[0] != '{' && !IsYamlLine(line);
+    }
+    return false;
+}
+
 /// Null when it is not set.
 const char* ValueOf(const std::string& name)
 {
@@ -45,10 +71,12 @@ const char* ValueOf(const std::string& name)
     return std::getenv(name.c_str());
 }
 
-/// Letters and digits alone, so that it passes through URLs, headers and scripts as it is.
-std::string StandInOf(std::size_t index)
+/// Letters and digits alone, so that it passes through URLs, headers and scripts as it is; for the
+/// beginning of an address the beginning of one, so that nothing is missed there.
+std::string StandInOf(std::size_t index, const std::string& value)
 {
-    return fmt::format("KxTileStandIn{}ForVariable", index);
+    const char* const scheme = value.find("://") != std::string::npos ? "http://" : "";
+    return fmt::format("{}KxTileStandIn{}ForVariable", scheme, index);
 }
 
 } // namespace
@@ -57,10 +85,14 @@ std::vector<std::string> VariableNamesIn(const std::string& path)
 {
     const std::string text = ReadDefinition(path);
     std::vector<std::string> names;
+    if (!HasVariables(text))
+        return names;
     for (std::size_t at = text.find("${"); at != std::string::npos; at = text.find("${", at + 2)) {
         const std::size_t close = text.find('}', at);
         if (close == std::string::npos)
             break;
+        if (at > 0 && text[at - 1] == '$') // "$${" writes a plain "${"
+            continue;
         const std::string name = text.substr(at + 2, close - at - 2);
         if (std::find(names.begin(), names.end(), name) == names.end())
             names.push_back(name);
@@ -72,14 +104,25 @@ Secrets::Secrets(const std::string& path)
 {
     for (const std::string& name : VariableNamesIn(path)) {
         const char* value = ValueOf(name);
-        const bool address = value != nullptr && std::strstr(value, "://") != nullptr;
-        if (value != nullptr && *value != '\0' && !address)
-            m_valuesAndNames.emplace_back(value, "${" + name + "}");
+        if (value != nullptr && *value != '\0')
+            Add(value, "${" + name + "}");
     }
     // The longest first, so that no secret is torn by one that it contains.
     std::sort(m_valuesAndNames.begin(), m_valuesAndNames.end(), [](const auto& a, const auto& b) {
         return a.first.size() > b.first.size();
     });
+}
+
+void Secrets::Add(const std::string& value, const std::string& name)
+{
+    std::vector<Replacement> hidden;
+    if (IsAddress(value))
+        hidden = SecretPiecesOf(value, name);
+    else
+        hidden.emplace_back(value, name);
+    if (!hidden.empty())
+        m_names.push_back(name);
+    m_valuesAndNames.insert(m_valuesAndNames.end(), hidden.begin(), hidden.end());
 }
 
 std::string Secrets::Mask(std::string text) const
@@ -89,21 +132,13 @@ std::string Secrets::Mask(std::string text) const
     return text;
 }
 
-std::vector<std::string> Secrets::Names() const
-{
-    std::vector<std::string> names;
-    for (const auto& valueAndName : m_valuesAndNames)
-        names.push_back(valueAndName.second);
-    return names;
-}
-
 StandInVariables::StandInVariables(const std::string& path) : m_names(VariableNamesIn(path))
 {
     for (std::size_t i = 0; i < m_names.size(); ++i) {
         const char* value = ValueOf(m_names[i]);
         m_before.push_back({value != nullptr, value != nullptr ? value : ""});
         // NOLINTNEXTLINE(concurrency-mt-unsafe): this program has one thread
-        ::setenv(m_names[i].c_str(), StandInOf(i).c_str(), 1);
+        ::setenv(m_names[i].c_str(), StandInOf(i, m_before[i].m_value).c_str(), 1);
     }
 }
 
@@ -120,7 +155,7 @@ StandInVariables::~StandInVariables()
 std::string StandInVariables::NameAgain(std::string text) const
 {
     for (std::size_t i = 0; i < m_names.size(); ++i)
-        ReplaceEach(text, StandInOf(i), "${" + m_names[i] + "}");
+        ReplaceEach(text, StandInOf(i, m_before[i].m_value), "${" + m_names[i] + "}");
     return text;
 }
 

@@ -8,11 +8,13 @@
 namespace KxTileHost {
 
 /// The environment variables that a definition file names as ${NAME}, each once; none for a file
-/// that cannot be read.
+/// that cannot be read. Only definitions in TOML have variables, and "$${" in them writes a plain
+/// "${".
 std::vector<std::string> VariableNamesIn(const std::string& path);
 
 /// Keeps the secrets of a definition file off the screen: what its ${NAME} stand for is written
-/// as ${NAME} again. Values that are whole addresses ("http://...") are no secrets.
+/// as ${NAME} again. Of values that are whole addresses ("http://...") only the user, the password
+/// and the query's values are secret.
 class Secrets
 {
 public:
@@ -21,9 +23,12 @@ public:
 
     std::string Mask(std::string text) const;
     /// The names of the variables whose values are secret.
-    std::vector<std::string> Names() const;
+    std::vector<std::string> Names() const { return m_names; }
 
 private:
+    void Add(const std::string& value, const std::string& name);
+
+    std::vector<std::string> m_names;
     std::vector<std::pair<std::string, std::string>> m_valuesAndNames;
 };
 

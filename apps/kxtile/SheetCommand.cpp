@@ -38,25 +38,40 @@ struct SheetRow
     FetchedTile m_fetched;
 };
 
-void PrintRow(const GlobalOptions& options, const SheetRow& row)
+const char* FormatOf(const FetchedTile& fetched)
+{
+    return fetched.m_bytes->GetExt().Cstr() + 1;
+}
+
+void PrintRow(const SheetRow& row)
 {
     const FetchedTile& fetched = row.m_fetched;
-    const char* format = fetched.m_bytes->GetExt().Cstr() + 1;
-    if (options.m_json)
-        PrintJson({{"source", row.m_name},
-                   {"url", fetched.m_url},
-                   {"format", format},
-                   {"bytes", fetched.m_bytes->GetSize()},
-                   {"seconds", fetched.m_seconds},
-                   {"from", fetched.m_from}});
-    else
-        fmt::print("{:<12} {:<7} {:<5} {:>8} {:>9.3f}  {}\n",
-                   row.m_name,
-                   fetched.m_from,
-                   format,
-                   fetched.m_bytes->GetSize(),
-                   fetched.m_seconds * 1000.0,
-                   fetched.m_url);
+    fmt::print("{:<12} {:<7} {:<5} {:>8} {:>9.3f}  {}\n",
+               row.m_name,
+               fetched.m_from,
+               FormatOf(fetched),
+               fetched.m_bytes->GetSize(),
+               fetched.m_seconds * 1000.0,
+               fetched.m_url);
+}
+
+nlohmann::ordered_json ToJson(const SheetRow& row)
+{
+    const FetchedTile& fetched = row.m_fetched;
+    return {{"source", row.m_name},
+            {"url", fetched.m_url},
+            {"format", FormatOf(fetched)},
+            {"bytes", fetched.m_bytes->GetSize()},
+            {"seconds", fetched.m_seconds},
+            {"from", fetched.m_from}};
+}
+
+nlohmann::ordered_json ToJson(const std::string& source, const CommandError& error)
+{
+    nlohmann::ordered_json row{{"source", source}, {"error", error.what()}};
+    if (!error.m_hint.empty())
+        row["hint"] = error.m_hint;
+    return row;
 }
 
 SheetPanel PanelOf(const SheetRow& row)
@@ -97,11 +112,17 @@ public:
         for (const std::string& source : m_arguments.m_sources)
             panels.push_back(PanelOfSource(source));
         WriteSheet(panels);
+        const std::string failure = m_failures == 0
+                                        ? std::string()
+                                        : fmt::format("{} of {} sources have no tile on the sheet",
+                                                      m_failures,
+                                                      panels.size());
+        if (m_options.m_json)
+            PrintAnswer(failure);
+        else
+            fmt::print("{}: {} sources side by side\n", m_arguments.m_output, panels.size());
         if (m_failures > 0)
-            throw CommandError(m_exitCode,
-                               fmt::format("{} of {} sources have no tile on the sheet",
-                                           m_failures,
-                                           m_arguments.m_sources.size()));
+            throw CommandError(m_exitCode, m_options.m_json ? std::string() : failure);
     }
 
 private:
@@ -112,12 +133,31 @@ private:
             std::filesystem::create_directories(m_arguments.m_tileFolder, error);
     }
 
-    SheetRow Fetch(const SourceArgument& argument, KxC::KxTSDParamItem& source) const
+    /// All in one object; a failure is told on standard error besides, like the others.
+    void PrintAnswer(const std::string& failure) const
+    {
+        nlohmann::ordered_json answer{{"sheet", m_arguments.m_output}, {"tiles", m_rows}};
+        if (!failure.empty()) {
+            answer["error"] = failure;
+            ReportOnStandardError(failure, "");
+        }
+        PrintJson(answer);
+    }
+
+    static void ReportOnStandardError(const std::string& what, const std::string& hint)
+    {
+        ReportError(GlobalOptions(), what, hint);
+    }
+
+    SheetRow Fetch(const SourceArgument& argument, KxC::KxTSDParamItem& source)
     try {
         SheetRow row{argument.GetName(),
                      FetchTileOf(source, m_tile, !m_options.m_noDiskCache, m_options.TimeoutMs())};
         row.m_fetched.m_url = argument.GetSecrets().Mask(row.m_fetched.m_url);
-        PrintRow(m_options, row);
+        if (m_options.m_json)
+            m_rows.push_back(ToJson(row));
+        else
+            PrintRow(row);
         return row;
     } catch (const CommandError& error) {
         throw argument.WithoutSecrets(error);
@@ -128,12 +168,14 @@ private:
     try {
         return FetchPanel(text);
     } catch (const CommandError& error) {
-        ReportError(m_options, error.what(), error.m_hint);
+        const std::string name = SourceArgument(text).GetName();
+        m_rows.push_back(ToJson(name, error));
+        ReportOnStandardError(error.what(), error.m_hint);
         // "No tile there" is the answer only when nothing worse happened.
         if (m_failures++ == 0 || error.m_exitCode != kExitNoTile)
             m_exitCode = error.m_exitCode;
         const char* const what = error.m_exitCode == kExitNoTile ? "no tile there" : "failed";
-        return {SourceArgument(text).GetName(), what, nullptr};
+        return {name, what, nullptr};
     }
 
     /// A name that no other tile of this run has.
@@ -168,16 +210,13 @@ private:
         if (sheet == nullptr)
             throw CommandError(kExitFailed, "so many sources do not fit on one sheet");
         WritePicture(*sheet, m_arguments.m_output);
-        if (m_options.m_json)
-            PrintJson({{"sheet", m_arguments.m_output}});
-        else
-            fmt::print("{}: {} sources side by side\n", m_arguments.m_output, panels.size());
     }
 
     const GlobalOptions& m_options;
     const SheetArguments& m_arguments;
     HostTile m_tile;
     std::map<std::string, int> m_names;
+    nlohmann::ordered_json m_rows = nlohmann::ordered_json::array(); ///< of the answer in JSON
     int m_failures = 0;
     ExitCode m_exitCode = kExitFailed;
 };

@@ -5,6 +5,7 @@
 #include "EarthSource.h"
 #include "KxUtility.h"
 #include "ReadySources.h"
+#include "SourceGrid.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -20,7 +21,6 @@ namespace {
 
 constexpr char kTemplateOptions[] = "For a URL template";
 constexpr int kSchemeBingMap = 6;
-constexpr int kSchemeWebMercator = 10;
 
 const std::map<std::string, int> kSchemes{{"mercator", kSchemeWebMercator},
                                           {"quadkey", kSchemeBingMap},
@@ -272,18 +272,32 @@ KxC::KxTSDParamItem* SourceArgument::LoadTemplate() const
     KxC::KxString urlTemplate(byQuadKey || named ? EscapePercentSigns(m_text).c_str()
                                                  : m_text.c_str());
     urlTemplate.Replace("{$quadkey}", "%s");
+    // Baidu's rows have no north to count from, and its tiles are on its own datum.
+    const bool plane = GridOf(scheme) == GridKind::Baidu;
+    const bool fromSouth = m_rows == "south" || (m_rows.empty() && plane);
     KxC::KxTSDParamItem* source =
         KxC::m_gTSDParamManager.GetTSDParam(urlTemplate,
                                             m_servers.c_str(),
                                             scheme,
-                                            m_datum.empty() ? 0 : kDatums.at(m_datum),
-                                            m_rows == "south" ? 1 : 0,
+                                            kDatums.at(!m_datum.empty() ? m_datum
+                                                       : plane          ? "bd09"
+                                                                        : "wgs84"),
+                                            fromSouth ? 1 : 0,
                                             m_levelOffset,
                                             m_tileSize,
                                             m_format.c_str(),
                                             0,
                                             KxC::KxTime());
     source->m_strImageFormat = m_format.c_str();
+    // Another reading of the same addresses shows other places: it has tiles of its own on disk.
+    if (fromSouth || m_levelOffset != 0 || GridOf(scheme) != GridKind::WebMercator)
+        source->m_strHashKey =
+            KxC::KxUtility::GetValidHashKey(fmt::format("{} scheme {} rows {} offset {}",
+                                                        urlTemplate.Cstr(),
+                                                        scheme,
+                                                        fromSouth ? "south" : "north",
+                                                        m_levelOffset)
+                                                .c_str());
     return source;
 }
 

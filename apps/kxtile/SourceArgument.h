@@ -62,7 +62,7 @@ private:
     std::string m_servers;
     std::string m_scheme;
     std::string m_datum;
-    std::string m_rows = "north";
+    std::string m_rows; ///< empty: as the scheme counts them
     std::string m_format;
     std::string m_date; ///< of history imagery, empty for none
     std::string m_userAgent;

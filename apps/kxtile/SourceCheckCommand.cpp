@@ -92,7 +92,7 @@ void Check(const std::string& file, std::vector<Finding>& findings)
         findings.push_back({file,
                             message.m_nLine,
                             message.m_strKey.Cstr(),
-                            message.m_bError,
+                            message.m_bMisleads, // not of variables that are only not set here
                             message.m_strText.Cstr()});
     }
     if (loaded && source.m_bLuaScripted != 0)

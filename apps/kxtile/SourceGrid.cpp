@@ -3,6 +3,7 @@
 
 #include "KxTileFetcher.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace KxTileHost {
@@ -11,16 +12,25 @@ namespace {
 
 constexpr int kMaxLevel = 30;
 
-/// The Baidu grid has columns and rows of either sign; the others begin at 0.
-bool Holds(GridKind grid, const GridPosition& position, int level)
+/// Brings what lies on an edge, or beside it by a rounding, into the first or last tile.
+/// @return false for what lies beyond
+bool Settle(double& coordinate, double count)
 {
-    if (!std::isfinite(position.m_column) || !std::isfinite(position.m_row))
+    constexpr double slack = 1e-9; // tiles
+    if (!(coordinate > -slack && coordinate < count + slack))
         return false;
+    coordinate = std::clamp(coordinate, 0.0, std::nextafter(count, 0.0));
+    return true;
+}
+
+/// The Baidu grid has columns and rows of either sign; the others begin at 0.
+bool Settle(GridKind grid, GridPosition& position, int level)
+{
     if (grid == GridKind::Baidu) // the library says -1, -1 of places that the plane has not
-        return position.m_column != -1.0 || position.m_row != -1.0;
+        return std::isfinite(position.m_column) && std::isfinite(position.m_row) &&
+               (position.m_column != -1.0 || position.m_row != -1.0);
     const double count = std::exp2(level);
-    return position.m_column >= 0.0 && position.m_column <= count && position.m_row >= 0.0 &&
-           position.m_row <= count;
+    return Settle(position.m_column, count) && Settle(position.m_row, count);
 }
 
 } // namespace
@@ -87,7 +97,7 @@ GridPosition Locate(int scheme, int datum, const KxC::KxPoint2d& metres, int lev
         return position;
     KxC::KxTileFetcher::GetColRow(
         position.m_column, position.m_row, scheme, metres.x, metres.y, level, datum);
-    position.m_inside = Holds(GridOf(scheme), position, level);
+    position.m_inside = Settle(GridOf(scheme), position, level);
     return position;
 }
 

@@ -12,13 +12,14 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <limits>
+#include <utility>
 
 namespace KxTileHost {
 
 namespace {
 
-constexpr int kAlignedTileSize = 256;
 constexpr Colour kGround{64, 68, 76};
 
 /// A tile's address in the grid of a view, the row counted from the south.
@@ -178,12 +179,28 @@ ViewAsItComes(KxC::KxTSDParamItem& source, const GeoPoint& place, int level, int
 SourceView ViewAligned(
     KxC::KxTSDParamItem& source, const GeoPoint& place, int level, bool blockCopy, int timeoutMs)
 {
-    const AlignedTileOptions options{
-        blockCopy ? source.m_nTileSize : kAlignedTileSize, blockCopy, timeoutMs};
+    if (IsStandardTiling(source.m_nTileScheme, source.m_nDatum))
+        return ViewAsItComes(source, place, level, timeoutMs);
+    const AlignedTileOptions options{source.m_nTileSize, blockCopy, timeoutMs};
     const ViewFrame frame = FrameAround(kSchemeWebMercator, options.m_size, place, level);
     return Assemble(frame, [&](const ViewTile& tile, const Paste& paste) {
         FetchAligned(source, tile, options, paste);
     });
+}
+
+SourceView
+ViewUnshifted(KxC::KxTSDParamItem& source, const GeoPoint& place, int level, int timeoutMs)
+{
+    // The record is this program's own, and its tiles are kept as they come.
+    const int datum = std::exchange(source.m_nDatum, 0);
+    try {
+        SourceView view = ViewAligned(source, place, level, false, timeoutMs);
+        source.m_nDatum = datum;
+        return view;
+    } catch (...) {
+        source.m_nDatum = datum;
+        throw;
+    }
 }
 
 } // namespace KxTileHost

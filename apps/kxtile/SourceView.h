@@ -6,7 +6,6 @@
 #include "KxTSDParam.h"
 #include "SourceGrid.h"
 
-#include <functional>
 #include <memory>
 
 namespace KxTileHost {
@@ -40,7 +39,12 @@ struct SourceView
 SourceView
 ViewAsItComes(KxC::KxTSDParamItem& source, const GeoPoint& place, int level, int timeoutMs);
 
-/// The source's tiles aligned to the Web Mercator tiling.
+/// The source in the Web Mercator tiling as a program shows it that knows its grid but nothing of
+/// datums.
+SourceView
+ViewUnshifted(KxC::KxTSDParamItem& source, const GeoPoint& place, int level, int timeoutMs);
+
+/// The source's tiles aligned to the Web Mercator tiling; where they are its tiles already, these.
 /// @param blockCopy  asks for the library's own choice, which copies blocks where it can
 SourceView ViewAligned(
     KxC::KxTSDParamItem& source, const GeoPoint& place, int level, bool blockCopy, int timeoutMs);

@@ -16,6 +16,8 @@ namespace KxTileHost {
 
 namespace {
 
+constexpr int kMaxSize = 8000; // whose square is KxImageData::kMaxPixels
+
 struct TileArguments
 {
     SourceArgument m_source;
@@ -86,11 +88,14 @@ void PrintTile(const GlobalOptions& options,
                    written.m_bytes,
                    fetched.m_from,
                    fetched.m_seconds * 1000.0);
-    if (options.m_verbose)
-        fmt::print(stderr,
-                   "  {} (HTTP status {})\n",
-                   fetched.m_url.empty() ? "made of the tiles that it touches" : fetched.m_url,
-                   fetched.m_httpStatus);
+    if (!options.m_verbose)
+        return;
+    const std::string status =
+        fetched.m_httpStatus > 0 ? fmt::format(" (HTTP status {})", fetched.m_httpStatus) : "";
+    fmt::print(stderr,
+               "  {}{}\n",
+               fetched.m_url.empty() ? "made of the tiles that it touches" : fetched.m_url,
+               status);
 }
 
 /// Whether the service's own tile already is the wanted one.
@@ -109,6 +114,11 @@ FetchedTile Fetch(const GlobalOptions& options,
         return FetchTileOf(source, tile, !options.m_noDiskCache, options.TimeoutMs());
     // The library copies blocks only of tiles of one size.
     const bool blockCopy = arguments.m_blockCopy && size == source.m_nTileSize;
+    if (arguments.m_blockCopy && !blockCopy)
+        fmt::print(stderr,
+                   "kxtile: warning: blocks are copied only into tiles of the source's own size, "
+                   "{}; each pixel is sampled\n",
+                   source.m_nTileSize);
     return FetchAlignedTile(source, tile, {size, blockCopy, options.TimeoutMs()});
 }
 
@@ -151,12 +161,14 @@ void AddTileCommand(CLI::App& app, const GlobalOptions& options)
                         arguments->m_output,
                         "File (another extension than the tile's converts it), folder, or '-' for "
                         "standard output");
-    command
-        ->add_option("--size",
-                     arguments->m_size,
-                     "Edge of the wanted tile in pixels (the source's own; larger ones come from "
-                     "deeper levels)")
-        ->check(CLI::Range(1, 8192));
+    CLI::Option* size =
+        command
+            ->add_option(
+                "--size",
+                arguments->m_size,
+                "Edge of the wanted tile in pixels (the source's own; larger ones come from "
+                "deeper levels)")
+            ->check(CLI::Range(1, kMaxSize));
     CLI::Option* blockCopy =
         command->add_flag("--block-copy",
                           arguments->m_blockCopy,
@@ -167,7 +179,8 @@ void AddTileCommand(CLI::App& app, const GlobalOptions& options)
                    arguments->m_raw,
                    "The service's own tile of its own grid (Baidu: rows count northward from the "
                    "origin)")
-        ->excludes(blockCopy);
+        ->excludes(blockCopy)
+        ->excludes(size);
     command->footer("Whatever the source's grid, datum and tile size, the tile is the one of the "
                     "Web Mercator\ntiling at that address; where the service has it ready, its "
                     "own bytes.\n"

@@ -19,11 +19,19 @@ struct UrlArguments
     std::string m_address;
 };
 
+/// The URL itself is what is asked for, whatever it holds; errors must not tell more.
+std::string UrlOf(const SourceArgument& argument, KxC::KxTSDParamItem& source, const HostTile& tile)
+try {
+    return TileUrlOf(source, tile);
+} catch (const CommandError& error) {
+    throw argument.WithoutSecrets(error);
+}
+
 void RunUrl(const GlobalOptions& options, const UrlArguments& arguments)
 {
     const HostTile tile = ParseHostTile(arguments.m_address);
     KxC::KxTSDParamItem* source = arguments.m_source.Load(SourceUse::Describe);
-    const std::string url = TileUrlOf(*source, tile);
+    const std::string url = UrlOf(arguments.m_source, *source, tile);
     if (options.m_json)
         PrintJson({{"source", arguments.m_source.GetText()},
                    {"x", tile.m_x},

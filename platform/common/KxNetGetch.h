@@ -32,9 +32,9 @@ struct KxNetRequestInfo
 };
 
 /// HTTP requests. Connections are kept alive and reused by the thread that made them. Only http
-/// and https are followed, at most 5 redirects, bodies up to 64 MiB, TLS verified. HTTP/2 is spoken
-/// where a server offers it over TLS. Proxies are taken from http_proxy, https_proxy, all_proxy and
-/// no_proxy, read with each request.
+/// and https are followed, at most 5 redirects and none from https to http, bodies up to 64 MiB,
+/// TLS verified. HTTP/2 is spoken where a server offers it over TLS. Proxies are taken from
+/// http_proxy, https_proxy, all_proxy and no_proxy, read with each request.
 class KXCOMMON_API KxNetGetch
 {
 public:
@@ -50,7 +50,10 @@ public:
     /// @param fileType      1: image
     /// @param requestParam  total time-out in milliseconds, 0 or less for kDefaultTimeoutMs
     /// @param userAgent     empty names this product and its version
-    /// @param requestLines  further header lines ("Name: value"); may be null
+    /// @param requestLines  further header lines ("Name: value"); may be null. A redirect to
+    /// another
+    ///                      host or port is followed without them, for they may hold a key; only
+    ///                      a User-Agent goes along
     /// Statuses 429, 502, 503 and 504, resets and time-outs are tried up to twice more, after
     /// growing pauses or the Retry-After that the server asks for, up to 10 s of it. The total
     /// time-out covers all of it. Threads that ask for the same at once share one request.

@@ -64,6 +64,7 @@ struct KxRawDataExportOptions
     KxString m_strPath;        ///< of the .mbtiles file; one that is there is replaced
     KxString m_strName;        ///< for people
     KxString m_strDescription; ///< may be empty
+    KxString m_strAttribution; ///< whom the tiles are owed to; may be empty
 };
 
 /// What ExportSubTree wrote.

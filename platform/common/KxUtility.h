@@ -21,10 +21,11 @@ struct KxSLevelBounds
 /// What the definition loader has to say about one place of a definition.
 struct KxTSDMessage
 {
-    bool m_bError = false; ///< false: the definition loaded all the same
-    int m_nLine = 0;       ///< from 1; 0 when no line applies
-    KxString m_strKey;     ///< the key it is about, empty when none
-    KxString m_strText;    ///< what is wrong and what would be right, with "; " between the two
+    bool m_bError = false;    ///< false: the definition loaded all the same
+    int m_nLine = 0;          ///< from 1; 0 when no line applies
+    KxString m_strKey;        ///< the key it is about, empty when none
+    KxString m_strText;       ///< what is wrong and what would be right, with "; " between the two
+    bool m_bMisleads = false; ///< gives no right tiles; an error without it lacks a variable
 };
 
 class KXCOMMON_API KxUtility

@@ -8,6 +8,9 @@ namespace KxC {
 
 namespace {
 
+/// Far beyond any level; a host's wrong number shall not take the memory of the process.
+constexpr int kMaxDigits = 1 << 20;
+
 /// The bit of weight 2^position, 0 for positions that 32 bits do not have.
 unsigned BitAt(int position)
 {
@@ -18,8 +21,10 @@ unsigned BitAt(int position)
 
 KxString KxTileFetcher::BingMapTileToQuadKey(int y, int x, int z)
 try {
+    if (z <= 0 || z > kMaxDigits)
+        return {};
     std::string key;
-    key.reserve(z > 0 ? static_cast<std::size_t>(z) : 0);
+    key.reserve(static_cast<std::size_t>(z));
     for (int position = z - 1; position >= 0; --position) {
         const unsigned bit = BitAt(position);
         const int digit = ((static_cast<unsigned>(x) & bit) != 0 ? 1 : 0) +
@@ -28,7 +33,7 @@ try {
     }
     return {key.data(), static_cast<int>(key.size())};
 } catch (const std::exception&) {
-    return {}; // no memory for a key of so many digits
+    return {}; // no memory
 }
 
 void KxTileFetcher::BingMapQuadKeyToTile(const KxString& quadKey, int& y, int& x, int& z)

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "KxMath.h"
 #include "KxTileFetcher.h"
 #include "Operation.h"
 #include "OutputTile.h"
@@ -34,8 +35,21 @@ public:
     }
 
 private:
+    /// Whether the tile lies beside the source's own square. Its edge may touch the square's all
+    /// the same.
+    bool LiesBeside(const SourceGrid& grid) const
+    {
+        const int count = TilesPerAxis(m_tile.m_level);
+        const bool inside =
+            m_tile.m_col >= 0 && m_tile.m_col < count && m_tile.m_row >= 0 && m_tile.m_row < count;
+        return !inside && grid.m_datum == KxDatum_WGS84 &&
+               GridOfScheme(grid.m_scheme) == TileGrid::WebMercator;
+    }
+
     bool RunOn(const SourceGrid& grid, std::unique_ptr<KxRawData>& out) const
     {
+        if (LiesBeside(grid))
+            return true;
         TileRange range = FindTileRange(m_tile, grid);
         if (!range.ClampTo(TilesPerAxis(grid.m_level)))
             return true;

@@ -238,8 +238,10 @@ protected:
         if (expected < reach || expected > at.m_tile.m_size - 1 - reach)
             return;
         const auto found = Testing::FindLine(image, lines, expected, reach);
-        if (!found)
+        if (!found) {
+            ++m_lost; // which a line far off its place would be
             return;
+        }
         ++m_measured;
         m_worst = std::max(m_worst, std::abs(*found - expected));
         EXPECT_NEAR(*found, expected, tolerance)
@@ -263,6 +265,7 @@ protected:
     void MeasureAll(const Service& service, const Making& making);
 
     int m_measured = 0;
+    int m_lost = 0;
     double m_worst = 0.0; ///< pixels
 };
 
@@ -310,7 +313,9 @@ void Alignment::MeasureAll(const Service& service, const Making& making)
             if (IsChosen(service, i, level) && Shows(service, places[i]))
                 MeasureAt(service, making, places[i], level);
     EXPECT_GT(m_measured, 150);
-    std::printf("%d lines, the worst %.2f pixels off\n", m_measured, m_worst);
+    // Only at the border of the area that GCJ-02 shifts does a line break into short pieces.
+    EXPECT_LE(m_lost, m_measured / 200);
+    std::printf("%d lines, the worst %.2f pixels off, %d not found\n", m_measured, m_worst, m_lost);
 }
 
 std::string NameOf(const ::testing::TestParamInfo<Service>& info)

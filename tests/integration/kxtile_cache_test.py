@@ -9,6 +9,7 @@ import math
 import os
 import pathlib
 import re
+import resource
 import sqlite3
 import subprocess
 import sys
@@ -85,6 +86,40 @@ class KxtileCacheTest(unittest.TestCase):
                 self.assertIn(name, [source["description"] for source in self.sources()])
                 self.assertIn(name + " (", self.kxtile("cache", "info").stdout)
 
+    def limited(self, cache, *arguments):
+        """What kxtile says when no file may grow beyond 30000 bytes: a JPEG tile fits, a database
+        does not, whose index of the log alone is 32 KiB."""
+        limit = 30000
+        # Python ignores the signal of such a limit itself, and gives it back to its children.
+        done = subprocess.run(
+            [KXTILE, "--cache-dir", str(self.folder / cache), *arguments], check=False,
+            env=self.environment, cwd=self.folder, capture_output=True, text=True,
+            preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit)))
+        return done.returncode, done.stderr
+
+    def test_a_full_disk_costs_the_cache_and_nothing_else(self):
+        template = self.template.replace(".png", ".jpg")
+        self.kxtile("tile", template, "4/3/3", "-o", "4.jpg")
+        self.kxtile("--no-disk-cache", "tile", template, "5/3/3", "-o", "5.jpg")
+        for cache in ["cache", "fresh"]:
+            for column in [4, 5]:
+                with self.subTest(cache=cache, column=column):
+                    status, said = self.limited(cache, "tile", template, f"{column}/3/3",
+                                                "-o", "limited.jpg")
+                    self.assertEqual(status, 0, said)
+                    self.assertEqual((self.folder / "limited.jpg").read_bytes(),
+                                     (self.folder / f"{column}.jpg").read_bytes())
+        self.assertIn("cannot be written", said)
+        self.assertEqual([source["tiles"] for source in self.sources()], [1])
+
+    def test_export_onto_a_full_disk_fails_and_leaves_nothing(self):
+        self.fetch(self.template, "4/3/3")
+        status, said = self.limited("cache", "cache", "export", self.template, "-o", "out.mbtiles")
+        self.assertEqual(status, 1)
+        self.assertIn("cannot write 'out.mbtiles'", said)
+        self.assertEqual([file.name for file in self.folder.glob("*")
+                          if file.name not in ("cache", "4_3_3.png")], [])
+
     def test_clear_tells_what_was_there(self):
         self.assertEqual(self.kxtile("cache", "clear", self.template).stdout, "nothing was kept\n")
         self.fetch(self.template, "4/3/3", "5/3/3")
@@ -148,7 +183,7 @@ class KxtileCacheTest(unittest.TestCase):
 
     def test_export_refuses_what_would_lie_wrong(self):
         for options, word in [(["--datum", "gcj02"], "GCJ-02"), (["--scheme", "geographic"], "grid"),
-                              (["--scheme", "baidu"], "grid")]:
+                              (["--scheme", "baidu"], "grid"), (["--scheme", "11"], "grid")]:
             done = self.answer("cache", "export", self.template + "?" + word, *options,
                                "-o", "out.mbtiles", status=1)
             self.assertIn(word, done["error"])
@@ -160,6 +195,39 @@ class KxtileCacheTest(unittest.TestCase):
         self.assertIn("none/out.mbtiles", self.answer(
             "cache", "export", self.template, "-o", "none/out.mbtiles", status=1)["error"])
         self.assertEqual(list(self.folder.glob("*.mbtiles")), [])
+
+    def test_export_names_the_source_and_whom_it_is_owed_to(self):
+        definition = self.folder / "city.toml"
+        definition.write_text(f'url = "{self.template}"\nscheme = "WebMercatorWGS84"\n'
+                              'name = "City plan"\nattribution = "© the city\'s office"\n',
+                              encoding="utf-8")
+        self.fetch(definition, "0/0/1")
+        for options, name in [([], "City plan"), (["--name", "Mine"], "Mine")]:
+            self.kxtile("cache", "export", definition, "-o", "out.mbtiles", *options)
+            self.assertEqual(self.query(self.folder / "out.mbtiles", "select name, value from"
+                                        " metadata where name in ('name', 'attribution')"),
+                             [("attribution", "© the city's office"), ("name", name)])
+
+    def test_export_replaces_nothing_but_databases_unless_told(self):
+        self.fetch(self.template, "0/0/1")
+        output = self.folder / "out.mbtiles"
+        command = ["cache", "export", self.template, "-o", "out.mbtiles"]
+        for content in [b"a letter", b"a letter of more than sixteen bytes"]:
+            output.write_bytes(content)
+            done = self.answer(*command, status=1)
+            self.assertIn("out.mbtiles", done["error"])
+            self.assertIn("--force", done["hint"])
+            self.assertEqual(output.read_bytes(), content)
+        self.kxtile(*command, "--force")
+        self.kxtile(*command)
+        output.write_bytes(b"")
+        self.kxtile(*command)
+        self.assertEqual(self.query(output, "select count(*) from tiles"), [(1,)])
+        output.unlink()
+        output.mkdir()
+        self.answer(*command, status=1)
+        self.answer(*command, "--force", status=1)
+        self.assertTrue(output.is_dir())
 
     def test_verify_finds_nothing_in_a_sound_cache(self):
         self.assertEqual(self.answer("cache", "verify")["sources"], [])

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "MbTilesWriter.h"
 
+#include "KxFileSizeGuard.h"
+#include "KxMath.h"
+
 #include <fcntl.h>
 #include <sqlite3.h>
 #include <unistd.h>
@@ -73,17 +76,12 @@ std::string FormatOf(std::string_view bytes)
     return bytes.substr(0, 4) == "GIF8" ? "gif" : "";
 }
 
-/// Degrees. `tiles` may be a whole edge: its east side.
-double Longitude(int tiles, int level)
+/// Degrees.
+KxPoint2d DegreesOf(double x, double y)
 {
-    return static_cast<double>(tiles) / (1 << level) * 360.0 - 180.0;
-}
-
-/// Degrees, of the edge that lies `tiles` rows north of the grid's south edge.
-double Latitude(int tiles, int level)
-{
-    const double y = static_cast<double>(tiles) / (1 << level) * 2.0 - 1.0;
-    return std::atan(std::sinh(std::numbers::pi * y)) * 180.0 / std::numbers::pi;
+    const KxPoint2d radians = KxMath::WebMecator2LatLon(x, y);
+    constexpr double kDegree = std::numbers::pi / 180.0;
+    return {radians.x / kDegree, radians.y / kDegree};
 }
 
 std::string Degrees(double value)
@@ -116,6 +114,7 @@ MbTilesWriter::~MbTilesWriter()
 
 void MbTilesWriter::Close()
 {
+    const KxFileSizeGuard guard;
     sqlite3_finalize(std::exchange(m_addPicture, nullptr));
     sqlite3_finalize(std::exchange(m_addToMap, nullptr));
     sqlite3_close(std::exchange(m_connection, nullptr));
@@ -123,6 +122,7 @@ void MbTilesWriter::Close()
 
 bool MbTilesWriter::Begin()
 {
+    const KxFileSizeGuard guard;
     ::unlink(m_temporary.c_str()); // a killed process with our number may have left one
     return Check(sqlite3_open_v2(m_temporary.c_str(),
                                  &m_connection,
@@ -146,6 +146,7 @@ bool MbTilesWriter::Begin()
 
 bool MbTilesWriter::Add(const TilePlace& place, const unsigned char* bytes, unsigned int size)
 {
+    const KxFileSizeGuard guard;
     if (bytes == nullptr || size == 0 || !IsOnGrid(place)) {
         ++m_nSkipped;
         return true;
@@ -214,10 +215,13 @@ void MbTilesWriter::Describe(KxRawDataExportReport& report) const
     report.m_nSkipped = m_nSkipped;
     report.m_nMinLevel = m_extents.begin()->first;
     report.m_nMaxLevel = level;
-    report.m_bounds = KxRect2d(Longitude(extent.m_nMinCol, level),
-                               Latitude(extent.m_nMaxRow + 1, level),
-                               Longitude(extent.m_nMaxCol + 1, level),
-                               Latitude(extent.m_nMinRow, level));
+    KxRect2d southWest;
+    KxRect2d northEast;
+    KxMath::CalcWMTileBounds(southWest, level, extent.m_nMinRow, extent.m_nMinCol, 1);
+    KxMath::CalcWMTileBounds(northEast, level, extent.m_nMaxRow, extent.m_nMaxCol, 1);
+    const KxPoint2d low = DegreesOf(southWest.m_dLeft, southWest.m_dBottom);
+    const KxPoint2d high = DegreesOf(northEast.m_dRight, northEast.m_dTop);
+    report.m_bounds = KxRect2d(low.x, high.y, high.x, low.y);
     const auto most = std::max_element(
         m_formats.begin(), m_formats.end(), [](const auto& one, const auto& other) {
             return one.second < other.second;
@@ -227,6 +231,7 @@ void MbTilesWriter::Describe(KxRawDataExportReport& report) const
 
 bool MbTilesWriter::Finish(const KxRawDataExportOptions& options, KxRawDataExportReport& report)
 {
+    const KxFileSizeGuard guard;
     if (m_nTiles == 0) {
         report.m_nSkipped = m_nSkipped;
         m_error = "there is no tile to write";
@@ -251,7 +256,9 @@ bool MbTilesWriter::WriteMetadata(const KxRawDataExportOptions& options,
            WriteValue("center", center) &&
            WriteValue("minzoom", std::to_string(report.m_nMinLevel)) &&
            WriteValue("maxzoom", std::to_string(report.m_nMaxLevel)) &&
-           WriteValue("type", "baselayer") && WriteValue("version", "1");
+           WriteValue("type", "baselayer") && WriteValue("version", "1") &&
+           (options.m_strAttribution.IsEmpty() != 0 ||
+            WriteValue("attribution", options.m_strAttribution.Cstr()));
 }
 
 bool MbTilesWriter::WriteValue(const char* name, const std::string& value)

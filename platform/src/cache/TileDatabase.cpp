@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "TileDatabase.h"
 
+#include "KxFileSizeGuard.h"
+
 #include <sqlite3.h>
 
 #include <cstdlib>
@@ -41,6 +43,7 @@ private:
 
 DatabaseResult TileDatabase::Load(const TilePlace& place, KxSRawDataTypeCacheItem& item)
 {
+    const KxFileSizeGuard guard;
     {
         const Binding tile(m_statements[Statement_Load], place);
         const int code = sqlite3_step(tile.Get());
@@ -99,12 +102,14 @@ DatabaseResult TileDatabase::SaveNoData(const TilePlace& place)
 
 DatabaseResult TileDatabase::Change(Statement which, const TilePlace& place)
 {
+    const KxFileSizeGuard guard;
     const Binding binding(m_statements[which], place);
     return ResultOf(sqlite3_step(binding.Get()));
 }
 
 DatabaseResult TileDatabase::Count(TileCounts& counts)
 {
+    const KxFileSizeGuard guard;
     long long tiles = 0;
     long long markers = 0;
     int code = ReadNumber("SELECT count(*) FROM tiles", tiles);
@@ -117,6 +122,7 @@ DatabaseResult TileDatabase::Count(TileCounts& counts)
 
 DatabaseResult TileDatabase::DeleteAll()
 {
+    const KxFileSizeGuard guard;
     const int code = Execute("BEGIN IMMEDIATE; DELETE FROM tiles; DELETE FROM no_data;"
                              " DELETE FROM source_metadata WHERE name = 'format'; COMMIT");
     if (code != SQLITE_OK) {
@@ -131,6 +137,7 @@ DatabaseResult TileDatabase::DeleteAll()
 
 DatabaseResult TileDatabase::Next(TilePlace& place)
 {
+    const KxFileSizeGuard guard;
     const Binding binding(m_statements[Statement_Next], place);
     const int code = sqlite3_step(binding.Get());
     if (code != SQLITE_ROW)
@@ -147,6 +154,7 @@ DatabaseResult TileDatabase::Next(TilePlace& place)
 
 DatabaseResult TileDatabase::CheckIntegrity(std::vector<std::string>& problems)
 {
+    const KxFileSizeGuard guard;
     const int code = ReadTexts("PRAGMA integrity_check", problems);
     if (code != SQLITE_OK)
         problems.emplace_back(sqlite3_errmsg(m_connection));
@@ -157,6 +165,7 @@ DatabaseResult TileDatabase::CheckIntegrity(std::vector<std::string>& problems)
 
 DatabaseResult TileDatabase::ReadDescription(std::string& description)
 {
+    const KxFileSizeGuard guard;
     std::vector<std::string> texts;
     const int code =
         ReadTexts("SELECT value FROM source_metadata WHERE name = 'description'", texts);
@@ -166,6 +175,7 @@ DatabaseResult TileDatabase::ReadDescription(std::string& description)
 
 DatabaseResult TileDatabase::SaveDescription(const std::string& description)
 {
+    const KxFileSizeGuard guard;
     char* const sql = sqlite3_mprintf(
         "INSERT OR REPLACE INTO source_metadata VALUES('description', %Q)", description.c_str());
     const int code = sql == nullptr ? SQLITE_NOMEM : Execute(sql);

@@ -38,6 +38,7 @@ struct TileCounts
 };
 
 /// One connection to the file of one sub-tree, with its statements prepared. One thread at a time.
+/// Every operation that comes to SQLite has a KxFileSizeGuard: reading may write to the log's index.
 class TileDatabase
 {
 public:

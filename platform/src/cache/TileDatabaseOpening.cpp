@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Opening: whose file it is, and the tables that make it one of ours.
+#include "KxFileSizeGuard.h"
 #include "TileDatabase.h"
 
 #include <sqlite3.h>
@@ -127,6 +128,8 @@ TileDatabase::~TileDatabase()
 
 void TileDatabase::Close()
 {
+    // The last connection of a file writes its log into it.
+    const KxFileSizeGuard guard;
     for (sqlite3_stmt*& statement : m_statements) {
         sqlite3_finalize(statement);
         statement = nullptr;
@@ -162,6 +165,7 @@ bool TileDatabase::HasMoved() const
 
 DatabaseResult TileDatabase::Open(const std::string& path, bool create)
 {
+    const KxFileSizeGuard guard;
     m_path = path;
     const std::optional<Stamp> stamp = StampOf(path);
     if (!stamp && !create)

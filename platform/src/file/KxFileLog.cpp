@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The log: one file that any number of threads and processes append lines to.
 #include "KxFile.h"
+#include "KxFileSizeGuard.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -86,6 +87,7 @@ std::string OneLine(const KxString& line)
 
 void KxFile::WriteLogInfo(const KxString& line)
 {
+    const KxFileSizeGuard guard;
     try {
         if (MkDirEx(m_strAppCachePath) != 0)
             LogFile(m_strAppCachePath.Cstr() + std::string("/kxtile.log")).Append(OneLine(line));

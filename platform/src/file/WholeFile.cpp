@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "KxFile.h"
+#include "KxFileSizeGuard.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -110,6 +111,7 @@ bool WriteInto(const KxString& path, ByteSpan bytes)
 
 unsigned char KxFile::SaveWhole(const KxString& path, const unsigned char* bytes, std::size_t size)
 try {
+    const KxFileSizeGuard guard;
     const ByteSpan span(bytes, size);
     std::error_code error;
     const auto target = std::filesystem::canonical(path.Cstr(), error);

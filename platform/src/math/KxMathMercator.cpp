@@ -12,11 +12,25 @@ namespace {
 constexpr double kHalfPi = std::numbers::pi / 2;
 constexpr double kQuarterPi = std::numbers::pi / 4;
 
+/// The latitude of the square's south edge, rounded to the inside: ln tan(lat / 2 + pi / 4) of it
+/// is not below -pi. The nearest double would lie outside by a rounding, and the southernmost
+/// pixels of a tile in no row of tiles.
+constexpr double kSouthEdge = -1.484422229745332;
+/// What tile arithmetic may be off at the edge, metres: some roundings of numbers of 4e7.
+constexpr double kEdgeRounding = 2e-8;
+
+double LatitudeOf(double y)
+{
+    if (std::abs(y + KxMath::kHalfWorld) <= kEdgeRounding)
+        return kSouthEdge;
+    return 2 * std::atan(std::exp(y / KxMath::kSphereRadius)) - kHalfPi;
+}
+
 } // namespace
 
 KxPoint2d KxMath::WebMecator2LatLon(double x, double y)
 {
-    return {x / kSphereRadius, 2 * std::atan(std::exp(y / kSphereRadius)) - kHalfPi};
+    return {x / kSphereRadius, LatitudeOf(y)};
 }
 
 KxPoint2d KxMath::LatLon2WebMecator(double lon, double lat)

@@ -79,8 +79,19 @@ void AnswerReceiver::BeginAnswer(std::string_view statusLine) noexcept
     const std::size_t blank = std::min(statusLine.find(' '), statusLine.size());
     const std::uint64_t status = LeadingNumber(statusLine.substr(blank));
     m_status = status < 1000 ? static_cast<int>(status) : 0;
+    m_hasBegun = m_status >= 200;
     m_hasHead = false;
     m_promisedBytes = 0;
+}
+
+void AnswerReceiver::AwaitNext() noexcept
+{
+    m_stop = Stop::None;
+    m_hasBegun = false;
+    m_hasHead = false;
+    m_promisedBytes = 0;
+    m_bytesReceived = 0;
+    m_body.Clear();
 }
 
 bool AnswerReceiver::EndHead() noexcept

@@ -28,12 +28,17 @@ public:
     /// One header line with its line end; a status line starts a new answer.
     /// @return false to break the transfer off
     bool OnHeaderLine(std::string_view line) noexcept;
+    /// Gets ready for the answer of the place that a redirect named. The bounds of all header
+    /// lines go on; the status stays until that answer begins.
+    void AwaitNext() noexcept;
     /// @return false to break the transfer off
     bool OnBody(const char* bytes, std::size_t count) noexcept;
 
     Stop WhyStopped() const { return m_stop; }
     /// Status of the last answer whose head began, 0 when none did.
     int Status() const { return m_status; }
+    /// Whether an answer began that is more than an interim one (1xx).
+    bool HasBegun() const { return m_hasBegun; }
     /// Whether the head of that answer is complete.
     bool HasHead() const { return m_hasHead; }
     std::uint64_t BytesReceived() const { return m_bytesReceived; }
@@ -47,6 +52,7 @@ private:
 
     Stop m_stop = Stop::None;
     int m_status = 0;
+    bool m_hasBegun = false;
     bool m_hasHead = false;
     std::size_t m_headerBytes = 0;
     std::size_t m_headerLines = 0;

@@ -31,9 +31,8 @@ bool Set(CURL* handle, CURLoption option, Value value)
 bool SetBorders(CURL* handle)
 {
     return Set(handle, CURLOPT_PROTOCOLS_STR, "http,https") &&
-           Set(handle, CURLOPT_REDIR_PROTOCOLS_STR, "http,https") &&
-           Set(handle, CURLOPT_FOLLOWLOCATION, 1L) &&
-           Set(handle, CURLOPT_MAXREDIRS, kMaxRedirects) &&
+           // CurlTransfer follows: the library would take a request's own lines along anywhere.
+           Set(handle, CURLOPT_FOLLOWLOCATION, 0L) &&
            // A proxy's answer to CONNECT is not the server's.
            Set(handle, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L) &&
            Set(handle, CURLOPT_SSL_VERIFYPEER, 1L) && Set(handle, CURLOPT_SSL_VERIFYHOST, 2L) &&

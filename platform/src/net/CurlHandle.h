@@ -9,7 +9,7 @@ namespace KxC::Http {
 
 constexpr long kMaxRedirects = 5;
 constexpr long kConnectTimeoutMs = 10000;
-/// The floor on speed: slower than this for a while and the transfer is broken off.
+/// The floor on speed: an answer slower than this for a while is broken off.
 constexpr long kMinBytesPerSecond = 100;
 
 /// The calling thread's client with everything that all requests share already set. It keeps its

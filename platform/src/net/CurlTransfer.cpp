@@ -3,6 +3,8 @@
 
 #include "AnswerReceiver.h"
 #include "CurlHandle.h"
+#include "HeaderLines.h"
+#include "Redirect.h"
 #include "TransferCause.h"
 
 #include <algorithm>
@@ -10,6 +12,7 @@
 #include <limits>
 #include <memory>
 #include <new>
+#include <string_view>
 
 namespace KxC::Http {
 
@@ -25,12 +28,6 @@ struct FreeList
 };
 using HeaderList = std::unique_ptr<curl_slist, FreeList>;
 
-std::size_t ReceiveHeader(char* bytes, std::size_t /*one*/, std::size_t count, void* receiver)
-{
-    const bool goesOn = static_cast<AnswerReceiver*>(receiver)->OnHeaderLine({bytes, count});
-    return goesOn ? count : CURL_WRITEFUNC_ERROR;
-}
-
 std::size_t ReceiveBody(char* bytes, std::size_t /*one*/, std::size_t count, void* receiver)
 {
     const bool goesOn = static_cast<AnswerReceiver*>(receiver)->OnBody(bytes, count);
@@ -45,10 +42,14 @@ std::string ForLibrary(const std::string& line)
     return hasValue ? line : line.substr(0, colon) + ";";
 }
 
-HeaderList MakeHeaderList(const std::vector<std::string>& lines)
+/// @param isOwnOrigin  whether they go to the host that the lines are meant for; others learn only
+///                     who asks
+HeaderList MakeHeaderList(const std::vector<std::string>& lines, bool isOwnOrigin)
 {
     HeaderList list;
     for (const std::string& line : lines) {
+        if (!isOwnOrigin && !IsHeader(line, "User-Agent"))
+            continue;
         curl_slist* const longer = curl_slist_append(list.get(), ForLibrary(line).c_str());
         if (longer == nullptr)
             throw std::bad_alloc();
@@ -65,7 +66,7 @@ bool Set(CURL* handle, CURLoption option, Value value)
 }
 
 /// Half of what was asked for, so that a stalled answer leaves time for another try, yet never so
-/// short that a service which renders while we wait is given up.
+/// short that a slow line is given up.
 long StallSeconds(Milliseconds timeout, std::chrono::seconds shortest)
 {
     const auto half = std::chrono::duration_cast<std::chrono::seconds>(timeout / 2);
@@ -95,13 +96,14 @@ long RemainingMs(TimePoint deadline, TimePoint now)
         std::clamp<Milliseconds::rep>(remaining, 1, std::numeric_limits<int>::max()));
 }
 
-/// What belongs to one request: set before it, taken back after it, for it points to locals.
+/// What belongs to one request and the redirects it meets: set before it, taken back after it, for
+/// it points to locals.
 class Exchange
 {
 public:
-    Exchange(CURL* handle, const HttpRequest& request, long stallSeconds)
-        : m_handle(handle), m_request(request), m_stallSeconds(stallSeconds),
-          m_headers(MakeHeaderList(request.headerLines))
+    Exchange(CURL* handle, const HttpRequest& request, const Clock& clock, long stallSeconds)
+        : m_handle(handle), m_request(request), m_clock(clock), m_stallSeconds(stallSeconds),
+          m_url(request.url), m_headers(MakeHeaderList(request.headerLines, true))
     {
     }
     ~Exchange()
@@ -114,43 +116,125 @@ public:
     Exchange(const Exchange&) = delete;
     Exchange& operator=(const Exchange&) = delete;
 
-    CURLcode Run(TimePoint now);
-    HttpAnswer AnswerFor(CURLcode code, TimePoint now);
+    CURLcode Run();
+    HttpAnswer AnswerFor(CURLcode code);
 
 private:
-    bool Prepare(TimePoint now);
-    TransferFault FaultFor(CURLcode code, TimePoint now) const;
+    static std::size_t
+    ReceiveHeader(char* bytes, std::size_t one, std::size_t count, void* exchange) noexcept;
+    bool Prepare();
+    bool SetFloorOnSpeed(long seconds);
+    bool OnHeaderLine(std::string_view line);
+    CURLcode Ask();
+    std::string Location() const;
+    CURLcode GoTo(const std::string& location);
+    TransferFault FaultFor(CURLcode code) const;
+    std::string CauseOf(const TransferFault& fault) const;
     bool IsSettledByStatus() const;
     template <class Value>
     Value Info(CURLINFO info) const;
 
     CURL* m_handle;
     const HttpRequest& m_request;
+    const Clock& m_clock;
     long m_stallSeconds;
+    std::string m_url; ///< asked now: the request's, later what a redirect named
+    bool m_leavesTls = false;
     HeaderList m_headers;
     AnswerReceiver m_receiver;
+    bool m_hasFloor = false; ///< on the speed of the answer
     std::array<char, CURL_ERROR_SIZE> m_words{};
 };
 
-bool Exchange::Prepare(TimePoint now)
+std::size_t Exchange::ReceiveHeader(char* bytes,
+                                    std::size_t /*one*/,
+                                    std::size_t count,
+                                    void* exchange) noexcept
+{
+    const bool goesOn = static_cast<Exchange*>(exchange)->OnHeaderLine({bytes, count});
+    return goesOn ? count : CURL_WRITEFUNC_ERROR;
+}
+
+bool Exchange::OnHeaderLine(std::string_view line)
+{
+    const bool goesOn = m_receiver.OnHeaderLine(line);
+    if (!m_hasFloor && m_receiver.HasBegun())
+        return goesOn && SetFloorOnSpeed(m_stallSeconds);
+    return goesOn;
+}
+
+/// @param seconds  for how long the answer may stay below it; 0 for no floor
+bool Exchange::SetFloorOnSpeed(long seconds)
+{
+    m_hasFloor = seconds > 0;
+    return Set(m_handle, CURLOPT_LOW_SPEED_TIME, seconds);
+}
+
+bool Exchange::Prepare()
 {
     const std::string& agent = m_request.userAgent;
-    return Set(m_handle, CURLOPT_URL, m_request.url.c_str()) &&
+    return Set(m_handle, CURLOPT_URL, m_url.c_str()) &&
            Set(m_handle, CURLOPT_USERAGENT, agent.empty() ? nullptr : agent.c_str()) &&
            Set(m_handle, CURLOPT_HTTPHEADER, m_headers.get()) &&
-           Set(m_handle, CURLOPT_TIMEOUT_MS, RemainingMs(m_request.deadline, now)) &&
+           Set(m_handle, CURLOPT_TIMEOUT_MS, RemainingMs(m_request.deadline, m_clock.Now())) &&
            Set(m_handle, CURLOPT_CONNECTTIMEOUT_MS, kConnectTimeoutMs) &&
-           Set(m_handle, CURLOPT_LOW_SPEED_TIME, m_stallSeconds) &&
+           SetFloorOnSpeed(0) && // until the answer begins
            Set(m_handle, CURLOPT_HEADERFUNCTION, &ReceiveHeader) &&
            Set(m_handle, CURLOPT_WRITEFUNCTION, &ReceiveBody) &&
-           Set<void*>(m_handle, CURLOPT_HEADERDATA, &m_receiver) &&
+           Set<void*>(m_handle, CURLOPT_HEADERDATA, this) &&
            Set<void*>(m_handle, CURLOPT_WRITEDATA, &m_receiver) &&
            Set(m_handle, CURLOPT_ERRORBUFFER, m_words.data());
 }
 
-CURLcode Exchange::Run(TimePoint now)
+/// Asks where the address says, and then where the answers say.
+CURLcode Exchange::Run()
 {
-    return Prepare(now) ? curl_easy_perform(m_handle) : CURLE_OUT_OF_MEMORY;
+    for (long redirects = 0;; ++redirects) {
+        const CURLcode code = Ask();
+        const std::string location = Location();
+        if (location.empty())
+            return code;
+        m_words[0] = '\0';
+        if (redirects == kMaxRedirects)
+            return CURLE_TOO_MANY_REDIRECTS;
+        if (const CURLcode refusal = GoTo(location); refusal != CURLE_OK)
+            return refusal;
+    }
+}
+
+CURLcode Exchange::Ask()
+{
+    return Prepare() ? curl_easy_perform(m_handle) : CURLE_OUT_OF_MEMORY;
+}
+
+/// Where the answer sends us; empty when it does not. Its head says so: whether its page arrives
+/// whole does not matter.
+std::string Exchange::Location() const
+{
+    const bool isRedirect = m_receiver.HasHead() && m_receiver.Status() >= 300 &&
+                            m_receiver.Status() < 400 &&
+                            m_receiver.WhyStopped() != AnswerReceiver::Stop::TooManyHeaders;
+    curl_header* header = nullptr;
+    constexpr int kLastRequest = -1;
+    if (!isRedirect ||
+        curl_easy_header(m_handle, "Location", 0, CURLH_HEADER, kLastRequest, &header) != CURLHE_OK)
+        return {};
+    return header->value;
+}
+
+/// Gets ready to ask there. @return why not, CURLE_OK otherwise
+CURLcode Exchange::GoTo(const std::string& location)
+{
+    Redirect redirect = JudgeRedirect(m_request.url, m_url, location);
+    m_leavesTls = redirect.verdict == Redirect::Verdict::LeavesTls;
+    if (redirect.verdict == Redirect::Verdict::Malformed)
+        return CURLE_URL_MALFORMAT;
+    if (redirect.verdict != Redirect::Verdict::Follow)
+        return CURLE_UNSUPPORTED_PROTOCOL;
+    m_url = std::move(redirect.url);
+    m_headers = MakeHeaderList(m_request.headerLines, redirect.isOwnOrigin);
+    m_receiver.AwaitNext();
+    return CURLE_OK;
 }
 
 template <class Value>
@@ -161,7 +245,7 @@ Value Exchange::Info(CURLINFO info) const
     return value;
 }
 
-TransferFault Exchange::FaultFor(CURLcode code, TimePoint now) const
+TransferFault Exchange::FaultFor(CURLcode code) const
 {
     TransferFault fault;
     fault.code = code;
@@ -169,11 +253,20 @@ TransferFault Exchange::FaultFor(CURLcode code, TimePoint now) const
     fault.status = m_receiver.Status();
     fault.bytesReceived = m_receiver.BytesReceived();
     fault.connected = Info<curl_off_t>(CURLINFO_CONNECT_TIME_T) > 0;
-    fault.deadlinePassed = now + kTimerSlack >= m_request.deadline;
+    fault.deadlinePassed = m_clock.Now() + kTimerSlack >= m_request.deadline;
+    fault.leavesTls = m_leavesTls;
     fault.proxyStatus = static_cast<int>(Info<long>(CURLINFO_HTTP_CONNECTCODE));
     fault.systemError = Info<long>(CURLINFO_OS_ERRNO);
     fault.libraryWords = m_words.data();
     return fault;
+}
+
+/// Names the host that was asked last.
+std::string Exchange::CauseOf(const TransferFault& fault) const
+{
+    HttpRequest last = m_request;
+    last.url = m_url;
+    return WordsFor(fault, last);
 }
 
 /// An error status says all: whether its page arrives whole does not matter.
@@ -183,7 +276,7 @@ bool Exchange::IsSettledByStatus() const
            m_receiver.WhyStopped() != AnswerReceiver::Stop::TooManyHeaders;
 }
 
-HttpAnswer Exchange::AnswerFor(CURLcode code, TimePoint now)
+HttpAnswer Exchange::AnswerFor(CURLcode code)
 {
     HttpAnswer answer;
     answer.attempts = 1;
@@ -199,8 +292,8 @@ HttpAnswer Exchange::AnswerFor(CURLcode code, TimePoint now)
         answer.body = m_receiver.TakeBody();
         return answer;
     }
-    const TransferFault fault = FaultFor(code, now);
-    answer.cause = WordsFor(fault, m_request);
+    const TransferFault fault = FaultFor(code);
+    answer.cause = CauseOf(fault);
     answer.transient = IsTransient(fault);
     return answer;
 }
@@ -215,9 +308,9 @@ HttpAnswer CurlTransfer::Send(const HttpRequest& request)
         answer.cause = "the HTTP client cannot be started; out of memory or a broken libcurl";
         return answer;
     }
-    Exchange exchange(handle, request, StallSeconds(request.timeout, m_shortestStall));
-    const CURLcode code = exchange.Run(m_clock.Now());
-    return exchange.AnswerFor(code, m_clock.Now());
+    Exchange exchange(handle, request, m_clock, StallSeconds(request.timeout, m_shortestStall));
+    const CURLcode code = exchange.Run();
+    return exchange.AnswerFor(code);
 }
 
 } // namespace KxC::Http

@@ -8,12 +8,13 @@
 
 namespace KxC::Http {
 
-/// One request by libcurl over the calling thread's kept connections, redirects followed.
-/// Any thread.
+/// One request by libcurl over the calling thread's kept connections, redirects followed; its own
+/// header lines go to no other host or port than it was meant for. Any thread.
 class CurlTransfer final : public HttpClient
 {
 public:
-    /// For how long an answer may stay below the floor on speed, at the least.
+    /// For how long an answer that has begun may stay below the floor on speed, at the least.
+    /// Until it begins only the total time-out counts: a service may render while we wait.
     static constexpr std::chrono::seconds kShortestStall{15};
 
     explicit CurlTransfer(const Clock& clock, std::chrono::seconds shortestStall = kShortestStall)

@@ -9,6 +9,9 @@ std::string AdviceFor(int status)
 {
     if (status == 401 || status == 403 || status == 407)
         return "; access refused: check the key, user agent and headers of the source";
+    if (status == 418) // what tile services answer to programs that they block
+        return "; the service asks to be left alone: stop, and check its usage policy and the user "
+               "agent of the source";
     if (status == 429)
         return "; too many requests: ask for less at a time or wait";
     if (status >= 500)

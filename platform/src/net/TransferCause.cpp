@@ -48,6 +48,9 @@ std::string WordsForTimeout(const TransferFault& fault, const HttpRequest& reque
 
 std::string WordsForProtocol(const TransferFault& fault)
 {
+    if (fault.leavesTls)
+        return "redirect from https to http refused, for others could read and change the answer; "
+               "ask the service for an https address";
     if (fault.status >= 300 && fault.status < 400)
         return "redirect to a scheme other than http and https refused";
     return "the answer is not HTTP; check host and port of the address";

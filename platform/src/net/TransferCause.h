@@ -19,6 +19,7 @@ struct TransferFault
     std::uint64_t bytesReceived = 0;
     bool connected = false;      ///< a connection stood
     bool deadlinePassed = false; ///< the whole time-out is used up
+    bool leavesTls = false;      ///< a redirect led from https down to http
     int proxyStatus = 0;         ///< of a proxy's answer to CONNECT, 0 when it gave none
     long systemError = 0;        ///< errno of the connection, 0 when it has none
     std::string libraryWords;    ///< what the client library says about it

@@ -63,15 +63,27 @@ public:
 
 private:
     /// What is said of a key that is not there points to the address that asks for it.
-    void Warn(std::string_view key, const std::string& text)
+    Place PlaceOf(std::string_view key) const
     {
         const auto& places = m_definition.places;
         const auto found = places.find(key);
-        const auto url = places.find("url");
         if (found != places.end())
-            m_report.Warn(found->second.line, found->second.key, text);
-        else
-            m_report.Warn(url == places.end() ? 0 : url->second.line, key, text);
+            return found->second;
+        const auto url = places.find("url");
+        return {url == places.end() ? 0 : url->second.line, std::string(key)};
+    }
+
+    void Warn(std::string_view key, const std::string& text)
+    {
+        const Place place = PlaceOf(key);
+        m_report.Warn(place.line, place.key, text);
+    }
+
+    /// Warns of what cannot give right tiles.
+    void Mislead(std::string_view key, const std::string& text)
+    {
+        const Place place = PlaceOf(key);
+        m_report.Mislead(place.line, place.key, text);
     }
 
     void CheckWord(std::string_view key,
@@ -84,7 +96,7 @@ private:
             return;
         const std::string hint = nearest.empty() ? "it may be " + choices
                                                  : "did you mean \"" + std::string(nearest) + "\"?";
-        Warn(key, verdict + "; " + hint);
+        Mislead(key, verdict + "; " + hint);
     }
 
     void CheckScheme()
@@ -94,9 +106,12 @@ private:
                   IsInteger(scheme) ||
                       IsOneOf(scheme, "tianditulatlon latlonwgs84 webmercatorwgs84 bingmap"),
                   "is no scheme and counts as 0",
-                  NearestWord(scheme, "TianDiTuLatLon LatLonWGS84 WebMercatorWGS84 BingMap"),
+                  Lower(scheme) == "webmercator" || Lower(scheme) == "mercator"
+                      ? "WebMercatorWGS84"
+                      : NearestWord(scheme, "TianDiTuLatLon LatLonWGS84 WebMercatorWGS84 BingMap"),
                   "a number, or TianDiTuLatLon, LatLonWGS84, WebMercatorWGS84 or BingMap");
-        if (!m_definition.scheme && m_definition.foreignPlaceholders && m_definition.axisOrder)
+        if (!m_definition.scheme && m_definition.foreignPlaceholders &&
+            m_definition.namedPlaceholders)
             Warn("scheme",
                  "is missing, so the grid is latitude and longitude; addresses with {x}, {y} and "
                  "{z} are mostly for \"WebMercatorWGS84\"");
@@ -111,7 +126,7 @@ private:
                   "WGS84, GCJ02 or BD09");
         const bool shifted = IsOneOf(Datum(), "gcj02 bd09");
         if (IsBaiduGrid(m_scheme) && Lower(Datum()) != "bd09")
-            Warn("datum", "does not go with Baidu's grid; its pictures lie in \"BD09\"");
+            Mislead("datum", "does not go with Baidu's grid; its pictures lie in \"BD09\"");
         else if (shifted && !IsBaiduGrid(m_scheme) && !IsMercator())
             Warn("datum",
                  "has no effect in grids of latitude and longitude; shifted pictures come in "
@@ -136,14 +151,15 @@ private:
         if (IsFromSouth(rows) && HasHalfRows(m_scheme))
             Warn("rows", "has no effect; this scheme counts rows from the north by itself");
         if (IsBaiduGrid(m_scheme) && !IsFromSouth(rows))
-            Warn("rows", "does not go with Baidu's grid; it counts from the south, SouthToNorth");
+            Mislead("rows",
+                    "does not go with Baidu's grid; it counts from the south, SouthToNorth");
     }
 
     void CheckTileSize()
     {
         const int tileSize = m_definition.tileSize.value_or(256);
         if (tileSize < 1 || tileSize > 8192)
-            Warn("tile_size", "has no tiles; sizes run from 1 to 8192 pixels");
+            Mislead("tile_size", "has no tiles; sizes run from 1 to 8192 pixels");
     }
 
     bool IsScripted() const
@@ -156,23 +172,20 @@ private:
         if (m_report.Failed())
             return;
         if (!m_definition.url && !IsScripted())
-            Warn("url", "is missing, and so is script: this source has no tiles");
+            Mislead("url", "is missing, and so is script: this source has no tiles");
         if (!m_definition.url || IsScripted() || m_scheme == kSchemeEarthHistory)
             return;
         const std::string& url = *m_definition.url;
         const int numbers = Conversions(url);
         const int wanted = m_scheme == kSchemeBingMap ? 1 : 3;
         if (numbers == 0)
-            Warn("url",
-                 "names no tile, so that all tiles have one address; the placeholders are {$x}, "
-                 "{$y} and {$z}, or {$quadkey}");
+            Mislead("url",
+                    "names no tile, so that all tiles have one address; the placeholders are {$x}, "
+                    "{$y} and {$z}, or {$quadkey}");
         else if (numbers != wanted && !m_definition.namedPlaceholders)
-            Warn("url",
-                 "holds " + std::to_string(numbers) + " conversions (%d, %s) where it takes " +
-                     std::to_string(wanted) + "; write {$x}, {$y} and {$z}, or {$quadkey}");
-        const std::size_t colon = url.find("://");
-        if (colon != std::string::npos && !IsOneOf(url.substr(0, colon), "http https"))
-            Warn("url", "is not fetched; only addresses that begin with http or https are");
+            Mislead("url",
+                    "holds " + std::to_string(numbers) + " conversions (%d, %s) where it takes " +
+                        std::to_string(wanted) + "; write {$x}, {$y} and {$z}, or {$quadkey}");
     }
 
     /// How many arguments a template takes.
@@ -196,12 +209,12 @@ private:
                 IsHostOf(host, service.host) && url.find(service.onlyWith) != std::string::npos;
             const bool shifted = IsOneOf(Datum(), "gcj02 bd09");
             if (meant && !shifted && !IsBaiduGrid(m_scheme))
-                Warn("datum",
-                     "is WGS84, but pictures of " + std::string(service.host) +
-                         " lie some hundred metres off; say datum = \"" +
-                         std::string(service.datum) + "\"");
+                Mislead("datum",
+                        "is WGS84, but pictures of " + std::string(service.host) +
+                            " lie some hundred metres off; say datum = \"" +
+                            std::string(service.datum) + "\"");
             if (meant && service.datum == "BD09" && !IsBaiduGrid(m_scheme))
-                Warn("scheme", "is not Baidu's, whose services have a grid of their own; say 4");
+                Mislead("scheme", "is not Baidu's, whose services have a grid of their own; say 4");
         }
     }
 

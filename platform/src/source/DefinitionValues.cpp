@@ -60,6 +60,11 @@ void DefinitionValues::Warn(std::string_view key, const std::string& text)
     m_report.Warn(Line(key), m_prefix + std::string(key), text);
 }
 
+void DefinitionValues::Mislead(std::string_view key, const std::string& text)
+{
+    m_report.Mislead(Line(key), m_prefix + std::string(key), text);
+}
+
 void DefinitionValues::Mistyped(std::string_view key,
                                 const toml::node& node,
                                 std::string_view wanted)
@@ -84,10 +89,12 @@ std::optional<std::string> DefinitionValues::Text(std::string_view key)
 
 std::optional<std::string> DefinitionValues::Expanded(std::string_view key, const std::string& text)
 {
-    std::string problem;
+    ExpansionProblem problem;
     std::optional<std::string> expanded = ExpandVariables(text, problem);
-    if (!expanded)
-        Error(key, problem);
+    if (!expanded && problem.onlyUnset)
+        m_report.Lack(Line(key), m_prefix + std::string(key), problem.text);
+    else if (!expanded)
+        Error(key, problem.text);
     return expanded;
 }
 

@@ -29,6 +29,7 @@ public:
     int Line(std::string_view key) const;
     void Error(std::string_view key, const std::string& text);
     void Warn(std::string_view key, const std::string& text);
+    void Mislead(std::string_view key, const std::string& text);
 
     std::optional<std::string> Text(std::string_view key);
     /// A text with its environment variables filled in.

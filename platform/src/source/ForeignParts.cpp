@@ -21,6 +21,10 @@ bool IsAddress(const std::string& url, const Place& place, const ForeignDefiniti
         target.Error(place, "holds a line break or another control character; leave it out");
     else if (start.substr(0, 7) != "http://" && start != "https://")
         target.Error(place, "does not begin with http:// or https://; write the whole address");
+    else if (url.find(' ') != std::string::npos)
+        target.Error(place, "holds a blank, which no address has; write %20 in its place");
+    else if (NamesVectorTiles(url))
+        target.Error(place, kVectorTiles);
     else if (EndsInLua(url))
         target.Error(place, "ends in .lua, which would name a script file; put a ? behind it");
     else

@@ -30,6 +30,11 @@ struct ForeignDefinition
     }
 };
 
+/// What is said of tiles that are drawings.
+constexpr const char* kVectorTiles =
+    "says that the tiles are drawings (vector tiles), which are not shown; use the service's "
+    "pictures (raster tiles)";
+
 /// Takes an address over; its grid is Web Mercator unless the definition already has a scheme.
 /// Texts of other programs' files stand as they are written: no environment variables.
 void TakeForeignUrl(const std::string& url,

@@ -5,11 +5,30 @@
 #include "TextRules.h"
 #include "XmlDocument.h"
 
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+
 namespace KxC {
 
 namespace {
 
 constexpr int kMaxTileCount = 1 << 20;
+constexpr int kLastLevel = 30;
+
+/// The elements that are read, in lower case.
+constexpr std::string_view kKnown =
+    "service datawindow projection blocksizex blocksizey bandscount useragent referer accept "
+    "userpwd unsafessl";
+constexpr std::string_view kKnownOfService = "serverurl layer version format";
+constexpr std::string_view kKnownOfWindow =
+    "upperleftx upperlefty lowerrightx lowerrighty sizex sizey tilex tiley tilelevel tilecountx "
+    "tilecounty yorigin";
+/// What GDAL knows besides, about its own fetching and reading.
+constexpr std::string_view kWithoutPlace =
+    "timeout maxconnections cache zeroblockhttpcodes zeroblockonserverexceptions offlinemode "
+    "adviseread verifyadviseread cliprequests datatype datavalues overviewcount "
+    "httpversion";
 
 void ReplaceAll(std::string& text, std::string_view from, const std::string& to)
 {
@@ -23,14 +42,14 @@ class GdalWmsReader
 public:
     GdalWmsReader(const XmlDocument& document, Report& report)
         : m_document(document), m_root(document.Root()),
-          m_service(m_root.child("Service")), m_target{report}
+          m_service(ChildInAnyCase(m_root, "Service")), m_target{report}
     {
         m_context.dialect = UrlDialect::Gdal;
     }
 
     Definition Read()
     {
-        const std::string kind = m_service.attribute("name").value();
+        const std::string kind = AttributeInAnyCase(m_service, "name").value();
         if (Lower(kind) == "tms")
             ReadTms();
         else if (Lower(kind) == "virtualearth")
@@ -39,6 +58,7 @@ public:
             m_target.Error({m_document.LineOf(m_service ? m_service : m_root), "Service"},
                            RefusalOf(kind));
         ReadRequest();
+        WarnOfUnread();
         return std::move(m_target.definition);
     }
 
@@ -52,15 +72,16 @@ private:
                                  "VirtualEarth";
     }
 
-    /// An element's text and where it stands; that of its parent when it is not there.
+    /// An element's text and where it stands; that of its parent when it is not there. GDAL tells
+    /// names apart without regard to case.
     std::string Text(const pugi::xml_node& parent, const char* name) const
     {
-        return parent.child(name).text().get();
+        return ChildInAnyCase(parent, name).text().get();
     }
 
     Place PlaceOf(const pugi::xml_node& parent, const char* name) const
     {
-        const pugi::xml_node child = parent.child(name);
+        const pugi::xml_node child = ChildInAnyCase(parent, name);
         return {m_document.LineOf(child ? child : parent), name};
     }
 
@@ -68,8 +89,8 @@ private:
     {
         const std::string format = Text(m_service, "Format");
         m_target.definition.format = format.empty() ? "jpg" : format;
-        ReadWindow();
         m_target.definition.tileSize = TileSize("1024");
+        ReadWindow();
         TakeForeignUrl(TmsUrl(), PlaceOf(m_service, "ServerUrl"), m_context, m_target);
     }
 
@@ -107,7 +128,7 @@ private:
             m_target.Error(PlaceOf(m_root, "BlockSizeX"),
                            "differs from BlockSizeY, but tiles are square here; a service with "
                            "other tiles cannot be expressed");
-        if (usual != "256" && !m_root.child("BlockSizeX"))
+        if (usual != "256" && !ChildInAnyCase(m_root, "BlockSizeX"))
             m_target.Warn(PlaceOf(m_root, "BlockSizeX"),
                           "is missing, and GDAL takes 1024 pixels then; say what a tile has, "
                           "mostly 256");
@@ -117,24 +138,94 @@ private:
 
     void ReadWindow()
     {
-        const pugi::xml_node window = m_root.child("DataWindow");
+        const pugi::xml_node window = ChildInAnyCase(m_root, "DataWindow");
         const GridSystem system = System();
         if (system == GridSystem::None)
             return;
         CheckWorld(window, system);
         const int columns = Count(window, "TileCountX", system == GridSystem::Mercator ? 1 : 0);
         const int rows = Count(window, "TileCountY", system == GridSystem::Mercator ? 1 : 0);
-        const int expectedRows = system == GridSystem::Mercator ? columns : columns / 2;
-        if ((columns & (columns - 1)) != 0 || rows != expectedRows || rows == 0)
+        if (IsGrid(columns, rows, system))
+            TakeGrid(system, columns, FromSouth(window), m_target.definition, m_context);
+        else
             m_target.Error(PlaceOf(window, "TileCountX"),
                            "and TileCountY make no square tiles that halve from level to level; "
                            "EPSG:3857 has 1 and 1, EPSG:4326 2 and 1, or both times a power of "
                            "two");
-        else
-            TakeGrid(system, columns, FromSouth(window), m_target.definition, m_context);
         CheckOffset(window, "TileX");
         CheckOffset(window, "TileY");
-        ReadLastLevel(window);
+        const std::optional<int> level = LastLevel(window);
+        if (columns > 0 && rows > 0)
+            ReadSize(window, columns, rows, level);
+        if (level)
+            m_target.definition.maxLevel = LevelOfForm(*level, m_context);
+    }
+
+    static bool IsGrid(int columns, int rows, GridSystem system)
+    {
+        return rows != 0 && (columns & (columns - 1)) == 0 &&
+               rows == (system == GridSystem::Mercator ? columns : columns / 2);
+    }
+
+    /// A size of its own puts the last level elsewhere than the counts say, by as many levels as it
+    /// halves or doubles what they make.
+    void ReadSize(const pugi::xml_node& window, int columns, int rows, std::optional<int> level)
+    {
+        const std::optional<int> width = Pixels(window, "SizeX");
+        const std::optional<int> height = Pixels(window, "SizeY");
+        const int block = m_target.definition.tileSize.value_or(0);
+        if ((!width && !height) || block == 0)
+            return;
+        if (!level) {
+            m_target.Error(PlaceOf(window, width ? "SizeX" : "SizeY"),
+                           "says nothing without TileLevel; write the level that has so many "
+                           "pixels");
+            return;
+        }
+        const std::optional<int> acrossBy = LevelsBetween(width, columns, block, *level);
+        const std::optional<int> downBy = LevelsBetween(height, rows, block, *level);
+        if (!acrossBy || acrossBy != downBy)
+            m_target.Error(PlaceOf(window, width ? "SizeX" : "SizeY"),
+                           "makes no whole number of levels; SizeX and SizeY have to be "
+                           "TileCountX and TileCountY times BlockSizeX times a power of two, or "
+                           "be left out");
+        else
+            MoveLevels(*acrossBy);
+    }
+
+    std::optional<int> Pixels(const pugi::xml_node& window, const char* name)
+    {
+        const std::string text = Text(window, name);
+        if (text.empty())
+            return std::nullopt;
+        return ForeignInteger(
+            text, {1, std::numeric_limits<int>::max()}, PlaceOf(window, name), m_target);
+    }
+
+    /// How many levels a size of so many pixels lies below the one that the tiles make.
+    static std::optional<int>
+    LevelsBetween(std::optional<int> pixels, int tiles, int block, int level)
+    {
+        if (!pixels)
+            return 0;
+        std::uint64_t made = (static_cast<std::uint64_t>(tiles) * static_cast<std::uint64_t>(block))
+                             << level;
+        auto size = static_cast<std::uint64_t>(*pixels);
+        int levels = 0;
+        for (; made > size && made % 2 == 0; made /= 2)
+            ++levels;
+        for (; size > made && size % 2 == 0; size /= 2)
+            --levels;
+        return made == size ? std::optional(levels) : std::nullopt;
+    }
+
+    void MoveLevels(int by)
+    {
+        m_context.levelOffset += by;
+        int first = m_context.halfRows ? 2 : 0;
+        if (m_context.levelOffset < 0)
+            first = std::max(first, -m_context.levelOffset);
+        m_target.definition.minLevel = first;
     }
 
     GridSystem System()
@@ -196,16 +287,14 @@ private:
                            "moves the grid, which cannot be expressed; only 0 can");
     }
 
-    void ReadLastLevel(const pugi::xml_node& window)
+    std::optional<int> LastLevel(const pugi::xml_node& window)
     {
         const std::string text = Text(window, "TileLevel");
         if (text.empty())
-            return;
+            return std::nullopt;
         const Place place = PlaceOf(window, "TileLevel");
-        const std::optional<int> level = ForeignInteger(text, {0, 30}, place, m_target);
         m_target.definition.places["bounds.max_level"] = place;
-        if (level)
-            m_target.definition.maxLevel = LevelOfForm(*level, m_context);
+        return ForeignInteger(text, {0, kLastLevel}, place, m_target);
     }
 
     void ReadRequest()
@@ -226,9 +315,36 @@ private:
         WarnOfLeftOut("UnsafeSSL", "is not taken over; certificates are always checked");
     }
 
+    /// Names those that GDAL alone makes use of in one breath, and each that is not known.
+    void WarnOfUnread()
+    {
+        std::string names;
+        WarnOfUnknown(m_root, kKnown, names);
+        WarnOfUnknown(m_service, kKnownOfService, names);
+        WarnOfUnknown(ChildInAnyCase(m_root, "DataWindow"), kKnownOfWindow, names);
+        if (!names.empty())
+            m_target.Warn({m_document.LineOf(m_root), ""},
+                          "says how GDAL fetches and reads, which is not taken over: " + names);
+    }
+
+    void WarnOfUnknown(const pugi::xml_node& parent, std::string_view known, std::string& names)
+    {
+        for (const pugi::xml_node& child : parent.children()) {
+            const std::string name = child.name();
+            if (child.type() != pugi::node_element || IsOneOf(name, known) ||
+                !m_target.report.HasRoom())
+                continue;
+            if (!IsOneOf(name, kWithoutPlace))
+                m_target.Warn({m_document.LineOf(child), Printable(name)},
+                              "is not known and passed over; look whether its name is right");
+            else if (names.find(name) == std::string::npos)
+                names += (names.empty() ? "" : ", ") + name;
+        }
+    }
+
     void WarnOfLeftOut(const char* name, const std::string& text)
     {
-        if (m_root.child(name))
+        if (ChildInAnyCase(m_root, name))
             m_target.Warn(PlaceOf(m_root, name), text);
     }
 

@@ -75,7 +75,7 @@ void NoteOutOfMemory() noexcept
 {
     Messages().clear();
     try {
-        Messages().push_back({true, 0, "", "the definition cannot be read: out of memory"});
+        Messages().push_back({true, 0, "", "the definition cannot be read: out of memory", true});
     } catch (const std::exception&) {
         Messages().clear();
     }

@@ -27,7 +27,7 @@ public:
         m_target.definition.attr1 = m_name;
         WarnOfLeftOut();
         ReadMapProxyGrid(m_root, m_source, m_context, m_target);
-        ReadHeaders();
+        ReadHttp();
         ReadUrl();
         return std::move(m_target.definition);
     }
@@ -48,31 +48,74 @@ private:
         }
     }
 
-    void ReadHeaders()
+    /// MapProxy takes the headers that stand for all sources where a source says none itself.
+    void ReadHttp()
     {
-        const YAML::Node http = Child(m_source, "http");
-        const YAML::Node headers = Child(http, "headers");
+        const YAML::Node own = Child(m_source, "http");
+        const YAML::Node shared = Child(Child(m_root, "globals"), "http");
+        CheckHttp(own, Key("http"));
+        CheckHttp(shared, "globals.http");
+        if (Child(own, "headers").IsNull())
+            ReadHeaders(Child(shared, "headers"), "globals.http.headers");
+        else
+            ReadHeaders(Child(own, "headers"), Key("http.headers"));
+        if (!Child(own, "headers").IsNull() && !Child(shared, "headers").IsNull())
+            m_target.Warn({LineOf(Child(shared, "headers")), "globals.http.headers"},
+                          "is passed over: the source's own headers take its place");
+    }
+
+    void CheckHttp(const YAML::Node& http, const std::string& key)
+    {
         if (http.IsNull())
             return;
-        if (!http.IsMap() || (!headers.IsMap() && !headers.IsNull())) {
-            m_target.Error(PlaceOf("http"),
-                           "is no map with a map of headers; write headers: and below it "
-                           "Name: value");
+        if (!http.IsMap()) {
+            RefuseHttp(http, key);
             return;
         }
-        if (!headers.IsMap())
+        for (const auto& entry : http)
+            CheckHttpEntry(TextOf(entry.first).value_or(""), entry.first, entry.second, key);
+    }
+
+    void CheckHttpEntry(const std::string& name,
+                        const YAML::Node& where,
+                        const YAML::Node& value,
+                        const std::string& key)
+    {
+        const Place place{LineOf(where), key + "." + Printable(name)};
+        const std::string text = TextOf(value).value_or("");
+        if (name == "method" && !IsOneOf(text, "get auto"))
+            m_target.Error(place, "is none that tiles are asked for by here; that is GET alone");
+        else if (!IsOneOf(name, "headers method"))
+            m_target.Warn(place,
+                          "is not taken over; of http only headers are, and certificates are "
+                          "always checked");
+    }
+
+    void RefuseHttp(const YAML::Node& node, const std::string& key)
+    {
+        m_target.Error({LineOf(node), key},
+                       "is no map with a map of headers; write headers: and below it Name: value");
+    }
+
+    void ReadHeaders(const YAML::Node& headers, const std::string& key)
+    {
+        if (headers.IsNull())
             return;
+        if (!headers.IsMap()) {
+            RefuseHttp(headers, key);
+            return;
+        }
         for (const auto& header : headers)
-            if (!ReadHeader(header.first, header.second))
+            if (!ReadHeader(header.first, header.second, key))
                 break;
     }
 
     /// @return false when there are too many
-    bool ReadHeader(const YAML::Node& name, const YAML::Node& value)
+    bool ReadHeader(const YAML::Node& name, const YAML::Node& value, const std::string& key)
     {
         const std::optional<std::string> nameText = TextOf(name);
         const std::optional<std::string> valueText = TextOf(value);
-        const Place place{LineOf(name), Key("http.headers")};
+        const Place place{LineOf(name), key};
         if (!nameText || !valueText)
             m_target.Error(place, "has an entry that is no pair of texts; write Name: value");
         else if (Lower(*nameText) == "user-agent")

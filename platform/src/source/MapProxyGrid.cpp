@@ -58,7 +58,9 @@ public:
                           "from the south; say grid: GLOBAL_WEBMERCATOR for rows from the north");
         const YAML::Node own = Child(Child(m_root, "grids"), text);
         Grid grid;
-        if (own.IsMap())
+        if (text.empty())
+            Refuse("is no grid's name; a source of tiles has one grid");
+        else if (own.IsMap())
             grid = ReadOwn(text, own);
         else if (const Grid* builtIn = FindBuiltIn(text))
             grid = *builtIn;

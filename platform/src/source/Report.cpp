@@ -20,17 +20,33 @@ bool IsControl(char byte)
     return static_cast<unsigned char>(byte) < 0x20 || byte == 0x7F;
 }
 
+int Weight(const KxTSDMessage& message)
+{
+    return (message.m_bError ? 2 : 0) + (message.m_bMisleads ? 1 : 0);
+}
+
 } // namespace
 
 void Report::Error(int line, std::string_view key, const std::string& text)
 {
     m_failed = true;
-    Add(true, line, key, text);
+    Add({true, line, Printable(key).c_str(), text.c_str(), true});
+}
+
+void Report::Lack(int line, std::string_view key, const std::string& text)
+{
+    m_failed = true;
+    Add({true, line, Printable(key).c_str(), text.c_str(), false});
 }
 
 void Report::Warn(int line, std::string_view key, const std::string& text)
 {
-    Add(false, line, key, text);
+    Add({false, line, Printable(key).c_str(), text.c_str(), false});
+}
+
+void Report::Mislead(int line, std::string_view key, const std::string& text)
+{
+    Add({false, line, Printable(key).c_str(), text.c_str(), true});
 }
 
 bool Report::HasRoom() const
@@ -48,13 +64,13 @@ std::vector<KxTSDMessage> Report::Take()
     return std::move(m_messages);
 }
 
-void Report::Add(bool error, int line, std::string_view key, const std::string& text)
+void Report::Add(KxTSDMessage message)
 {
-    // An error must not be lost behind warnings: it takes the last place if need be.
-    if (m_messages.size() == kMaxMessages && error && !m_messages.back().m_bError)
+    // What is grave must not be lost behind warnings: it takes the last place if need be.
+    if (m_messages.size() == kMaxMessages && Weight(message) > Weight(m_messages.back()))
         m_messages.pop_back();
     if (HasRoom())
-        m_messages.push_back({error, line, Printable(key).c_str(), text.c_str()});
+        m_messages.push_back(std::move(message));
 }
 
 std::string Printable(std::string_view text)

@@ -16,6 +16,10 @@ class Report
 public:
     void Error(int line, std::string_view key, const std::string& text);
     void Warn(int line, std::string_view key, const std::string& text);
+    /// An error of what is right in itself, but lacks a variable.
+    void Lack(int line, std::string_view key, const std::string& text);
+    /// A warning of what loads but cannot give right tiles.
+    void Mislead(int line, std::string_view key, const std::string& text);
     bool Failed() const { return m_failed; }
     /// Whether another warning would be kept.
     bool HasRoom() const;
@@ -23,7 +27,7 @@ public:
     std::vector<KxTSDMessage> Take();
 
 private:
-    void Add(bool error, int line, std::string_view key, const std::string& text);
+    void Add(KxTSDMessage message);
 
     std::vector<KxTSDMessage> m_messages;
     bool m_failed = false;

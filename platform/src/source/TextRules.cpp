@@ -69,6 +69,13 @@ bool EndsInLua(std::string_view text)
     return text.size() > 4 && Lower(text.substr(text.size() - 4)) == ".lua";
 }
 
+bool NamesVectorTiles(std::string_view url)
+{
+    const std::string path = Lower(url.substr(0, url.find_first_of("?#")));
+    const std::string end = path.substr(path.size() - std::min<std::size_t>(path.size(), 4));
+    return end == ".pbf" || end == ".mvt";
+}
+
 bool HasControl(std::string_view text)
 {
     return std::any_of(text.begin(), text.end(), IsControl);

@@ -18,6 +18,9 @@ bool IsInteger(std::string_view text);
 /// Whether the text names a Lua file by its ending, as records understand it.
 bool EndsInLua(std::string_view text);
 
+/// Whether an address asks for drawings (vector tiles) rather than pictures, by its path's end.
+bool NamesVectorTiles(std::string_view url);
+
 bool HasControl(std::string_view text);
 
 bool IsUtf8(std::string_view text);

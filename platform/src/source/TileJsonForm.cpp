@@ -7,6 +7,7 @@
 #include "UrlServers.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace KxC {
 
@@ -15,14 +16,9 @@ namespace {
 constexpr int kLastLevel = 30;
 constexpr std::size_t kMaxAddresses = 64;
 
-bool NamesVectorTiles(const std::string& url)
+bool IsWhole(double number)
 {
-    const std::string path = Lower(url.substr(0, url.find('?')));
-    const auto ends = [&path](std::string_view ending) {
-        return path.size() >= ending.size() &&
-               path.compare(path.size() - ending.size(), ending.size(), ending) == 0;
-    };
-    return ends(".pbf") || ends(".mvt");
+    return std::abs(number) < 1e9 && std::trunc(number) == number;
 }
 
 class TileJsonReader
@@ -77,6 +73,10 @@ private:
             return std::nullopt;
         if (value->is_string())
             return value->get<std::string>();
+        if (value->is_number()) {
+            m_target.Warn(PlaceOf(key), "is a number and read as text; write it in quotes");
+            return value->dump();
+        }
         m_target.Error(PlaceOf(key), "is no text; write it in quotes");
         return std::nullopt;
     }
@@ -111,6 +111,10 @@ private:
         if (value == nullptr || value->is_null())
             return std::nullopt;
         m_target.definition.places[ours] = PlaceOf(key);
+        // Some programs write every number with a point.
+        if (value->is_number_float() && IsWhole(value->get<double>()))
+            return ForeignInteger(
+                std::to_string(std::llround(value->get<double>())), range, PlaceOf(key), m_target);
         if (!value->is_number_integer()) {
             m_target.Error(PlaceOf(key), "is no integer; write one without quotes");
             return std::nullopt;
@@ -164,8 +168,6 @@ private:
         context.servers = pattern.servers;
         if (pattern.servers.empty() && pattern.url.find("{s}") != std::string::npos)
             TakeUsualServers(context);
-        if (pattern.servers.empty() && NamesVectorTiles(pattern.url))
-            m_target.Error(PlaceOf("tiles"), kVectorTiles);
         CheckVectorLayers();
         TakeForeignUrl(pattern.url, PlaceOf("tiles"), context, m_target);
     }
@@ -217,10 +219,6 @@ private:
                 addresses.push_back(tile.get<std::string>());
         return addresses;
     }
-
-    static constexpr const char* kVectorTiles =
-        "says that the tiles are drawings (vector tiles), which are not shown; use the service's "
-        "pictures (raster tiles)";
 
     const JsonDocument& m_document;
     ForeignDefinition m_target;

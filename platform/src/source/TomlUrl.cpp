@@ -46,6 +46,29 @@ private:
             TakeUrl(parsed);
         TakeAxisOrder(parsed);
         CheckUrl(parsed);
+        if (!EndsInLua(*url) && !context.scripted)
+            CheckCanBeFetched(*url);
+    }
+
+    /// The server's part may hold the beginning itself.
+    void CheckCanBeFetched(const std::string& url)
+    {
+        const bool byServer = Lower(url.substr(0, 13)) == "{$serverpart}";
+        const std::string address = byServer ? m_definition.servers.value_or("") : url;
+        const std::size_t colon = address.find("://");
+        if (colon == std::string::npos)
+            m_values.Mislead("url",
+                             "does not begin with http:// or https://; write https:// "
+                             "before it");
+        else if (!IsOneOf(address.substr(0, colon), "http https"))
+            m_values.Mislead("url",
+                             "is not fetched; only addresses that begin with http or https are");
+        if (url.find(' ') != std::string::npos)
+            m_values.Mislead("url", "holds a blank, which no address has; write %20 in its place");
+        if (NamesVectorTiles(url))
+            m_values.Mislead("url",
+                             "asks for drawings (vector tiles), which are not shown; use the "
+                             "service's pictures (raster tiles)");
     }
 
     UrlContext Context() const
@@ -67,6 +90,8 @@ private:
         const UrlTemplate written = ParseUrlTemplate(m_values.Text("url").value_or(""), context);
         for (const std::string& text : written.errors)
             m_values.Error("url", text);
+        for (const std::string& text : written.misleading)
+            m_values.Mislead("url", text);
         for (const std::string& text : written.warnings)
             m_values.Warn("url", text);
         if (!parsed.errors.empty() && written.errors.empty())
@@ -103,6 +128,15 @@ private:
             TakeRowFromSouth();
         if (!parsed.servers.empty())
             TakeServers(parsed.servers);
+        // Only quadkeys go into such an address, so it says the scheme, as in other forms.
+        const bool onlyQuadkey = parsed.hasQuadkey && parsed.axisOrder.empty();
+        if (onlyQuadkey && parsed.foreign && !m_values.Has("scheme") && !IsScripted(parsed))
+            m_definition.scheme = "BingMap";
+    }
+
+    bool IsScripted(const UrlTemplate& parsed) const
+    {
+        return m_values.Has("script") || !parsed.script.empty();
     }
 
     void AddLevelOffset(int offset)
@@ -147,7 +181,7 @@ private:
     {
         const std::string order = m_definition.axisOrder.value_or("Z,X,Y");
         if (!IsOneOf(order, "z,x,y x,y,z z,y,x x,z,y y,x,z y,z,x"))
-            m_values.Warn(
+            m_values.Mislead(
                 "axis_order",
                 "is no order and counts as \"Z,X,Y\"; it has to be X, Y and Z with commas and "
                 "without blanks, such as \"X,Y,Z\"");
@@ -156,16 +190,16 @@ private:
     void CheckUrl(const UrlTemplate& parsed)
     {
         const bool bing = SchemeOf(m_definition) == kSchemeBingMap;
-        const bool scripted = m_values.Has("script") || !parsed.script.empty();
+        const bool scripted = IsScripted(parsed);
         if (parsed.hasQuadkey && !bing && !scripted)
-            m_values.Warn("url", "holds {$quadkey}, which only scheme = \"BingMap\" fills in");
+            m_values.Mislead("url", "holds {$quadkey}, which only scheme = \"BingMap\" fills in");
         if (!parsed.axisOrder.empty() && bing && !scripted)
-            m_values.Warn("url",
-                          "holds {$x}, {$y} or {$z}, but scheme \"BingMap\" fills in quadkeys; "
-                          "write {$quadkey}, or scheme = \"WebMercatorWGS84\"");
+            m_values.Mislead("url",
+                             "holds {$x}, {$y} or {$z}, but scheme \"BingMap\" fills in quadkeys; "
+                             "write {$quadkey}, or scheme = \"WebMercatorWGS84\"");
         if (parsed.hasServerPart && parsed.errors.empty() &&
             m_definition.servers.value_or("").empty())
-            m_values.Warn("url", "holds {$serverpart}, but the key servers names no server");
+            m_values.Mislead("url", "holds {$serverpart}, but the key servers names no server");
         if (!parsed.hasServerPart && parsed.servers.empty() && m_values.Has("servers"))
             m_values.Warn("servers", "is not used: the url holds no {$serverpart}");
     }

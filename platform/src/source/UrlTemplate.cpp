@@ -45,6 +45,7 @@ public:
     {
         m_result.errors = std::move(tokens.errors);
         m_result.warnings = std::move(tokens.warnings);
+        m_result.misleading = std::move(tokens.misleading);
         m_result.foreign = tokens.foreign;
     }
 
@@ -166,7 +167,7 @@ private:
         if (HasTileNumber())
             m_result.axisOrder = AxisOrder();
         if (m_context.dialect == UrlDialect::Toml && LacksNumber())
-            m_result.warnings.emplace_back(
+            m_result.misleading.emplace_back(
                 "holds some of {$x}, {$y} and {$z} but not all; the missing ones count as "
                 "standing first, so those that are there receive the wrong numbers");
     }

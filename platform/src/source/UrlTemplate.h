@@ -38,6 +38,7 @@ struct UrlTemplate
     bool hasRowFromSouth = false; ///< {-y}
     bool foreign = false;         ///< placeholders of other programs stand in it
     std::vector<std::string> errors;
+    std::vector<std::string> misleading; ///< warnings of what gives no right tiles
     std::vector<std::string> warnings;
 };
 

@@ -118,16 +118,32 @@ private:
         }
         if (LooksNamed(group))
             NoteUnknown(group, written);
+        else
+            NoteOtherBraces();
         return false;
+    }
+
+    /// What stands in them is not quoted: it may be a key.
+    void NoteOtherBraces()
+    {
+        const std::string text = "holds braces around what is no placeholder, and they would go "
+                                 "out as they are; write %7B and %7D for braces that are meant";
+        if (m_dialect != UrlDialect::Toml)
+            Error(text);
+        else if (std::find(m_result.warnings.begin(), m_result.warnings.end(), text) ==
+                 m_result.warnings.end())
+            Warn(text);
     }
 
     void NoteUnknown(std::string_view group, std::string_view written)
     {
         const std::string text = Printable(written) + VerdictOnUnknown(group);
-        if (m_dialect == UrlDialect::Toml)
-            Warn(text);
-        else
+        if (m_dialect != UrlDialect::Toml)
             Error(text);
+        else if (IsMisspelt(group))
+            Mislead(text);
+        else
+            Warn(text);
     }
 
     /// MapProxy's "%(x)s" and "%%"; false where a percent sign stands for itself.
@@ -194,6 +210,7 @@ private:
         m_result.foreign = merged.foreign;
         m_result.errors = std::move(merged.errors);
         m_result.warnings = std::move(merged.warnings);
+        m_result.misleading = std::move(merged.misleading);
     }
 
     void Add(UrlToken token)
@@ -211,6 +228,11 @@ private:
     }
 
     void Error(const std::string& text) { m_result.errors.push_back(text); }
+    void Mislead(const std::string& text)
+    {
+        if (m_result.misleading.size() < kMaxWarnings)
+            m_result.misleading.push_back(text);
+    }
     void Warn(const std::string& text)
     {
         if (m_result.warnings.size() < kMaxWarnings)

@@ -41,6 +41,7 @@ struct UrlTokens
     std::vector<UrlToken> tokens; ///< never two texts in a row
     bool foreign = false;         ///< some are spelled otherwise than {$x}
     std::vector<std::string> errors;
+    std::vector<std::string> misleading; ///< warnings of what gives no right tiles
     std::vector<std::string> warnings;
 };
 

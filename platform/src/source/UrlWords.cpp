@@ -172,6 +172,13 @@ bool LooksNamed(std::string_view group)
     return !group.empty() && group.size() <= 32 && std::all_of(group.begin(), group.end(), inName);
 }
 
+bool IsMisspelt(std::string_view group)
+{
+    const std::string lower = Lower(group);
+    const std::string_view bare = std::string_view(lower).substr(lower[0] == '$' ? 1 : 0);
+    return MeaningOfOwnWord(lower) || MeaningOfWord(bare);
+}
+
 std::string VerdictOnUnknown(std::string_view group)
 {
     const bool own = group[0] == '$';

@@ -31,6 +31,9 @@ std::vector<std::string> ServersOf(std::string_view group);
 /// Whether a group looks like a name rather than like a text that happens to stand in braces.
 bool LooksNamed(std::string_view group);
 
+/// Whether a group that means nothing would mean something in lower case or without its dollar.
+bool IsMisspelt(std::string_view group);
+
 /// What to say of a named group that means nothing here, to be put behind it.
 std::string VerdictOnUnknown(std::string_view group);
 

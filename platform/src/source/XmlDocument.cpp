@@ -80,4 +80,19 @@ int XmlDocument::LineOf(const pugi::xml_node& node, std::string_view attribute) 
     return LineAt(m_text, found < end ? found : start);
 }
 
+pugi::xml_node ChildInAnyCase(const pugi::xml_node& parent, std::string_view name)
+{
+    const std::string lower = Lower(name);
+    return parent.find_child(
+        [&lower](const pugi::xml_node& child) { return Lower(child.name()) == lower; });
+}
+
+pugi::xml_attribute AttributeInAnyCase(const pugi::xml_node& node, std::string_view name)
+{
+    const std::string lower = Lower(name);
+    return node.find_attribute([&lower](const pugi::xml_attribute& attribute) {
+        return Lower(attribute.name()) == lower;
+    });
+}
+
 } // namespace KxC

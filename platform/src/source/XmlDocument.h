@@ -33,4 +33,10 @@ private:
     pugi::xml_document m_document;
 };
 
+/// The first child of a name in whatever case, as some programs look it up; a null one when there
+/// is none.
+pugi::xml_node ChildInAnyCase(const pugi::xml_node& parent, std::string_view name);
+/// The same for an attribute.
+pugi::xml_attribute AttributeInAnyCase(const pugi::xml_node& node, std::string_view name);
+
 } // namespace KxC

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "Command.h"
+#include "KxTSDParam.h"
+#include "KxUtility.h"
 #include "support/TempFolder.h"
 
 #include <gmock/gmock.h>
@@ -70,6 +72,48 @@ TEST_F(SourceCheckCommand, FailsOnWarningsOnlyWhenAsked)
 {
     const std::string path = Write("a.toml", std::string(kGood) + "tilesize = 1\n");
     EXPECT_EQ(Run({path}), kExitDone);
+    EXPECT_EQ(Run({"--strict", path}), kExitFailed);
+}
+
+TEST_F(SourceCheckCommand, FailsOnWhatLoadsButGivesNoRightTiles)
+{
+    const auto url = [](const std::string& text) { return "scheme = 10\nurl = '" + text + "'"; };
+    const std::string good = "url = 'http://a.test/{$z}/{$x}/{$y}'\n";
+    for (const std::string& text : {std::string(),
+                                    url("http://a.test/{$z}/{$x}"),
+                                    url("http://a.test/"),
+                                    url("http://a.test/{$z}/{$X}/{$x}/{$y}"),
+                                    url("http://a.test/%d/%d"),
+                                    url("a.test/{$z}/{$x}/{$y}"),
+                                    url("ftp://a.test/{$z}/{$x}/{$y}"),
+                                    url("http://a.test/b c/{$z}/{$x}/{$y}"),
+                                    url("http://a.test/{$z}/{$x}/{$y}.mvt"),
+                                    url("http://a.test/{$quadkey}"),
+                                    url("http://{$serverpart}.test/{$z}/{$x}/{$y}"),
+                                    url("http://webst01.is.autonavi.com/{$z}/{$x}/{$y}"),
+                                    url("http://o.map.bdimg.com/{$z}/{$x}/{$y}"),
+                                    url("http://a.test/%d/%d/%d") + "\naxis_order = 'X, Y, Z'",
+                                    good + "scheme = 'WebMercator'",
+                                    good + "scheme = 10\ndatum = 'WGS72'"}) {
+        const std::string path = Write("a.toml", text);
+        EXPECT_EQ(Run({path}), kExitFailed) << text;
+        EXPECT_THAT(out, HasSubstr("error: ")) << text;
+        KxC::KxTSDParamItem().LoadFromTSDFile(path.c_str());
+        for (const KxC::KxTSDMessage& message : KxC::KxUtility::GetLastTSDMessages())
+            EXPECT_FALSE(message.m_bError) << text;
+    }
+}
+
+TEST_F(SourceCheckCommand, OnlyWarnsOfVariablesThatAreNotSet)
+{
+    const std::string path =
+        Write("a.toml",
+              "url = 'http://a.test/{$z}/{$x}/{$y}?${KXTILE_UNSET_A}${KXTILE_UNSET_B}'\n"
+              "scheme = 10\n");
+    EXPECT_EQ(Run({path}), kExitDone);
+    EXPECT_EQ(out,
+              path + ":1: warning: url: needs the environment variables KXTILE_UNSET_A, "
+                     "KXTILE_UNSET_B, which are not set; set them before the program starts\n");
     EXPECT_EQ(Run({"--strict", path}), kExitFailed);
 }
 

@@ -5,7 +5,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <csignal>
 
 namespace KxC {
 namespace {
@@ -141,7 +140,6 @@ TEST_F(KxRawDataTypeCacheFailures, FullDiskIsSilenceAndWhatWasStoredStays)
     SaveText(*m_manager, "a", 1, 1, 1, "tile");
     m_manager.reset();
     const int status = InChild([] {
-        std::signal(SIGXFSZ, SIG_IGN);
         const rlimit limit{200000, 200000};
         if (::setrlimit(RLIMIT_FSIZE, &limit) != 0)
             return false;

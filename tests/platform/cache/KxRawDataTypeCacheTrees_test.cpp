@@ -140,12 +140,16 @@ class KxRawDataTypeCacheExport : public CacheFolderTest
 protected:
     KxRawDataTreeResult Export(KxRawDataTileVisitor& watcher)
     {
-        return m_manager->ExportSubTree(
-            kType, "a", {m_output.c_str(), "it's a name", "words"}, watcher, m_report);
+        return m_manager->ExportSubTree(kType,
+                                        "a",
+                                        {m_output.c_str(), "it's a name", "words", m_attribution},
+                                        watcher,
+                                        m_report);
     }
     std::string OutputQuery(const std::string& sql) const { return Query(m_output, sql); }
 
     std::string m_output = m_folder + "/out.mbtiles";
+    KxString m_attribution;
     KxRawDataExportReport m_report;
 };
 
@@ -173,6 +177,10 @@ TEST_F(KxRawDataTypeCacheExport, WritesTilesAndCompleteMetadata)
               " center=-135.000000,-42.525564,2 description=words format=png maxzoom=2 minzoom=0"
               " name=it's a name type=baselayer version=1");
     EXPECT_EQ(OutputQuery("PRAGMA application_id"), "1297105496"); // "MPBX"
+    m_attribution = "\xC2\xA9 it's theirs";
+    ASSERT_EQ(Export(recorder), KxRawDataTreeResult_Done) << m_report.m_strError.Cstr();
+    EXPECT_EQ(OutputQuery("SELECT value FROM metadata WHERE name = 'attribution'"),
+              "\xC2\xA9 it's theirs");
 }
 
 TEST_F(KxRawDataTypeCacheExport, NothingIsLeftOfAnExportThatEnds)

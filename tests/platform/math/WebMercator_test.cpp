@@ -56,6 +56,23 @@ TEST(KxMathWebMercator, SpansTheSquare)
     EXPECT_EQ(KxMath::WebMecator2LatLon(0, 0).y, 0.0);
 }
 
+TEST(KxMathWebMercator, KeepsTheSouthEdgeInside)
+{
+    // The edge as tile arithmetic reaches it: from the north, by as many tiles as there are.
+    const double half = KxMath::kHalfWorld;
+    const double pi = static_cast<double>(kPi);
+    for (int level = 0; level <= 30; ++level) {
+        const double count = std::exp2(level);
+        const double span = 40075016.68557849 / count;
+        const double edge = half - (count - 1) * span - span;
+        const double lat = KxMath::WebMecator2LatLon(0, edge).y;
+        const double row = (std::log(std::tan(lat / 2 + pi / 4)) + pi) / (2 * pi / count);
+        EXPECT_GE(row, 0.0) << level;
+        EXPECT_LT(row, 1e-5) << level;
+        EXPECT_NEAR(lat, LatitudeOf(-half), 1e-15);
+    }
+}
+
 TEST(KxMathWebMercator, HasNoNorthingAtThePoles)
 {
     const double pole = std::acos(0.0);

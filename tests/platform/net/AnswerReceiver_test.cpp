@@ -44,6 +44,42 @@ TEST(AnswerReceiver, StartsAnewWithEveryStatusLine)
     EXPECT_EQ(200, receiver.Status());
 }
 
+TEST(AnswerReceiver, InterimAnswersAreNoBeginning)
+{
+    AnswerReceiver receiver;
+    EXPECT_FALSE(receiver.HasBegun());
+    receiver.OnHeaderLine("HTTP/1.1 102 Processing\r\n");
+    receiver.OnHeaderLine("\r\n");
+    EXPECT_FALSE(receiver.HasBegun());
+    receiver.OnHeaderLine("HTTP/1.1 200 OK\r\n");
+    EXPECT_TRUE(receiver.HasBegun());
+}
+
+TEST(AnswerReceiver, ForgetsTheRedirectsPageWhenTheNextIsAwaited)
+{
+    AnswerReceiver receiver;
+    receiver.OnHeaderLine("HTTP/1.1 302 Found\r\n");
+    receiver.OnHeaderLine("\r\n");
+    receiver.OnBody("moved", 5);
+    receiver.AwaitNext();
+    EXPECT_EQ(302, receiver.Status());
+    EXPECT_FALSE(receiver.HasBegun());
+    EXPECT_FALSE(receiver.HasHead());
+    EXPECT_EQ(0U, receiver.BytesReceived());
+    receiver.OnHeaderLine("HTTP/1.1 200 OK\r\n");
+    EXPECT_EQ(200, receiver.Status());
+}
+
+TEST(AnswerReceiver, HeaderLinesOfAllRedirectsCountTogether)
+{
+    AnswerReceiver receiver;
+    for (std::size_t i = 0; i < AnswerReceiver::kMaxHeaderLines; ++i) {
+        EXPECT_TRUE(receiver.OnHeaderLine("HTTP/1.1 302 Found\r\n"));
+        receiver.AwaitNext();
+    }
+    EXPECT_FALSE(receiver.OnHeaderLine("HTTP/1.1 302 Found\r\n"));
+}
+
 TEST(AnswerReceiver, AcceptsTheLargestBodyAndNotAByteMore)
 {
     for (const auto& [length, isAccepted] : {std::pair{"67108864", true}, {"67108865", false}}) {

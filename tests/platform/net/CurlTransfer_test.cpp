@@ -106,6 +106,18 @@ TEST_F(CurlTransferTest, AnswerBelowTheFloorOnSpeedIsTransient)
     EXPECT_EQ(10U, answer.bytesReceived);
 }
 
+TEST_F(CurlTransferTest, FloorOnSpeedLetsTheServerThink)
+{
+    m_server.On("/renders", [](LoopbackConnection& connection, const LoopbackRequest&) {
+        connection.Send("HTTP/1.1 102 Processing\r\n\r\n");
+        connection.WaitForEnd();
+    });
+    CurlTransfer impatient(m_clock, 1s);
+    // The floor would end this after half of it.
+    const HttpAnswer answer = impatient.Send(RequestTo(m_server.Url("/renders"), 2s));
+    EXPECT_THAT(answer.cause, HasSubstr("time-out of 2000 ms reached after 0 bytes"));
+}
+
 TEST_F(CurlTransferTest, TellsTheVersionOfHttp)
 {
     m_server.On("/old", SendsAndCloses("HTTP/1.0 200 OK\r\n\r\ntile"));

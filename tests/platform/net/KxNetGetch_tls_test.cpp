@@ -87,6 +87,27 @@ TEST_F(KxNetGetchTls, MissingCaFileFailsTheRequestAndIsNamed)
     EXPECT_THAT(fetched.Cause(), HasSubstr(File("missing.pem")));
 }
 
+TEST_F(KxNetGetchTls, RedirectDownToPlainHttpIsRefused)
+{
+    m_server.On("/tile", Answers(200, kTile));
+    WriteFile(File("down"),
+              "HTTP/1.0 302 Found\r\nLocation: " + m_server.Url("/tile") + "\r\n\r\n");
+    const auto server = ServeHttp1("-HTTP");
+    const Fetched fetched = FetchTrusting(CaFile(), server->Url("/down"));
+    EXPECT_EQ(6, fetched.result);
+    EXPECT_EQ(302, fetched.info.m_nHttpStatus);
+    EXPECT_EQ(1, fetched.info.m_nAttempts);
+    EXPECT_THAT(fetched.Cause(), HasSubstr("redirect from https to http refused"));
+    EXPECT_EQ(0, m_server.RequestCount());
+}
+
+TEST_F(KxNetGetchTls, RedirectUpToHttpsIsFollowed)
+{
+    const auto server = ServeHttp2();
+    m_server.On("/up", Answers(302, "", "Location: " + server->Url("/tile") + "\r\n"));
+    ExpectTile(FetchTrusting(CaFile(), m_server.Url("/up")), 20);
+}
+
 TEST_F(KxNetGetchTls, CaFileDoesNotMatterToPlainHttp)
 {
     m_server.On("/tile", Answers(200, kTile));

@@ -32,6 +32,15 @@ TEST(StatusTable, SaysWhatTheServerSaid)
     EXPECT_THAT(CauseOf(answer), ::testing::HasSubstr("check the key"));
 }
 
+TEST(StatusTable, BlockedProgramsAreToldToStop)
+{
+    HttpAnswer answer;
+    answer.complete = true;
+    answer.status = 418;
+    EXPECT_THAT(CauseOf(answer), ::testing::HasSubstr("asks to be left alone: stop"));
+    EXPECT_THAT(CauseOf(answer), ::testing::Not(::testing::HasSubstr("check the address")));
+}
+
 TEST(StatusTable, FourStatusesPass)
 {
     for (int status = 0; status < 1000; ++status)

@@ -63,7 +63,7 @@ std::unique_ptr<ServerProgram> TlsTest::ServeHttp2(const std::string& certificat
     return std::make_unique<ServerProgram>(command, m_folder.Path().string());
 }
 
-std::unique_ptr<ServerProgram> TlsTest::ServeHttp1()
+std::unique_ptr<ServerProgram> TlsTest::ServeHttp1(const std::string& form)
 {
     const std::vector<std::string> command{OPENSSL_PROGRAM,
                                            "s_server",
@@ -73,7 +73,7 @@ std::unique_ptr<ServerProgram> TlsTest::ServeHttp1()
                                            File("server.key"),
                                            "-cert",
                                            File("server.pem"),
-                                           "-WWW"};
+                                           form};
     return std::make_unique<ServerProgram>(command, m_folder.Path().string());
 }
 

@@ -27,7 +27,8 @@ protected:
     /// HTTP/2, which it offers over TLS.
     std::unique_ptr<ServerProgram> ServeHttp2(const std::string& certificate = "server");
     /// HTTP/1.0 over TLS.
-    std::unique_ptr<ServerProgram> ServeHttp1();
+    /// @param form  "-WWW" for files that are bodies, "-HTTP" for files that are whole answers
+    std::unique_ptr<ServerProgram> ServeHttp1(const std::string& form = "-WWW");
 
     std::string File(const std::string& name) const { return m_folder.File(name); }
     const std::string& CaFile() const { return m_caFile; }

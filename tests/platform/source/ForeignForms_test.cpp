@@ -55,6 +55,16 @@ TEST(TileJson, CountsRowsFromTheSouthForTms)
     EXPECT_EQ(record.UrlFromNorth(3, 5, 6), "http://a/3/6/2");
 }
 
+TEST(TileJson, TakesNumbersInAnySpelling)
+{
+    LoadedRecord record(TileJson(R"(["http://a/{z}/{x}/{y}"])",
+                                 ",\n\"version\": 1, \"minzoom\": 2.0, \"maxzoom\": 1.7e1"));
+    EXPECT_EQ(record.messages,
+              "warning 4 version: is a number and read as text; write it in quotes\n");
+    EXPECT_EQ(record.Item().m_levelBounds.m_nMinLevel, 2);
+    EXPECT_EQ(record.Item().m_levelBounds.m_nMaxLevel, 17);
+}
+
 TEST(TileJson, TakesTheTileSizeThatWebMapsWrite)
 {
     LoadedRecord record(TileJson(R"(["http://a/{z}/{x}/{y}"])", R"(, "tileSize": 512)"));
@@ -202,6 +212,40 @@ TEST(MapProxy, TakesASourceOfTiles)
     EXPECT_STREQ(item.m_arrRequestHeaders[0].Cstr(), "Referer: https://b.test/");
 }
 
+TEST(MapProxy, TakesTheHeadersOfAllSourcesWhereASourceHasNone)
+{
+    const std::string grid = "    grid: GLOBAL_WEBMERCATOR\n";
+    const std::string shared = "globals:\n  http:\n    headers:\n      X-Shared: a\n";
+    LoadedRecord record(MapProxy("http://a/%(tms_path)s", grid + shared));
+    EXPECT_EQ(record.messages, "");
+    ASSERT_EQ(record.Item().m_arrRequestHeaders.GetSize(), 1);
+    EXPECT_STREQ(record.Item().m_arrRequestHeaders[0].Cstr(), "X-Shared: a");
+    LoadedRecord own(
+        MapProxy("http://a/%(tms_path)s", grid + "    http: {headers: {X-Own: b}}\n" + shared));
+    EXPECT_THAT(own.messages, HasSubstr("warning 11 globals.http.headers: is passed over"));
+    ASSERT_EQ(own.Item().m_arrRequestHeaders.GetSize(), 1);
+    EXPECT_STREQ(own.Item().m_arrRequestHeaders[0].Cstr(), "X-Own: b");
+}
+
+TEST(MapProxy, SaysWhichWordsOfRequestsAreNotTakenOver)
+{
+    const auto messages = [](const std::string& http) {
+        return LoadedRecord(MapProxy("http://a/%(tms_path)s",
+                                     "    grid: GLOBAL_WEBMERCATOR\n    http:\n      " + http +
+                                         "\nglobals: {http: {client_timeout: 5}}\n"))
+            .messages;
+    };
+    EXPECT_THAT(messages("ssl_no_cert_checks: true"),
+                HasSubstr("warning 8 sources.hills.http.ssl_no_cert_checks: is not taken over"));
+    EXPECT_THAT(messages("header: {a: b}"),
+                HasSubstr("warning 8 sources.hills.http.header: is not taken over"));
+    EXPECT_THAT(messages("method: POST"),
+                HasSubstr("error 8 sources.hills.http.method: is none that tiles"));
+    EXPECT_EQ(messages("method: GET"),
+              "warning 9 globals.http.client_timeout: is not taken over; of http only headers are, "
+              "and certificates are always checked\n");
+}
+
 TEST(MapProxy, CountsRowsFromTheSouthUnlessTheGridSaysOtherwise)
 {
     LoadedRecord plain(MapProxy("http://a/%(tms_path)s.png"));
@@ -257,6 +301,8 @@ TEST(MapProxy, SaysWhatItCannotExpress)
     EXPECT_THAT(
         LoadedRecord(MapProxy("http://a/%(tms_path)s", grid + "    coverage: {}\n")).messages,
         HasSubstr("warning 7 sources.hills.coverage: is not taken over"));
+    EXPECT_THAT(LoadedRecord(MapProxy("http://a/%(tms_path)s", "    grid: [A, B]\n")).messages,
+                HasSubstr("error 6 grid: is no grid's name; a source of tiles has one grid"));
     EXPECT_THAT(LoadedRecord(MapProxy("http://a/%(tms_path)s", "    grid: other\n")).messages,
                 HasSubstr("error 6 grid: other is neither"));
     EXPECT_THAT(LoadedRecord(MapProxy("http://a/%(tms_path)s",
@@ -311,6 +357,20 @@ TEST(GdalWms, GivesTheRecordItsFields)
     EXPECT_STREQ(record.Item().m_arrRequestHeaders[0].Cstr(), "Referer: http://b/");
 }
 
+TEST(GdalWms, NamesElementsThatHaveNoPlaceOnce)
+{
+    const std::string all =
+        LoadedRecord(GdalWms("<ServerUrl>http://a/${z}/${x}/${y}.png</ServerUrl>",
+                             std::string(kMercatorWindow) +
+                                 "<Timeout>5</Timeout><cache/><MaxConnections>2</MaxConnections>"
+                                 "<BlockSise>256</BlockSise>"))
+            .messages;
+    EXPECT_THAT(all,
+                HasSubstr("warning 1 : says how GDAL fetches and reads, which is not taken "
+                          "over: Timeout, cache, MaxConnections\n"));
+    EXPECT_THAT(all, HasSubstr("warning 4 BlockSise: is not known"));
+}
+
 TEST(GdalWms, SaysWhatItCannotExpress)
 {
     const auto messages = [](const std::string& from, const std::string& to) {
@@ -331,6 +391,12 @@ TEST(GdalWms, SaysWhatItCannotExpress)
                 HasSubstr("TileCountX: is no integer"));
     EXPECT_THAT(messages("<TileLevel>18", "<TileX>1</TileX><TileLevel>18"),
                 HasSubstr("TileX: moves the grid"));
+    EXPECT_THAT(messages("<TileLevel>18", "<SizeX>1000</SizeX><TileLevel>18"),
+                HasSubstr("SizeX: makes no whole number of levels"));
+    EXPECT_THAT(messages("<TileLevel>18</TileLevel>", "<SizeX>1024</SizeX><SizeY>1024</SizeY>"),
+                HasSubstr("SizeX: says nothing without TileLevel"));
+    EXPECT_THAT(messages("<TileLevel>18", "<SizeX>1024</SizeX><SizeY>512</SizeY><TileLevel>9"),
+                HasSubstr("SizeX: makes no whole number of levels"));
     EXPECT_THAT(messages("top<", "left<"), HasSubstr("YOrigin: is no origin"));
     EXPECT_THAT(messages("<BlockSizeY>256", "<BlockSizeY>512"), HasSubstr("tiles are square"));
     EXPECT_THAT(messages("<BlockSizeX>256", "<BlockSizeX>99999"), HasSubstr("between 1 and 8192"));

@@ -90,7 +90,45 @@ INSTANTIATE_TEST_SUITE_P(GdalWms,
                          ::testing::Values("",
                                            "<YOrigin>top</YOrigin>",
                                            "<YOrigin>bottom</YOrigin>",
-                                           "<YOrigin>default</YOrigin>"));
+                                           "<YOrigin>default</YOrigin>",
+                                           "<yorigin>top</yorigin>",
+                                           "<SizeX>16384</SizeX><SizeY>16384</SizeY>"));
+
+struct SizedWindow
+{
+    const char* size; ///< in pixels, both ways
+    int level;        ///< TileLevel
+    int count;        ///< of tiles both ways on GDAL's level 0
+};
+
+class SizedCrossCheck : public GdalCrossCheck,
+                        public ::testing::WithParamInterface<std::tuple<SizedWindow, const char*>>
+{
+};
+
+TEST_P(SizedCrossCheck, AddressesAgree)
+{
+    const auto& [window, origin] = GetParam();
+    const std::string size = window.size;
+    const std::string xml = Tms("/t/${z}/${x}/${y}.png</ServerUrl>",
+                                Mercator("<SizeX>" + size + "</SizeX><SizeY>" + size +
+                                             "</SizeY><YOrigin>" + origin + "</YOrigin>",
+                                         window.level,
+                                         window.count));
+    LoadedRecord record(xml);
+    // 4 by 4 tiles, so our level 2 whatever GDAL calls it.
+    EXPECT_EQ(record.UrlFromNorth(2, 2, 1), AskedByGdal(xml, 256, 512)) << record.messages;
+    EXPECT_EQ(record.Item().m_levelBounds.m_nMaxLevel, 2);
+}
+
+INSTANTIATE_TEST_SUITE_P(GdalWms,
+                         SizedCrossCheck,
+                         ::testing::Combine(::testing::Values(SizedWindow{"1024", 9, 1},
+                                                              SizedWindow{"1024", 2, 1},
+                                                              SizedWindow{"1024", 1, 1},
+                                                              SizedWindow{"1024", 3, 4},
+                                                              SizedWindow{"1024", 0, 4}),
+                                            ::testing::Values("top", "bottom")));
 
 TEST_F(GdalCrossCheck, AddressesAgreeWhereLevelZeroHasManyTiles)
 {

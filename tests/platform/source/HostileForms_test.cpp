@@ -71,6 +71,9 @@ INSTANTIATE_TEST_SUITE_P(
         BadText{"<qgsXYZTilesConnections><xyztiles url='http://a/{z}/{x}/{y}.lua'/>"
                 "</qgsXYZTilesConnections>",
                 "error 1 url: ends in .lua"},
+        BadText{"<qgsXYZTilesConnections><xyztiles url='http://a/{z}/{x}/{y}.mvt?k=1'/>"
+                "</qgsXYZTilesConnections>",
+                "error 1 url: says that the tiles are drawings"},
         BadText{"<qgsXYZTilesConnections><xyztiles url='file:///{z}/{x}/{y}'/>"
                 "</qgsXYZTilesConnections>",
                 "does not begin with http:// or https://"},
@@ -100,6 +103,11 @@ INSTANTIATE_TEST_SUITE_P(
         BadText{"{\"tiles\":\"http://a/{z}/{x}/{y}\"}", "tiles: has to be a list of addresses"},
         BadText{"{\"tiles\":[\"{z}/{x}/{y}.png\"]}", "does not begin with http://"},
         BadText{"{\"tiles\":[\"http://a/{z}/{x}/{y}.pbf\"]}", "the tiles are drawings"},
+        BadText{"{\"tiles\":[\"http://a.t/{z}/{x}/{y}.pbf\",\"http://b.t/{z}/{x}/{y}.pbf\"]}",
+                "the tiles are drawings"},
+        BadText{"{\"tiles\":[\"http://a/{z}/{x}/{y}?{header(Cookie,a=b)}\"]}",
+                "tiles: holds braces around what is no placeholder"},
+        BadText{"{\"tiles\":[\"http://a/b c/{z}/{x}/{y}\"]}", "tiles: holds a blank"},
         BadText{"{\"tiles\":[\"http://a/{z}/{x}\"]}", "lacks the column, the row or the level"},
         BadText{"{\"tiles\":[\"http://a/tile\"]}", "names no tile"},
         BadText{"{\"tiles\":[\"http://a/{bbox-epsg-3857}\"]}", "asked by extent"},
@@ -115,7 +123,7 @@ INSTANTIATE_TEST_SUITE_P(
                 "bounds: is no list of four numbers"},
         BadText{"{\"crs\": \"EPSG:4326\",\"tiles\":[\"http://a/{z}/{x}/{y}\"]}",
                 "crs: is another grid than TileJSON's"},
-        BadText{"{\"name\": 5,\"tiles\":[\"http://a/{z}/{x}/{y}\"]}", "name: is no text"},
+        BadText{"{\"name\": [5],\"tiles\":[\"http://a/{z}/{x}/{y}\"]}", "name: is no text"},
         BadText{"{\"name\": \"\\u0000\",\"tiles\":[\"http://a/{z}/{x}/{y}\"]}", "holds a NUL"},
         BadText{"{\"scheme\": \"wms\",\"tiles\":[\"http://a/{z}/{x}/{y}\"]}",
                 "scheme: is no scheme of TileJSON"},

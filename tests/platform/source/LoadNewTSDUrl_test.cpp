@@ -61,13 +61,14 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         UrlCase{"http://{$serverpart}/{$z}/{$x}/{$y}", "http://{$serverpart}/%d/%d/%d", "Z,X,Y"},
         UrlCase{"http://{$Serverpart}/{$x}/{$y}/{$z}", "http://{$Serverpart}/%d/%d/%d", "X,Y,Z"},
-        UrlCase{"{$serverpart}{$z}{$y}{$x}", "{$serverpart}%d%d%d", "Z,Y,X"},
-        UrlCase{"{$serverpart}{$x}{$z}{$y}", "{$serverpart}%d%d%d", "X,Z,Y"},
-        UrlCase{"{$serverpart}{$y}{$x}{$z}", "{$serverpart}%d%d%d", "Y,X,Z"},
-        UrlCase{"{$serverpart}{$y}{$z}{$x}", "{$serverpart}%d%d%d", "Y,Z,X"},
+        UrlCase{"http://{$serverpart}{$z}{$y}{$x}", "http://{$serverpart}%d%d%d", "Z,Y,X"},
+        UrlCase{"http://{$serverpart}{$x}{$z}{$y}", "http://{$serverpart}%d%d%d", "X,Z,Y"},
+        UrlCase{"http://{$serverpart}{$y}{$x}{$z}", "http://{$serverpart}%d%d%d", "Y,X,Z"},
+        UrlCase{"http://{$serverpart}{$y}{$z}{$x}", "http://{$serverpart}%d%d%d", "Y,Z,X"},
         UrlCase{"http://{$serverpart}/%d/%d/%d?a=%20", "http://{$serverpart}/%d/%d/%d?a=%20", "?"},
-        UrlCase{
-            "{$serverpart}/{$z}/{$x}/{$y}?s=%20%2F", "{$serverpart}/%d/%d/%d?s=%20%2F", "Z,X,Y"}));
+        UrlCase{"http://{$serverpart}/{$z}/{$x}/{$y}?s=%20%2F",
+                "http://{$serverpart}/%d/%d/%d?s=%20%2F",
+                "Z,X,Y"}));
 
 TEST(LoadNewTSD, LetsAUrlsOwnPercentSignsThrough)
 {
@@ -179,6 +180,16 @@ INSTANTIATE_TEST_SUITE_P(
     DoubtfulUrls,
     ::testing::Values(
         UrlMessage{"url = 'http://a/{z}/{x}/{y}'", "scheme: is missing, so the grid is latitude"},
+        UrlMessage{"url = 'http://a/{z}/{x}/{y}/{x}'", "1 scheme: is missing, so the grid is"},
+        UrlMessage{"scheme = 'WebMercator'", "did you mean \"WebMercatorWGS84\"?"},
+        UrlMessage{"url = 'http://a/{$z}/{$x}/{$y}?{a,b}'", "holds braces around what is no"},
+        UrlMessage{"url = 'http://a/{$z}/{$x}/{$y}?{date:yyyy}'", "write %7B and %7D"},
+        UrlMessage{"url = 'a.test/{$z}/{$x}/{$y}'", "write https:// before it"},
+        UrlMessage{"servers = 'a'\nurl = '{$serverpart}/{$z}/{$x}/{$y}'", "write https://"},
+        UrlMessage{"url = 'http://a/b c/{$z}/{$x}/{$y}'", "write %20 in its place"},
+        UrlMessage{"url = 'http://a/b c/{$z}/{$z}/{$x}/{$y}'", "write %20 in its place"},
+        UrlMessage{"url = 'http://a/{$z}/{$x}/{$y}.PBF?k=1'", "asks for drawings"},
+        UrlMessage{"url = 'http://a/{$z}/{$x}/{$y}.mvt'", "asks for drawings"},
         UrlMessage{"url = 'http://a/{z}/{X}/{y}'", "{X} is no placeholder here; write {x}"},
         UrlMessage{"url = 'http://a/{$z}/{$X}/{$y}'", "{$X} is no placeholder here; write {$x}"},
         UrlMessage{"rows = '1'\nurl = 'http://a/{$z}/{$x}/{-y}'", "1 rows: says what {-y} in"},

@@ -60,6 +60,15 @@ TEST(Placeholders, QuadkeysFollowTheRecordsScheme)
               "http://a/312/2");
 }
 
+TEST(Placeholders, QuadkeysAloneSayTheScheme)
+{
+    for (const char* url : {"http://a/{q}", "http://a/{quadkey}"}) {
+        LoadedRecord record = Record(url, "");
+        EXPECT_EQ(record.UrlFromNorth(3, 5, 6), "http://a/312");
+        EXPECT_EQ(record.messages, "");
+    }
+}
+
 TEST(Placeholders, ChoicesBecomeServers)
 {
     for (const auto* range : {"{a-c}", "{switch:a,b,c}"}) {

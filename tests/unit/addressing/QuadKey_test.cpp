@@ -43,6 +43,13 @@ TEST(BingMapTileToQuadKey, HasAsManyDigitsAsLevels)
               std::string(8, '0') + std::string(32, '3'));
 }
 
+TEST(BingMapTileToQuadKey, IsEmptyWhereTheKeyWouldTakeTheMemoryOfTheProcess)
+{
+    EXPECT_EQ(KxTileFetcher::BingMapTileToQuadKey(0, 0, 1 << 20).GetLength(), 1 << 20);
+    EXPECT_EQ(KxTileFetcher::BingMapTileToQuadKey(0, 0, (1 << 20) + 1).GetLength(), 0);
+    EXPECT_EQ(KxTileFetcher::BingMapTileToQuadKey(0, 0, 2147483647).GetLength(), 0);
+}
+
 TEST(BingMapQuadKeyToTile, ReadsTheBitsBack)
 {
     const Tile tile = FromKey("213");

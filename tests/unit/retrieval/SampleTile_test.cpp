@@ -4,6 +4,7 @@
 #include "AddressTiles.h"
 #include "Sampler.h"
 #include "TileNumbers.h"
+#include "unit/addressing/SweepRandom.h"
 
 #include <algorithm>
 #include <cmath>
@@ -18,6 +19,7 @@ namespace KxC {
 namespace {
 
 using Testing::PixelAt;
+using Testing::SweepRandom;
 
 struct Place
 {
@@ -151,51 +153,94 @@ std::string Difference(const Request& request)
     return Difference(request, tiles);
 }
 
-/// All of many cases, or one in so many: as the test says, or as KXTILE_SWEEP in the environment
-/// does. KXTILE_SWEEP=1 tries everything, which takes hours.
-class Sweep
+/// The schemes of each grid: Web Mercator, Baidu's and the geographic one.
+const std::vector<std::vector<int>> kFamilies = {{10, 3, 6}, {13, 4}, {9, 0, 5, 11, 14}};
+constexpr int kDatums[] = {0, 1, 2};
+constexpr int kLastLevel = 20;
+
+/// The sweep is thin: each test below says what it covers in any run; which schemes, places and
+/// other levels it takes besides is drawn anew in each run. Each prints its KXTILE_SEED; with that
+/// in the environment it draws the same again.
+/// KXTILE_SWEEP=1 in the environment replaces the draws by every combination of schemes, datums,
+/// kPlaces, levels and sizes, which takes hours; KXTILE_SWEEP=n takes one in n of them.
+int AskedSweep()
 {
-public:
-    explicit Sweep(int thin) : m_thin(thin)
-    {
-        if (const char* asked = std::getenv("KXTILE_SWEEP")) // NOLINT(concurrency-mt-unsafe)
-            m_thin = std::max(1, std::atoi(asked));          // NOLINT(cert-err34-c)
+    const char* asked = std::getenv("KXTILE_SWEEP");             // NOLINT(concurrency-mt-unsafe)
+    return asked == nullptr ? 0 : std::max(1, std::atoi(asked)); // NOLINT(cert-err34-c)
+}
+
+/// One in `thin` of every combination.
+void ExpectSame(int thin, const std::vector<int>& sizes)
+{
+    int count = 0;
+    for (const std::vector<int>& schemes : kFamilies)
+        for (const int scheme : schemes)
+            for (const int datum : kDatums)
+                for (const Place& place : kPlaces)
+                    for (int level = 0; level <= kLastLevel; ++level)
+                        for (const int size : sizes)
+                            if (count++ % thin == 0) {
+                                ASSERT_EQ(Difference(MakeRequest(
+                                              scheme, datum, TileAt(place, level), size)),
+                                          "");
+                            }
+}
+
+/// Anywhere in GCJ-02's box, or where there are edges.
+Place DrawPlace(SweepRandom& random)
+{
+    if (random.Index(2) == 0)
+        return random.Of(kPlaces);
+    return {random.Between(72, 138), random.Between(0.8, 55.9)};
+}
+
+/// A case with tiles under it, if there is any in a number of draws: the coarsest levels of
+/// Baidu's grid have none.
+Request Draw(SweepRandom& random, const std::vector<int>& schemes, int datum, int level, int size)
+{
+    constexpr int kDraws = 20;
+    Request request{};
+    for (int i = 0; i < kDraws; ++i) {
+        request = MakeRequest(random.Of(schemes), datum, TileAt(DrawPlace(random), level), size);
+        if (RangeOf(request))
+            break;
     }
-    bool Takes() { return m_count++ % m_thin == 0; }
-
-private:
-    int m_thin;
-    int m_count = 0;
-};
-
-void ExpectSame(Sweep& sweep, const std::vector<int>& schemes, const std::vector<int>& sizes)
-{
-    for (const int scheme : schemes)
-        for (const int datum : {0, 1, 2})
-            for (const Place& place : kPlaces)
-                for (int level = 0; level <= 20; ++level)
-                    for (const int size : sizes)
-                        if (sweep.Takes()) {
-                            ASSERT_EQ(
-                                Difference(MakeRequest(scheme, datum, TileAt(place, level), size)),
-                                "");
-                        }
+    return request;
 }
 
-TEST(SampleTile, GivesThePixelsOfTheDefinition)
+TEST(SampleTile, GivesThePixelsOfTheDefinitionAtEachLevelOfEachGridAndDatum)
 {
-    Sweep sweep(13);
-    ExpectSame(sweep, {9, 10, 13}, {64});
-    Sweep others(61);
-    ExpectSame(others, {0, 3, 4, 5, 6, 11, 14}, {64});
+    if (const int thin = AskedSweep())
+        return ExpectSame(thin, {64});
+    constexpr int kRounds = 3;
+    SweepRandom random;
+    for (const std::vector<int>& schemes : kFamilies)
+        for (const int datum : kDatums)
+            for (int level = 0; level <= kLastLevel; ++level)
+                for (int round = 0; round < kRounds; ++round)
+                    ASSERT_EQ(Difference(Draw(random, schemes, datum, level, 64)), "")
+                        << random.Text();
 }
 
-TEST(SampleTile, GivesThePixelsOfTheDefinitionInLargeTiles)
+/// Each size at a fine level, where shifts are interpolated between knots, and at any level; the
+/// largest, which takes a million of the definition's pixels, at one of the two.
+TEST(SampleTile, GivesThePixelsOfTheDefinitionInEachSizeForEachGridAndDatum)
 {
-    Sweep sweep(257);
-    ExpectSame(sweep, {9, 10, 13}, {256, 300});
-    Sweep large(2003);
-    ExpectSame(large, {9, 10, 13}, {512, 1024});
+    if (const int thin = AskedSweep())
+        return ExpectSame(thin, {256, 300, 512, 1024});
+    constexpr int kFirstFine = 9;
+    SweepRandom random;
+    for (const std::vector<int>& schemes : kFamilies)
+        for (const int datum : kDatums)
+            for (const int size : {64, 256, 300, 512, 1024}) {
+                const int fine = kFirstFine + static_cast<int>(random.Index(12));
+                std::vector<int> levels = {fine, static_cast<int>(random.Index(kLastLevel + 1))};
+                if (size == 1024)
+                    levels = {random.Of(levels)};
+                for (const int level : levels)
+                    ASSERT_EQ(Difference(Draw(random, schemes, datum, level, size)), "")
+                        << random.Text();
+            }
 }
 
 TEST(SampleTile, GivesThePixelsOfTheDefinitionAtTheFinestLevels)
