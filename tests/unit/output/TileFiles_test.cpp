@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "unit/retrieval/AddressTiles.h"
+#include "unit/support/ScriptedDefinition.h"
 #include "unit/support/ScriptedRasters.h"
 
 #include <gmock/gmock.h>
@@ -118,12 +119,21 @@ TEST_F(FetchWMTileFile, RefusesExtensionsThatLeaveTheFolder)
 class FetchWMTileFile2 : public TileFiles
 {
 protected:
-    unsigned char Get(const std::string& definition)
+    FetchWMTileFile2()
     {
-        const std::string file = m_folder.Write("source" + std::to_string(m_count++) + ".toml",
-                                                "url = \"http://d/{$z}/{$x}/{$y}\"\n" + definition);
-        return KxTileFetcher::FetchWMTileFile2(m_path, file.c_str(), 1, 2, 3, 256, 0);
+        m_definition.m_urlTemplate = "http://d/%d/%d/%d";
+        m_definition.m_axisOrder = "Z,X,Y";
+        m_definition.m_scheme = "WebMercatorWGS84";
+        m_service.Answer("http://d/3/1/2", NetError_Success, Testing::kTinyPng);
     }
+    /// Of a path of its own each time: the registry reads a definition once.
+    unsigned char Get()
+    {
+        const std::string key = "/definitions/" + std::to_string(m_count++) + ".toml";
+        return KxTileFetcher::FetchWMTileFile2(m_path, key.c_str(), 1, 2, 3, 256, 0);
+    }
+
+    Testing::ScriptedDefinition m_definition;
     static int m_count;
 };
 
@@ -131,8 +141,7 @@ int FetchWMTileFile2::m_count = 0;
 
 TEST_F(FetchWMTileFile2, MakesTheFolders)
 {
-    m_service.Answer("http://d/3/1/2", NetError_Success, Testing::kTinyPng);
-    ASSERT_EQ(Get("scheme = 10"), 1);
+    ASSERT_EQ(Get(), 1);
     EXPECT_TRUE(fs::exists(m_path.Cstr()));
     EXPECT_THAT(m_path.Cstr(), ::testing::EndsWith("/3/2/1.png"));
     EXPECT_TRUE(fs::exists(fs::path(m_path.Cstr()).replace_extension("pgw")));
@@ -140,15 +149,16 @@ TEST_F(FetchWMTileFile2, MakesTheFolders)
 
 TEST_F(FetchWMTileFile2, NamesTheFileForTheSourcesFormat)
 {
-    m_service.Answer("http://d/3/1/2", NetError_Success, Testing::kTinyPng);
-    ASSERT_EQ(Get("scheme = 10\nformat = \"jpg\""), 1);
+    m_definition.m_imageFormat = "jpg";
+    ASSERT_EQ(Get(), 1);
     EXPECT_THAT(m_path.Cstr(), ::testing::EndsWith("/3/2/1.jpg"));
     EXPECT_TRUE(fs::exists(fs::path(m_path.Cstr()).replace_extension("pgw")));
 }
 
 TEST_F(FetchWMTileFile2, FailsWithAnUnreadableDefinition)
 {
-    EXPECT_EQ(KxTileFetcher::FetchWMTileFile2(m_path, "/no/such.toml", 1, 2, 3, 256, 0), 0);
+    m_definition.m_result = 0;
+    EXPECT_EQ(Get(), 0);
     EXPECT_EQ(m_path, "");
 }
 
