@@ -57,6 +57,7 @@ void AddQuadKeyCommand(CLI::App& app, const GlobalOptions& options);
 void AddHistoryCommand(CLI::App& app, const GlobalOptions& options);
 void AddSourceCommand(CLI::App& app, const GlobalOptions& options);
 void AddCacheCommand(CLI::App& app, const GlobalOptions& options);
+void AddFilesCommand(CLI::App& app, const GlobalOptions& options);
 
 /// Runs one command line.
 /// @return the exit code
