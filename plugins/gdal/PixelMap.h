@@ -16,7 +16,7 @@ struct TileCentres
     double m_south;
     double m_step;
 
-    KxPoint3d At(int row, int column) const
+    KxPoint3d At(double row, double column) const
     {
         return {m_west + column * m_step, m_south + row * m_step, 0};
     }

@@ -5,18 +5,34 @@
 
 #include <array>
 #include <cmath>
+#include <cstddef>
 
 namespace KxC {
 
-/// Finds where the pixel centres of a tile lie on a raster. A square whose middle and edges lie
-/// where its corners let expect it is filled between the corners; any other is quartered, and the
-/// smallest are transformed point by point. So a seam of the projection, where positions jump,
-/// costs what it touches.
+/// A position as a polynomial of second order in the steps from a row's first pixel.
+struct RowCurve
+{
+    double m_start, m_slope, m_bend;
+
+    /// Through values at the first step, in the middle, and at the last one.
+    RowCurve(double first, double middle, double last, double steps)
+        : m_start(first), m_slope((4 * middle - 3 * first - last) / steps),
+          m_bend(2 * (first - 2 * middle + last) / (steps * steps))
+    {
+    }
+
+    double At(double step) const { return m_start + step * (m_slope + step * m_bend); }
+};
+
+/// Finds where the pixel centres of a tile lie on a raster. Surfaces of second order are laid
+/// through nine points of a square; where four others lie on them, the square is filled from them,
+/// else it is quartered, and the smallest are transformed point by point. So a seam of the
+/// projection, where positions jump, costs what it touches.
 template <typename Take>
 class PositionGrid
 {
 public:
-    /// @param tolerance  pixels of the full raster that a position may be off
+    /// @param tolerance  pixels of the full raster that the four may be off
     PositionGrid(const Georeference& georeference,
                  const TileCentres& centres,
                  double tolerance,
@@ -25,99 +41,97 @@ public:
     {
     }
 
-    void Run()
-    {
-        constexpr int kLast = kTileSide - 1;
-        std::array<KxPoint3d, 4> corners = {m_centres.At(0, 0),
-                                            m_centres.At(0, kLast),
-                                            m_centres.At(kLast, 0),
-                                            m_centres.At(kLast, kLast)};
-        m_georeference.ToPixels(corners.data(), 4);
-        Fill({0, 0, kLast, kLast, corners[0], corners[1], corners[2], corners[3]});
-    }
+    void Run() { Fill({0, 0, kTileSide - 1, kTileSide - 1}); }
 
 private:
-    static constexpr int kSmallest = 8; ///< pixels from a square's first to its last
+    static constexpr int kSmallest = 8; ///< steps from a square's first pixel to its last
+    static constexpr std::size_t kControls = 9;
+    static constexpr std::size_t kTests = 4;
 
-    /// Rows and columns from first to last, both included, and where its corners lie.
+    /// Rows and columns from first to last, both included.
     struct Square
     {
         int m_south, m_west, m_north, m_east;
-        KxPoint3d m_southWest, m_southEast, m_northWest, m_northEast;
-    };
 
-    static KxPoint3d Between(const KxPoint3d& from, const KxPoint3d& to, double share)
+        double Up() const { return m_north - m_south; }
+        double Right() const { return m_east - m_west; }
+    };
+    /// Three rows of three, from the south-west; then the four in the middles of their quarters.
+    using Points = std::array<KxPoint3d, kControls + kTests>;
+
+    Points PointsOf(const Square& square) const
     {
-        return {from.x + (to.x - from.x) * share, from.y + (to.y - from.y) * share, 0};
+        Points points;
+        std::size_t i = 0;
+        const auto add = [&](double up, double right) {
+            points[i++] = m_centres.At(square.m_south + up * square.Up(),
+                                       square.m_west + right * square.Right());
+        };
+        for (const double up : {0.0, 0.5, 1.0})
+            for (const double right : {0.0, 0.5, 1.0})
+                add(up, right);
+        for (const double up : {0.25, 0.75})
+            for (const double right : {0.25, 0.75})
+                add(up, right);
+        m_georeference.ToPixels(points.data(), static_cast<int>(points.size()));
+        return points;
     }
-    bool IsNear(const KxPoint3d& place, const KxPoint3d& expected) const
+
+    /// The curve along a row of the square, of one coordinate.
+    static RowCurve
+    CurveAt(const Points& points, double KxPoint3d::*axis, double up, double upSteps, double steps)
     {
-        return std::abs(place.x - expected.x) <= m_tolerance && // false for NaN
-               std::abs(place.y - expected.y) <= m_tolerance;
+        const auto control = [&](std::size_t i) {
+            return RowCurve(points[i].*axis, points[i + 3].*axis, points[i + 6].*axis, upSteps)
+                .At(up);
+        };
+        return {control(0), control(1), control(2), steps};
     }
 
     void Fill(const Square& square)
     {
-        if (square.m_east - square.m_west <= kSmallest)
+        if (square.Right() <= kSmallest)
             return FillExactly(square);
-        const int row = (square.m_south + square.m_north) / 2;
-        const int column = (square.m_west + square.m_east) / 2;
-        std::array<KxPoint3d, 5> places = {m_centres.At(square.m_south, column),
-                                           m_centres.At(row, square.m_west),
-                                           m_centres.At(row, column),
-                                           m_centres.At(row, square.m_east),
-                                           m_centres.At(square.m_north, column)};
-        m_georeference.ToPixels(places.data(), 5);
-        if (IsEven(square, places))
-            FillBetween(square);
+        const Points points = PointsOf(square);
+        if (IsEven(points))
+            FillFrom(points, square);
         else
-            FillQuarters(square, places);
+            FillQuarters(square);
     }
 
-    bool IsEven(const Square& square, const std::array<KxPoint3d, 5>& places) const
+    bool IsEven(const Points& points) const
     {
-        // The middle of whole numbers may lie half a pixel beside that of the square.
-        const double up =
-            Share((square.m_south + square.m_north) / 2, square.m_south, square.m_north);
-        const double right =
-            Share((square.m_west + square.m_east) / 2, square.m_west, square.m_east);
-        const KxPoint3d west = Between(square.m_southWest, square.m_northWest, up);
-        const KxPoint3d east = Between(square.m_southEast, square.m_northEast, up);
-        return IsNear(places[0], Between(square.m_southWest, square.m_southEast, right)) &&
-               IsNear(places[1], west) && IsNear(places[2], Between(west, east, right)) &&
-               IsNear(places[3], east) &&
-               IsNear(places[4], Between(square.m_northWest, square.m_northEast, right));
+        std::size_t test = kControls;
+        for (const double up : {0.25, 0.75})
+            for (const double right : {0.25, 0.75}) {
+                const double x = CurveAt(points, &KxPoint3d::x, up, 1, 1).At(right);
+                const double y = CurveAt(points, &KxPoint3d::y, up, 1, 1).At(right);
+                if (!(std::abs(points[test].x - x) <= m_tolerance && // also for NaN
+                      std::abs(points[test].y - y) <= m_tolerance))
+                    return false;
+                ++test;
+            }
+        return true;
     }
 
-    static double Share(int at, int first, int last)
+    void FillQuarters(const Square& s)
     {
-        return static_cast<double>(at - first) / (last - first);
-    }
-
-    void FillQuarters(const Square& s, const std::array<KxPoint3d, 5>& places)
-    {
-        const auto& [south, west, middle, east, north] = places;
         const int row = (s.m_south + s.m_north) / 2;
         const int column = (s.m_west + s.m_east) / 2;
-        // Neighbours share a row or column of pixels, whose position is known.
-        Fill({s.m_south, s.m_west, row, column, s.m_southWest, south, west, middle});
-        Fill({s.m_south, column, row, s.m_east, south, s.m_southEast, middle, east});
-        Fill({row, s.m_west, s.m_north, column, west, middle, s.m_northWest, north});
-        Fill({row, column, s.m_north, s.m_east, middle, east, north, s.m_northEast});
+        Fill({s.m_south, s.m_west, row, column});
+        Fill({s.m_south, column + 1, row, s.m_east});
+        Fill({row + 1, s.m_west, s.m_north, column});
+        Fill({row + 1, column + 1, s.m_north, s.m_east});
     }
 
-    void FillBetween(const Square& square)
+    void FillFrom(const Points& points, const Square& square)
     {
-        const double rowShare = 1.0 / (square.m_north - square.m_south);
-        const double columnShare = 1.0 / (square.m_east - square.m_west);
         for (int row = square.m_south; row <= square.m_north; ++row) {
-            const double up = (row - square.m_south) * rowShare;
-            const KxPoint3d west = Between(square.m_southWest, square.m_northWest, up);
-            const KxPoint3d east = Between(square.m_southEast, square.m_northEast, up);
-            const double stepX = (east.x - west.x) * columnShare;
-            const double stepY = (east.y - west.y) * columnShare;
+            const double up = row - square.m_south;
+            const RowCurve x = CurveAt(points, &KxPoint3d::x, up, square.Up(), square.Right());
+            const RowCurve y = CurveAt(points, &KxPoint3d::y, up, square.Up(), square.Right());
             for (int i = 0; i <= square.m_east - square.m_west; ++i)
-                m_take(row, square.m_west + i, west.x + i * stepX, west.y + i * stepY);
+                m_take(row, square.m_west + i, x.At(i), y.At(i));
         }
     }
 
@@ -142,7 +156,7 @@ private:
     Take m_take;
 };
 
-/// Hands row, column and position of every pixel centre to `take`, some more than once.
+/// Hands row, column and position of every pixel centre to `take`.
 template <typename Take>
 void FillPositions(const Georeference& georeference,
                    const TileCentres& centres,
