@@ -2,7 +2,6 @@
 #include "TilePacks.h"
 
 #include "KxFile.h"
-#include "KxImgUtility.h"
 
 #include <gtest/gtest.h>
 #include <sqlite3.h>
@@ -11,23 +10,12 @@
 #include <filesystem>
 #include <stdexcept>
 #include <utility>
-#include <vector>
 
 namespace KxC::Test {
 
 namespace {
 
 using Bytes = std::unique_ptr<unsigned char, decltype(&std::free)>;
-
-std::string Encode(const std::vector<unsigned char>& pixels, int side)
-{
-    unsigned char* data = nullptr;
-    unsigned int size = 0;
-    if (KxImgUtility::SaveImageToMemory(pixels.data(), side, side, 24, data, size, ".png", 0) == 0)
-        throw std::runtime_error("no picture");
-    const Bytes owner(data, &std::free);
-    return {reinterpret_cast<const char*>(data), size};
-}
 
 } // namespace
 
@@ -120,33 +108,6 @@ const std::string& MbTilesFile::Close()
 {
     sqlite3_close(std::exchange(m_connection, nullptr));
     return m_path;
-}
-
-std::string PngOf(unsigned char red, unsigned char green, unsigned char blue)
-{
-    std::vector<unsigned char> pixels;
-    for (int i = 0; i < 256 * 256; ++i)
-        pixels.insert(pixels.end(), {red, green, blue});
-    return Encode(pixels, 256);
-}
-
-unsigned int ColourOfPlace(int col, int row)
-{
-    const auto x = static_cast<unsigned int>(col);
-    const auto y = static_cast<unsigned int>(row);
-    return (x & 0xFFU) << 16U | (y & 0xFFU) << 8U | (x >> 8U) << 4U | y >> 8U;
-}
-
-std::string PngOfPlace(int row, int col, int side)
-{
-    std::vector<unsigned char> pixels;
-    for (int y = 0; y < side; ++y)
-        for (int x = 0; x < side; ++x) {
-            const unsigned int colour = ColourOfPlace(col * side + x, row * side + y);
-            for (const unsigned int shift : {16U, 8U, 0U})
-                pixels.push_back(static_cast<unsigned char>(colour >> shift));
-        }
-    return Encode(pixels, side);
 }
 
 } // namespace KxC::Test

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "KxRasterDataAccessor.h"
+#include "support/TilePictures.h"
 
 #include <functional>
 #include <memory>
@@ -10,6 +11,10 @@
 struct sqlite3;
 
 namespace KxC::Test {
+
+using TilePictures::ColourOfPlace;
+using TilePictures::PngOf;
+using TilePictures::PngOfPlace;
 
 /// A fresh reader of the real plug-in.
 std::unique_ptr<KxRasterDataAccessor> NewReader(const char* extension);
@@ -49,15 +54,5 @@ private:
     std::string m_path;
     sqlite3* m_connection = nullptr;
 };
-
-/// A picture of one colour, 256 pixels a side.
-std::string PngOf(unsigned char red, unsigned char green, unsigned char blue);
-
-/// A tile whose pixels say where they lie on the level: column in red, row counted from the south
-/// in green, the rest of both in blue. Right for levels whose side has
-/// at most 4096 pixels.
-std::string PngOfPlace(int row, int col, int side = 256);
-/// The same colour for any pixel of the level.
-unsigned int ColourOfPlace(int col, int row);
 
 } // namespace KxC::Test

@@ -4,6 +4,9 @@
 
 pmtiles_reader.py FILE FOLDER    writes every tile as FOLDER/Z-X-Y (Y counted from the north) and
                                  what the archive says of itself as FOLDER/header.json
+pmtiles_reader.py --check FILE   fails unless the archive is clustered, holds nothing twice and
+                                 nothing between its sections, and its header tells the truth;
+                                 prints what it says of itself
 """
 import gzip
 import json
@@ -113,7 +116,40 @@ class Archive:
                 yield place(tile_id + step), self.data[start:start + size]
 
 
+def check(archive):
+    """The header, the metadata, and what is wrong with either."""
+    head = archive.header
+    entries = list(archive.entries())
+    assert head["magic"] == "PMTiles" and head["version"] == 3
+    assert head["root_offset"] == 127 and 127 + head["root_length"] <= 16384
+    end = 127
+    for name in ("root", "metadata", "leaves", "tiles"):
+        assert head[name + "_offset"] == end, f"{name} does not follow what goes before it"
+        end += head[name + "_length"]
+    assert end == len(archive.data), "there are bytes behind the last section"
+    assert all(one[0] + one[1] <= other[0] for one, other in zip(entries, entries[1:]))
+    assert not any(one[0] + one[1] == other[0] and one[2:] == other[2:]
+                   for one, other in zip(entries, entries[1:])), "a run is in two entries"
+    placed = 0
+    for tile_id, _, size, offset in entries:
+        assert offset <= placed, f"the tile {tile_id} is not in its place"
+        placed = max(placed, offset + size)
+    assert head["clustered"] == 1 and placed == head["tiles_length"]
+    contents = {(offset, size) for _, _, size, offset in entries}
+    start = head["tiles_offset"]
+    pictures = {archive.data[start + offset:start + offset + size] for offset, size in contents}
+    assert len(contents) == len(pictures) == head["contents"], "a picture is there twice"
+    assert head["addressed"] == sum(run for _, run, _, _ in entries)
+    assert head["entries"] == len(entries)
+    assert head["min_zoom"] == place(entries[0][0])[0]
+    assert head["max_zoom"] == place(entries[-1][0] + entries[-1][1] - 1)[0]
+    return {"header": head, "metadata": archive.metadata(), "depth": archive.depth}
+
+
 def main():
+    if sys.argv[1] == "--check":
+        print(json.dumps(check(Archive(sys.argv[2])), indent=1))
+        return
     archive = Archive(sys.argv[1])
     folder = pathlib.Path(sys.argv[2])
     for (level, x, y), data in archive.tiles():
