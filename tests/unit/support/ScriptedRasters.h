@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -30,7 +31,11 @@ public:
     std::string m_storedBytes;
     /// The picture of a tile by level, row and column; null for none.
     std::function<std::unique_ptr<KxImageData>(int, int, int)> m_image;
+    void Note(std::string call);
     std::vector<std::string> m_calls; ///< "Open path", "image 3/2/1", "stored 3/2/1", "destroyed"
+
+private:
+    std::mutex m_mutex; ///< guards m_calls while several threads cut
 };
 
 /// A new accessor of the rasters in force; null when there are none or the extension is another.
