@@ -62,7 +62,8 @@ void RunFiles(const GlobalOptions& global, const FilesArguments& arguments)
     const TileJobOptions job = OptionsFor(options, arguments, tree);
     const TileJobEnd end = RunTileJob(
         tiles, [&tree](const HostTile& tile) { return tree.Make(tile); }, job);
-    tree.Tidy();
+    if (!end.m_isInterrupted) // that must be over soon, and the tree may be large
+        tree.Tidy();
     PrintJobEnd(options, end, tree.GetFolder(), job.m_failedList);
     ThrowUnlessComplete(end);
 }
