@@ -55,6 +55,8 @@ void AddQuadKeyCommand(CLI::App& app, const GlobalOptions& options);
 void AddHistoryCommand(CLI::App& app, const GlobalOptions& options);
 void AddSourceCommand(CLI::App& app, const GlobalOptions& options);
 void AddCacheCommand(CLI::App& app, const GlobalOptions& options);
+void AddRasterCommand(CLI::App& app, const GlobalOptions& options);
+void AddMosaicCommand(CLI::App& app, const GlobalOptions& options);
 
 /// Runs one command line.
 /// @return the exit code
