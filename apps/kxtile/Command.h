@@ -58,6 +58,8 @@ void AddHistoryCommand(CLI::App& app, const GlobalOptions& options);
 void AddSourceCommand(CLI::App& app, const GlobalOptions& options);
 void AddCacheCommand(CLI::App& app, const GlobalOptions& options);
 void AddFilesCommand(CLI::App& app, const GlobalOptions& options);
+void AddRasterCommand(CLI::App& app, const GlobalOptions& options);
+void AddMosaicCommand(CLI::App& app, const GlobalOptions& options);
 
 /// Runs one command line.
 /// @return the exit code
