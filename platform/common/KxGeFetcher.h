@@ -77,6 +77,8 @@ public:
     static const KxGeFetchInfo& GetLastFetchInfo();
     /// Forgets it, so that a host can tell whether an operation asked an earth server at all.
     static void ClearLastFetchInfo();
+    /// Notes what came of an operation that another thread did for the calling one as well.
+    static void SetLastFetchInfo(const KxGeFetchInfo& info);
 
 private:
     unsigned char m_bHistroyDataUsed;

@@ -164,4 +164,9 @@ void KxGeFetcher::ClearLastFetchInfo()
     ThreadInfo() = KxGeFetchInfo{};
 }
 
+void KxGeFetcher::SetLastFetchInfo(const KxGeFetchInfo& info)
+{
+    ThreadInfo() = info;
+}
+
 } // namespace KxC
