@@ -36,16 +36,15 @@ export class ExtentPanel {
     const source = this.current();
     if (!source) return [h('p', {}, 'Choose a source first.')];
     const zoom = Math.round(this.mapView.view.getZoom());
-    const seen = visibleExtent(this.mapView.extent(), zoom, source.bounds);
-    if (!seen) return [h('p', {}, `${source.name} has nothing in this view.`)];
+    const bounds = visibleExtent(this.mapView.extent(), zoom, source.bounds);
+    if (!bounds) return [h('p', {}, `${source.name} has nothing in this view.`)];
     const levels = this.levels(source, zoom);
     return [
       h('p', { class: 'panel-lead' }, 'What is in view, of ', h('strong', {}, source.name), ', on the command line.'),
-      seen.isCut ? h('p', { class: 'remark' }, 'The view reaches across 180°. The extent ends there.') : null,
-      this.extentTable(seen.bounds),
+      this.extentTable(bounds),
       this.levelFields(source, levels),
-      this.tileTable(seen.bounds, levels),
-      ...this.commands(source, seen.bounds, levels, Math.min(zoom, source.maxzoom)),
+      this.tileTable(bounds, levels),
+      ...this.commands(source, bounds, levels, Math.min(zoom, source.maxzoom)),
     ];
   }
 
@@ -95,6 +94,8 @@ export class ExtentPanel {
   }
 
   mosaic(source, bounds, zoom) {
+    if (bounds[0] > bounds[2])
+      return [h('h3', {}, 'One picture'), h('p', { class: 'remark' }, 'A mosaic does not go across 180°; move the view.')];
     const [width, height] = mosaicSize(bounds, zoom);
     return [
       h('h3', {}, 'One picture'),

@@ -12,7 +12,7 @@ const short = (number, digits) => String(Number(number.toFixed(digits)));
 export const argumentOf = (source) => source.argument ?? source.id;
 
 const sharedOptions = (bounds, [from, to]) =>
-  `--bounds ${bounds.map((degrees) => short(degrees, 8)).join(',')} --levels ${from}-${to}`;
+  `--bounds ${bounds.map((degrees) => short(degrees, 8)).join(',')} --levels ${from === to ? from : `${from}-${to}`}`;
 
 /**
  * @param {import('../types.js').Source} source

@@ -21,10 +21,11 @@ export function spacingAt(pixelsPerDegree, distance) {
 }
 
 /** Degrees of the lines between two others, ends included. */
-export function linesBetween(from, to, { numerator, decimals, degrees }) {
+export function linesBetween(from, to, { numerator, decimals }) {
+  const power = 10 ** decimals;
   const lines = [];
-  for (let i = Math.ceil(from / degrees); i <= Math.floor(to / degrees); ++i)
-    lines.push((i * numerator) / 10 ** decimals);
+  for (let i = Math.ceil((from * power) / numerator); i <= Math.floor((to * power) / numerator); ++i)
+    lines.push((i * numerator) / power);
   return lines;
 }
 

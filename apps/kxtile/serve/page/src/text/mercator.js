@@ -43,19 +43,31 @@ export function tileExtent({ z, x, y }) {
   return [x * edge - kHalf, kHalf - (y + 1) * edge, (x + 1) * edge - kHalf, kHalf - y * edge];
 }
 
+/** In tiles: what lies this close to a tile's edge is meant to lie on it, as kxtile has it. */
+const kOnTheEdge = 1e-6;
+
 /**
- * How many tiles of a level an extent touches with more than its edge.
- * @param {number[]} bounds  west, south, east, north in degrees, west not beyond east
+ * How many tiles of a level bounds touch with more than their edge, as kxtile counts them.
+ * @param {number[]} bounds  west, south, east, north in degrees; west beyond east where the
+ *        antimeridian lies inside
  */
 export function countTiles([west, south, east, north], z) {
-  const count = 2 ** z;
-  const columns = span(((west + 180) / 360) * count, ((east + 180) / 360) * count, count);
-  const row = (lat) => (0.5 - toY(lat) / (2 * kHalf)) * count;
-  return columns * span(row(north), row(south), count);
+  const column = (lon) => (lon + 180) / 360;
+  const row = (lat) => 0.5 - toY(lat) / (2 * kHalf);
+  const rows = lengthOf(span(row(north), row(south), z));
+  if (west <= east) return rows * lengthOf(span(column(west), column(east), z));
+  const before = span(column(west), 1, z);
+  const behind = span(0, column(east), z);
+  const isRound = behind.last + 1 >= before.first;
+  return rows * (isRound ? before.last + 1 : lengthOf(before) + lengthOf(behind));
 }
 
-function span(from, to, count) {
-  const first = Math.max(0, Math.min(count - 1, Math.floor(from)));
-  const last = Math.max(first, Math.min(count, Math.ceil(to)) - 1);
-  return last - first + 1;
+const lengthOf = ({ first, last }) => last - first + 1;
+
+/** Tiles between two positions on an axis, in parts of the world. */
+function span(from, to, z) {
+  const count = 2 ** z;
+  const bound = (index) => Math.max(0, Math.min(count - 1, index));
+  const first = bound(Math.floor(from * count + kOnTheEdge));
+  return { first, last: Math.max(first, bound(Math.ceil(to * count - kOnTheEdge) - 1)) };
 }
