@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+import { linesOf, onFirstWorld } from '../text/tileWords.js';
 import { canvasLayer } from './canvasLayer.js';
 
 const kFont = '11px ui-monospace, "DejaVu Sans Mono", Menlo, Consolas, monospace';
@@ -13,25 +14,6 @@ function* tilesIn(grid, extent, z) {
   const range = grid.getTileRangeForExtentAndZ(extent, z);
   for (let x = range.minX; x <= range.maxX; ++x)
     for (let y = Math.max(0, range.minY); y <= Math.min(2 ** z - 1, range.maxY); ++y) yield { z, x, y };
-}
-
-/** The tile of the first world. */
-export function onFirstWorld({ z, x, y }) {
-  const count = 2 ** z;
-  return { z, x: ((x % count) + count) % count, y };
-}
-
-/** A tile's lines: its address, where it came from and how long it took. */
-export function linesOf(tile, record) {
-  const address = `${tile.z}/${tile.x}/${tile.y}`;
-  if (!record) return [address];
-  const time = Number.isFinite(record.ms) ? `${formatMs(record.ms)} ms` : '';
-  const state = record.message ? record.status || 'no answer' : record.cache || record.status;
-  return [address, [state, time].filter(Boolean).join(' · ')];
-}
-
-function formatMs(ms) {
-  return ms >= 10 ? ms.toFixed(0) : ms.toFixed(ms >= 1 ? 1 : 2);
 }
 
 /** Words in the corner of what is visible of a tile, as long as they fit into it. */

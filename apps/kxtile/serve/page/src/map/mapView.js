@@ -56,6 +56,8 @@ export class MapView {
       maxTilesLoading: 12,
     });
     this.map.on('moveend', () => this.tellMove());
+    this.map.on('loadstart', () => target.setAttribute('aria-busy', 'true'));
+    this.map.on('rendercomplete', () => target.setAttribute('aria-busy', 'false'));
     store.subscribe((view) => this.show(view));
     this.show(store.view);
   }

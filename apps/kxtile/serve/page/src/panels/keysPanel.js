@@ -23,7 +23,7 @@ export class KeysPanel {
         '(31.23N 121.47E), also as degrees, minutes and seconds. A tile is z/x/y, as in tile addresses: level, ' +
         'column, row from the north.'),
       h('p', { class: 'about' }, `KxTile ${this.version}. This page holds OpenLayers: `,
-        outerLink('licenses.txt', 'licences'), '.'),
+        outerLink('page/licenses.txt', 'licences'), '.'),
     ];
   }
 }

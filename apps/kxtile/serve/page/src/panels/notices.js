@@ -2,7 +2,7 @@
 import { visibleExtent } from '../text/extent.js';
 import { h, debounce, replace } from '../ui/dom.js';
 import { icon } from '../ui/icons.js';
-import { onFirstWorld } from '../map/bordersLayer.js';
+import { onFirstWorld } from '../text/tileWords.js';
 
 /** @typedef {{text: string, action?: string, run?: () => void, isFault: boolean}} Notice */
 
