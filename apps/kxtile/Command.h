@@ -55,6 +55,7 @@ void AddQuadKeyCommand(CLI::App& app, const GlobalOptions& options);
 void AddHistoryCommand(CLI::App& app, const GlobalOptions& options);
 void AddSourceCommand(CLI::App& app, const GlobalOptions& options);
 void AddCacheCommand(CLI::App& app, const GlobalOptions& options);
+void AddServeCommand(CLI::App& app, const GlobalOptions& options);
 
 /// Runs one command line.
 /// @return the exit code

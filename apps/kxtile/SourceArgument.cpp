@@ -30,16 +30,6 @@ const std::map<std::string, int> kSchemes{{"mercator", kSchemeWebMercator},
                                           {"earth", kSchemeEarthHistory}};
 const std::map<std::string, int> kDatums{{"wgs84", 0}, {"gcj02", 1}, {"bd09", 2}};
 
-std::string Describe(const KxC::KxTSDMessage& message)
-{
-    std::string text;
-    if (message.m_nLine > 0)
-        text += fmt::format("line {}: ", message.m_nLine);
-    if (message.m_strKey.IsEmpty() == 0)
-        text += fmt::format("{}: ", message.m_strKey.Cstr());
-    return text + message.m_strText.Cstr();
-}
-
 /// Doubles the percent signs that the library would take for conversions, so that those of the
 /// URL's own stay what they are. One straight before a placeholder is one of them.
 std::string EscapePercentSigns(const std::string& text)
@@ -136,6 +126,16 @@ CLI::Validator NameOrNumber(const std::map<std::string, int>& codes)
 }
 
 } // namespace
+
+std::string DescribeMessage(const KxC::KxTSDMessage& message)
+{
+    std::string text;
+    if (message.m_nLine > 0)
+        text += fmt::format("line {}: ", message.m_nLine);
+    if (message.m_strKey.IsEmpty() == 0)
+        text += fmt::format("{}: ", message.m_strKey.Cstr());
+    return text + message.m_strText.Cstr();
+}
 
 void SourceArgument::AddTo(CLI::App& command, Presence presence)
 {
@@ -242,9 +242,9 @@ KxC::KxTSDParamItem* SourceArgument::LoadDefinition() const
     std::string errors;
     for (const KxC::KxTSDMessage& message : KxC::KxUtility::GetLastTSDMessages()) {
         if (message.m_bError)
-            errors += (errors.empty() ? "" : "\n        ") + Describe(message);
+            errors += (errors.empty() ? "" : "\n        ") + DescribeMessage(message);
         else
-            fmt::print(stderr, "kxtile: {}: warning: {}\n", path, Describe(message));
+            fmt::print(stderr, "kxtile: {}: warning: {}\n", path, DescribeMessage(message));
     }
     if (!errors.empty())
         throw CommandError(

@@ -22,6 +22,9 @@ enum class SourceUse {
     Describe, ///< what the definition says, without a request
 };
 
+/// What the loader says of a definition: where, and what.
+std::string DescribeMessage(const KxC::KxTSDMessage& message);
+
 /// A tile source as a command line names it: a definition file, the bare name of a ready
 /// definition, or a URL template with the options that describe it.
 class SourceArgument

@@ -88,6 +88,7 @@ class KXCOMMON_API KxRawDataTypeCacheManager
 public:
     enum CacheType : int {
         CacheType_SourceTile = 0, ///< tile bytes as they decode
+        CacheType_OutputTile = 1, ///< tiles that a host made of them, encoded
     };
 
     KxRawDataTypeCacheManager();

@@ -114,6 +114,9 @@ public:
     void SetBudget(std::size_t bytes);
     std::size_t GetBudget() const;
     KxWMTileDataCacheStatistics GetStatistics() const;
+    /// The same with the calling thread's own hits and misses, so that a host can tell whether an
+    /// operation found all its tiles. Threads beyond the first 64 share their counts with others.
+    KxWMTileDataCacheStatistics GetThreadStatistics() const;
     /// Forgets every tile; those that a thread still holds live on until it lets go.
     void Clear();
 

@@ -24,5 +24,7 @@ FormText WriteTileJson(const KxC::KxTSDParamItem& source);
 FormText WriteGdalXml(const KxC::KxTSDParamItem& source);
 /// XYZ connections as QGIS exports and imports them.
 FormText WriteQgisXml(const KxC::KxTSDParamItem& source);
+/// Several connections in one list.
+FormText WriteQgisXml(const std::vector<const KxC::KxTSDParamItem*>& sources);
 
 } // namespace KxTileHost

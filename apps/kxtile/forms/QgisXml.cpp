@@ -34,19 +34,13 @@ const char* PixelRatio(int tileSize)
     return tileSize == 256 ? "1" : tileSize == 512 ? "2" : "0";
 }
 
-} // namespace
-
-FormText WriteQgisXml(const KxC::KxTSDParamItem& source)
+void WriteConnection(XmlText& xml, const KxC::KxTSDParamItem& source)
 {
-    const FormLimits limits = LimitsOf(source);
-    limits.ThrowIfAny();
     const UrlWords words{
         FirstServer(source), "{x}", source.m_nSouthToNorth != 0 ? "{-y}" : "{y}", "{z}", "{q}"};
     const bool levels = HasMaxLevel(source);
     const std::string name =
         source.m_strAttr1.IsEmpty() != 0 ? "KxTile source" : source.m_strAttr1.Cstr();
-    XmlText xml("qgsXYZTilesConnections");
-    xml.Attribute("version", "1.0");
     xml.Begin("xyztiles");
     xml.Attribute("name", name);
     xml.Attribute("url", WriteUrl(UrlPiecesOf(source), words));
@@ -58,7 +52,29 @@ FormText WriteQgisXml(const KxC::KxTSDParamItem& source)
     xml.Attribute("authcfg", "");
     xml.Attribute("username", "");
     xml.Attribute("password", "");
-    return {xml.ToText(), limits.Losses()};
+    xml.End();
+}
+
+} // namespace
+
+FormText WriteQgisXml(const KxC::KxTSDParamItem& source)
+{
+    return WriteQgisXml(std::vector{&source});
+}
+
+FormText WriteQgisXml(const std::vector<const KxC::KxTSDParamItem*>& sources)
+{
+    FormText form;
+    XmlText xml("qgsXYZTilesConnections");
+    xml.Attribute("version", "1.0");
+    for (const KxC::KxTSDParamItem* const source : sources) {
+        const FormLimits limits = LimitsOf(*source);
+        limits.ThrowIfAny();
+        WriteConnection(xml, *source);
+        form.m_losses.insert(form.m_losses.end(), limits.Losses().begin(), limits.Losses().end());
+    }
+    form.m_text = xml.ToText();
+    return form;
 }
 
 } // namespace KxTileHost

@@ -36,9 +36,9 @@ KxRawDataTreeResult
 OpenTree(KxRawDataTypeCacheManager::CacheType type, const KxString& name, TileDatabase& database)
 {
     const std::string_view view(name.Cstr(), static_cast<std::size_t>(name.GetLength()));
-    if (type != KxRawDataTypeCacheManager::CacheType_SourceTile || !IsSubTreeName(view))
+    if (!IsCacheType(type) || !IsSubTreeName(view))
         return KxRawDataTreeResult_Missing;
-    return TreeResultOf(database.Open(SubTreePath(SubTreeFolder(), view), false));
+    return TreeResultOf(database.Open(SubTreePath(SubTreeFolder(type), view), false));
 }
 
 /// Shows one tile to the visitor.

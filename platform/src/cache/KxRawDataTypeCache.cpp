@@ -83,8 +83,7 @@ int KxRawDataTypeCacheManager::Store::Open(const std::string& path)
 SubTree* KxRawDataTypeCacheManager::Store::Find(CacheType type, int handle)
 {
     const std::shared_lock<std::shared_mutex> guard(m_lock);
-    if (type != CacheType_SourceTile || handle < 0 ||
-        static_cast<std::size_t>(handle) >= m_trees.size())
+    if (!IsCacheType(type) || handle < 0 || static_cast<std::size_t>(handle) >= m_trees.size())
         return nullptr;
     return m_trees[static_cast<std::size_t>(handle)].get();
 }
@@ -107,9 +106,9 @@ KxRawDataTypeCacheManager::~KxRawDataTypeCacheManager()
 
 int KxRawDataTypeCacheManager::OpenSubTreeCache(CacheType type, const KxString& name)
 try {
-    if (type != CacheType_SourceTile || !IsSubTreeName(ViewOf(name)))
+    if (!IsCacheType(type) || !IsSubTreeName(ViewOf(name)))
         return -1;
-    return m_store->Open(SubTreePath(SubTreeFolder(), ViewOf(name)));
+    return m_store->Open(SubTreePath(SubTreeFolder(type), ViewOf(name)));
 } catch (...) {
     return -1;
 }
@@ -146,9 +145,9 @@ try {
 std::vector<KxRawDataSubTreeInfo> KxRawDataTypeCacheManager::ListSubTrees(CacheType type)
 try {
     std::vector<KxRawDataSubTreeInfo> trees;
-    if (type != CacheType_SourceTile)
+    if (!IsCacheType(type))
         return trees;
-    const std::string folder = SubTreeFolder();
+    const std::string folder = SubTreeFolder(type);
     for (const std::string& name : SubTreeNames(folder))
         trees.push_back(Describe(folder, name));
     return trees;

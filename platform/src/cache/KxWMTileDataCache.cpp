@@ -81,6 +81,11 @@ KxWMTileDataCacheStatistics KxWMTileDataCacheManager::GetStatistics() const
     return m_store->m_tiles.GetStatistics();
 }
 
+KxWMTileDataCacheStatistics KxWMTileDataCacheManager::GetThreadStatistics() const
+{
+    return m_store->m_tiles.GetThreadStatistics();
+}
+
 void KxWMTileDataCacheManager::Clear()
 {
     m_store->m_tiles.Clear();

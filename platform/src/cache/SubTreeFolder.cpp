@@ -51,10 +51,18 @@ bool IsSubTreeName(std::string_view name)
            std::all_of(name.begin(), name.end(), IsNameCharacter);
 }
 
-std::string SubTreeFolder()
+bool IsCacheType(KxRawDataTypeCacheManager::CacheType type)
 {
+    return type == KxRawDataTypeCacheManager::CacheType_SourceTile ||
+           type == KxRawDataTypeCacheManager::CacheType_OutputTile;
+}
+
+std::string SubTreeFolder(KxRawDataTypeCacheManager::CacheType type)
+{
+    const bool isOutput = type == KxRawDataTypeCacheManager::CacheType_OutputTile;
     const KxString& cache = KxFile::m_strAppCachePath;
-    return Joined({{cache.Cstr(), static_cast<std::size_t>(cache.GetLength())}, "/tiles"});
+    return Joined({{cache.Cstr(), static_cast<std::size_t>(cache.GetLength())},
+                   isOutput ? "/output" : "/tiles"});
 }
 
 std::string SubTreePath(std::string_view folder, std::string_view name)

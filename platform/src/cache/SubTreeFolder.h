@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "KxRawDataTypeCache.h"
+
 #include <string>
 #include <string_view>
 #include <vector>
@@ -12,7 +14,10 @@ namespace KxC {
 /// Whether `name` is a plain file name: [A-Za-z0-9._-], no leading dot, 1 to 200 bytes.
 bool IsSubTreeName(std::string_view name);
 /// The folder of the cache type that holds source tiles, beneath KxFile::m_strAppCachePath.
-std::string SubTreeFolder();
+std::string SubTreeFolder(KxRawDataTypeCacheManager::CacheType type);
+
+/// Whether the cache keeps things of that type.
+bool IsCacheType(KxRawDataTypeCacheManager::CacheType type);
 std::string SubTreePath(std::string_view folder, std::string_view name);
 /// The names of the sub-trees in `folder`, sorted; none when it cannot be read.
 std::vector<std::string> SubTreeNames(const std::string& folder);

@@ -182,10 +182,25 @@ KxWMTileDataCacheStatistics TileStore::GetStatistics() const
         sum.m_nHits += counts.m_nHits.load(std::memory_order_relaxed);
         sum.m_nMisses += counts.m_nMisses.load(std::memory_order_relaxed);
     }
-    const std::lock_guard<std::mutex> guard(m_lock);
-    sum.m_nTiles = m_order.size();
-    sum.m_nBytes = m_nBytes;
+    Fill(sum);
     return sum;
+}
+
+KxWMTileDataCacheStatistics TileStore::GetThreadStatistics() const
+{
+    const Counts& counts = m_counts[NumberOfThisThread() % m_counts.size()];
+    KxWMTileDataCacheStatistics own;
+    own.m_nHits = counts.m_nHits.load(std::memory_order_relaxed);
+    own.m_nMisses = counts.m_nMisses.load(std::memory_order_relaxed);
+    Fill(own);
+    return own;
+}
+
+void TileStore::Fill(KxWMTileDataCacheStatistics& statistics) const
+{
+    const std::lock_guard<std::mutex> guard(m_lock);
+    statistics.m_nTiles = m_order.size();
+    statistics.m_nBytes = m_nBytes;
 }
 
 void TileStore::Clear()

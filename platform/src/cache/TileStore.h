@@ -33,6 +33,7 @@ public:
     void SetBudget(std::size_t bytes);
     std::size_t GetBudget() const;
     KxWMTileDataCacheStatistics GetStatistics() const;
+    KxWMTileDataCacheStatistics GetThreadStatistics() const;
     void Clear();
 
 private:
@@ -48,6 +49,7 @@ private:
 
     TileEntry* FindWithLock(const TileAddress& address, std::uint64_t hash, ThreadTilePins& pins);
     Counts& CountsOfThisThread();
+    void Fill(KxWMTileDataCacheStatistics& statistics) const;
     void Touch(TileEntry& entry) const;
     bool TryAdd(const TileAddress& address, std::unique_ptr<KxWMTileData>& tile);
     void

@@ -1,0 +1,161 @@
+// SPDX-License-Identifier: MIT
+#include "serve/Gateway.h"
+
+#include "Command.h"
+#include "KxWMTileDataCache.h"
+#include "serve/DefaultSources.h"
+#include "serve/OriginChild.h"
+#include "serve/Watcher.h"
+
+#include <fmt/format.h>
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <optional>
+
+namespace KxTileHost::Serve {
+
+namespace {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+/// For what is under way when the end is asked for; and for the answers after that.
+constexpr auto kTimeToFinish = 4s;
+constexpr auto kTimeToAnswer = 500ms;
+
+/// Blocks the signals that end the gateway before any thread starts, so that every thread does.
+sigset_t BlockEndSignals()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    std::signal(SIGPIPE, SIG_IGN); // a client that hangs up is not a reason to end
+    return signals;
+}
+
+/// Each connection is a file to the system, and programs are given few at first.
+void AllowManyFiles()
+{
+    rlimit files{};
+    if (::getrlimit(RLIMIT_NOFILE, &files) != 0)
+        return;
+    files.rlim_cur = files.rlim_max;
+    ::setrlimit(RLIMIT_NOFILE, &files);
+}
+
+/// Sources that cannot be served are told of; one at least must be there.
+void CheckSources(const std::vector<SourcePtr>& sources, bool mayBeNone)
+{
+    for (const SourcePtr& source : sources)
+        if (!source->m_error.empty())
+            fmt::print(stderr,
+                       "kxtile: {}: {}\n",
+                       source->m_path.empty() ? source->m_id : source->m_path,
+                       Printable(source->m_error));
+    const bool some = std::any_of(
+        sources.begin(), sources.end(), [](const SourcePtr& source) { return source->m_isUsable; });
+    if (!some && !mayBeNone)
+        throw CommandError(kExitFailed,
+                           "there is no source to serve",
+                           "Name a definition, a folder of them, or a raster; or none of these "
+                           "for the sources that come along.");
+}
+
+void Announce(const GatewayOptions& options, std::uint16_t port, std::size_t sources)
+{
+    const std::string& bind = options.m_http.m_address;
+    const std::string host = bind.find(':') == std::string::npos ? bind : "[" + bind + "]";
+    const std::string address = fmt::format("http://{}:{}", host, port);
+    if (options.m_json)
+        PrintJson({{"address", address}, {"sources", sources}});
+    else
+        fmt::print(
+            "kxtile serving {} source{} on {}/\n", sources, sources == 1 ? "" : "s", address);
+    std::fflush(stdout);
+}
+
+Metrics::Levels LevelsOf(const HttpServer& server, const WorkPool& pool, const SourceList& sources)
+{
+    Metrics::Levels levels;
+    levels.m_inFlight = server.InFlight();
+    levels.m_connections = server.ConnectionCount();
+    const WorkPool::Counts work = pool.GetCounts();
+    levels.m_waitingWork = work.m_waiting;
+    levels.m_runningWork = work.m_running;
+    levels.m_sourceBytes = KxC::m_gWMTileDataCacheManager.GetStatistics().m_nBytes;
+    for (const SourcePtr& source : sources.All()) {
+        levels.m_sources += source->m_isUsable ? 1U : 0U;
+        levels.m_brokenSources += source->m_error.empty() ? 0U : 1U;
+    }
+    return levels;
+}
+
+/// Ends in time even where a service keeps its threads waiting: these end with the process.
+[[noreturn]] void LeaveAtOnce(const std::optional<OriginChild>& origin)
+{
+    if (origin)
+        origin->Stop();
+    std::fflush(nullptr);
+    std::_Exit(kExitDone);
+}
+
+void Serve(const GatewayOptions& options,
+           const sigset_t& endSignals,
+           SourceFinder& finder,
+           SourceTable& table,
+           const std::optional<OriginChild>& origin)
+{
+    Service service(options.m_service, table);
+    WorkPool pool(options.m_work);
+    std::optional<HttpServer> server;
+    try {
+        server.emplace(options.m_http, service, pool);
+    } catch (...) {
+        pool.Stop(Clock::now() + kTimeToFinish);
+        throw;
+    }
+    service.SetLevels([&] { return LevelsOf(*server, pool, *table.Get()); });
+    std::optional<Watcher> watcher;
+    if (options.m_watch)
+        watcher.emplace(finder, table);
+    Announce(options, server->Port(), table.Get()->All().size());
+
+    int received = 0;
+    sigwait(&endSignals, &received);
+    const auto end = Clock::now() + kTimeToFinish;
+    watcher.reset();
+    server->StopListening();
+    const bool isDone = pool.Stop(end);
+    const bool isAnswered = server->WaitForRequests(end + kTimeToAnswer);
+    if (!isDone || !isAnswered)
+        LeaveAtOnce(origin);
+}
+
+} // namespace
+
+void RunGateway(const GatewayOptions& options)
+{
+    const sigset_t endSignals = BlockEndSignals();
+    AllowManyFiles();
+    SourceFinder finder(options.m_sources, options.m_missing);
+    std::optional<OriginChild> origin;
+    if (options.m_sources.empty()) {
+        origin.emplace();
+        for (const auto& source : MakeDefaultSources(origin->Address()))
+            finder.Add(source);
+    }
+    std::vector<SourcePtr> sources = finder.Load();
+    CheckSources(sources, options.m_watch);
+    SourceTable table;
+    table.Set(std::move(sources));
+    Serve(options, endSignals, finder, table, origin);
+}
+
+} // namespace KxTileHost::Serve

@@ -1,0 +1,280 @@
+// SPDX-License-Identifier: MIT
+#include "serve/Route.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <vector>
+
+namespace KxTileHost::Serve {
+
+namespace {
+
+constexpr std::size_t kMostParts = 9;
+constexpr std::string_view kDoubleSize = "@2x";
+constexpr std::string_view kTmsSuffix = "tilemapresource.xml";
+
+using Parts = std::vector<std::string>;
+
+struct FixedPath
+{
+    std::string_view m_path;
+    Route::Kind m_kind;
+};
+
+constexpr std::array<FixedPath, 9> kFixedPaths{{
+    {"health", Route::kHealth},
+    {"metrics", Route::kMetrics},
+    {"sources.json", Route::kSources},
+    {"qgis.xml", Route::kQgis},
+    {"locate.json", Route::kLocate},
+    {"wmts", Route::kWmts},
+    {"wmts/1.0.0/WMTSCapabilities.xml", Route::kWmts},
+    {"tms", Route::kTmsService},
+    {"tms/1.0.0", Route::kTmsService},
+}};
+
+constexpr std::array<std::string_view, 10> kReserved{
+    "health", "metrics", "sources", "qgis", "locate", "wmts", "tms", "page", "favicon", "robots"};
+
+Route Malformed(std::string fault)
+{
+    Route route;
+    route.m_kind = Route::kMalformed;
+    route.m_fault = std::move(fault);
+    return route;
+}
+
+int HexDigit(char c)
+{
+    if (c >= '0' && c <= '9')
+        return c - '0';
+    const char lower = static_cast<char>(c | 0x20);
+    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+}
+
+/// The parts between slashes, decoded. One slash at the end does not count.
+/// @return false when a part cannot be decoded, or there are too many
+bool Split(std::string_view path, Parts& parts)
+{
+    while (!path.empty() && parts.size() <= kMostParts) {
+        const std::size_t slash = std::min(path.find('/'), path.size());
+        parts.emplace_back();
+        if (!DecodePercent(path.substr(0, slash), parts.back(), SlashRule::Refuse))
+            return false;
+        path.remove_prefix(std::min(slash + 1, path.size()));
+    }
+    return parts.size() <= kMostParts;
+}
+
+bool ReadNumber(std::string_view text, int& number)
+{
+    const char* const end = text.data() + text.size();
+    const auto read = std::from_chars(text.data(), end, number);
+    return read.ec == std::errc() && read.ptr == end;
+}
+
+/// Reads level, column and row; what is wrong is noted in the route.
+void ReadNumbers(Route& route,
+                 std::string_view level,
+                 std::string_view column,
+                 std::string_view row)
+{
+    struct Number
+    {
+        std::string_view m_text;
+        int& m_value;
+        const char* m_what;
+    };
+    for (const Number& number : {Number{level, route.m_tile.m_z, "level"},
+                                 Number{column, route.m_tile.m_x, "column"},
+                                 Number{row, route.m_tile.m_y, "row"}})
+        if (!ReadNumber(number.m_text, number.m_value) && route.m_fault.empty())
+            route.m_fault =
+                fmt::format("'{}' is no {}: write whole numbers", number.m_text, number.m_what);
+}
+
+/// Reads the last part of a tile's address: number, "@2x", extension.
+std::string_view ReadLastPart(Route& route, std::string_view text)
+{
+    if (!ReadExtension(text, route.m_tile.m_format))
+        route.m_fault = fmt::format("'{}' ends in none of .png, .jpg and .webp", text);
+    if (text.size() > kDoubleSize.size() && text.ends_with(kDoubleSize)) {
+        text.remove_suffix(kDoubleSize.size());
+        route.m_tile.m_size = 2 * kTileSize;
+    }
+    return text;
+}
+
+Route TileRoute(Route::Kind kind,
+                const std::string& source,
+                std::string_view level,
+                std::string_view column,
+                std::string_view row)
+{
+    Route route;
+    route.m_kind = kind;
+    route.m_source = source;
+    ReadNumbers(route, level, column, ReadLastPart(route, row));
+    return route;
+}
+
+Route NamedRoute(Route::Kind kind, const std::string& source)
+{
+    Route route;
+    route.m_kind = kind;
+    route.m_source = source;
+    return route;
+}
+
+/// {id}/{style}/{matrix set}/{z}/{row}/{column}.{extension}: the row stands before the column.
+Route ParseWmts(const Parts& parts)
+{
+    if (parts.size() != 7)
+        return {};
+    if (parts[2] != "default" || parts[3] != "GoogleMapsCompatible")
+        return Malformed(
+            fmt::format("there is the style default and the tile matrix set GoogleMapsCompatible, "
+                        "not '{}' and '{}'",
+                        parts[2],
+                        parts[3]));
+    Route route;
+    route.m_kind = Route::kTile;
+    route.m_source = parts[1];
+    const std::string_view column = ReadLastPart(route, parts[6]);
+    ReadNumbers(route, parts[4], column, parts[5]);
+    return route;
+}
+
+/// 1.0.0/{id}, and 1.0.0/{id}/{z}/{x}/{row from the south}.{extension}.
+Route ParseTms(const Parts& parts)
+{
+    if (parts[1] != "1.0.0")
+        return Malformed("the version of the tile map service is 1.0.0");
+    if (parts.size() == 3 || (parts.size() == 4 && parts[3] == kTmsSuffix))
+        return NamedRoute(Route::kTmsMap, parts[2]);
+    if (parts.size() != 6)
+        return {};
+    Route route = TileRoute(Route::kTile, parts[2], parts[3], parts[4], parts[5]);
+    route.m_southRows = true;
+    return route;
+}
+
+Route ParseSinglePart(const std::string& part)
+{
+    const std::string_view text = part;
+    if (text.ends_with(".json"))
+        return NamedRoute(Route::kTileJson, part.substr(0, part.size() - 5));
+    if (text.ends_with(".xml"))
+        return NamedRoute(Route::kGdalXml, part.substr(0, part.size() - 4));
+    Route route;
+    if (text == "favicon.ico" || text == "robots.txt") {
+        route.m_kind = Route::kAsset;
+        route.m_name = part;
+    }
+    return route;
+}
+
+Route ParseAsset(std::string_view name)
+{
+    Route route;
+    route.m_kind = Route::kAsset;
+    if (!DecodePercent(name, route.m_name, SlashRule::Refuse))
+        return Malformed("the path holds a broken percent sequence");
+    if (route.m_name.empty())
+        route.m_name = "index.html";
+    return route;
+}
+
+Route ParseParts(const Parts& parts)
+{
+    if (parts[0] == "wmts")
+        return ParseWmts(parts);
+    if (parts[0] == "tms" && parts.size() > 1)
+        return ParseTms(parts);
+    if (parts.size() == 1)
+        return ParseSinglePart(parts[0]);
+    if (parts.size() == 2 && parts[1] == "dates.json")
+        return NamedRoute(Route::kDates, parts[0]);
+    if (parts.size() == 4)
+        return TileRoute(Route::kTile, parts[0], parts[1], parts[2], parts[3]);
+    if (parts.size() == 5 && parts[1] == "raw")
+        return TileRoute(Route::kRawTile, parts[0], parts[2], parts[3], parts[4]);
+    return {};
+}
+
+} // namespace
+
+bool ReadExtension(std::string_view& name, TileFormat& format)
+{
+    const std::size_t point = name.rfind('.');
+    if (point == std::string_view::npos)
+        return true;
+    const std::string_view extension = name.substr(point + 1);
+    if (extension == "png")
+        format = TileFormat::Png;
+    else if (extension == "jpg" || extension == "jpeg")
+        format = TileFormat::Jpeg;
+    else if (extension == "webp")
+        format = TileFormat::WebP;
+    else
+        return false;
+    name = name.substr(0, point);
+    return true;
+}
+
+bool DecodePercent(std::string_view text, std::string& decoded, SlashRule rule)
+{
+    decoded.reserve(text.size());
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        int byte = static_cast<unsigned char>(text[at]);
+        if (text[at] == '%') {
+            const int high = at + 2 < text.size() ? HexDigit(text[at + 1]) : -1;
+            const int low = at + 2 < text.size() ? HexDigit(text[at + 2]) : -1;
+            if (high < 0 || low < 0)
+                return false;
+            byte = high * 16 + low;
+            at += 2;
+            if (byte == '/' && rule == SlashRule::Refuse)
+                return false;
+        }
+        if (byte < 0x20 || byte == 0x7f)
+            return false;
+        decoded += static_cast<char>(byte);
+    }
+    return true;
+}
+
+bool IsReservedName(std::string_view name)
+{
+    return std::find(kReserved.begin(), kReserved.end(), name) != kReserved.end();
+}
+
+Route ParsePath(std::string_view path)
+{
+    if (path.empty() || path.front() != '/')
+        return Malformed("the path does not begin with a slash");
+    path.remove_prefix(1);
+    if (path.empty())
+        return ParseAsset("index.html");
+    if (path.starts_with("page/"))
+        return ParseAsset(path.substr(5));
+    std::string_view plain = path;
+    if (plain.ends_with('/'))
+        plain.remove_suffix(1);
+    for (const FixedPath& fixed : kFixedPaths)
+        if (plain == fixed.m_path) {
+            Route route;
+            route.m_kind = fixed.m_kind;
+            return route;
+        }
+    Parts parts;
+    if (!Split(path, parts))
+        return Malformed("the path has too many parts, or a percent sequence that is broken or "
+                         "hides a slash");
+    return ParseParts(parts);
+}
+
+} // namespace KxTileHost::Serve

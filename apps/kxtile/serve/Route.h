@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: MIT
+/// The one place where the gateway's paths get their meaning.
+#pragma once
+
+#include "serve/TileRequest.h"
+
+#include <string>
+#include <string_view>
+
+namespace KxTileHost::Serve {
+
+struct Route
+{
+    enum Kind {
+        kUnknown,   ///< no such address
+        kMalformed, ///< m_fault says why
+        kAsset,     ///< m_name: a file of the map page
+        kHealth,
+        kMetrics,
+        kSources,
+        kQgis,
+        kLocate,
+        kWmts, ///< capabilities; with a query in key-value form also tiles
+        kTmsService,
+        kTmsMap, ///< of m_source
+        kTileJson,
+        kGdalXml,
+        kDates,
+        kTile,
+        kRawTile,
+    };
+    Kind m_kind = kUnknown;
+    std::string m_source;
+    std::string m_name;
+    /// What is wrong with the address of a tile, or with the whole; empty when nothing is. Told
+    /// only once it is known that there is such a source.
+    std::string m_fault;
+    TileRequest m_tile; ///< the numbers as written; rows from the south where m_southRows says so
+    bool m_southRows = false;
+};
+
+/// @param path  as it came, percent sequences and all, without the query
+Route ParsePath(std::string_view path);
+
+/// Reads "name.extension" or a bare name.
+/// @return false for another extension than png, jpg, jpeg and webp
+bool ReadExtension(std::string_view& name, TileFormat& format);
+
+/// Whether "%2F" is a slash, or wrong: in a path it would hide one.
+enum class SlashRule { Decode, Refuse };
+/// "%41" as "A"; false for a broken sequence, and for one that hides a control character.
+bool DecodePercent(std::string_view text, std::string& decoded, SlashRule rule);
+
+/// Whether a source may not have that name, because an address of the gateway's own begins so.
+bool IsReservedName(std::string_view name);
+
+} // namespace KxTileHost::Serve

@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: MIT
+#include "serve/SourceAddress.h"
+
+#include "SourceGrid.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace KxTileHost::Serve {
+
+namespace {
+
+/// Tiles that a window shows across.
+constexpr double kTilesAcross = 4.0;
+
+} // namespace
+
+std::string ListedExtension(const Source& source)
+{
+    const std::string extension = ExtensionOf(source.m_format);
+    return extension.empty() ? extension : "." + extension;
+}
+
+TileFormat FixedFormat(const Source& source)
+{
+    return source.m_format == TileFormat::Natural ? TileFormat::Png : source.m_format;
+}
+
+std::unique_ptr<KxC::KxTSDParamItem>
+AsServedItem(const Source& source, const std::string& base, const std::string& extension)
+{
+    auto item = std::make_unique<KxC::KxTSDParamItem>();
+    const std::string address = fmt::format("{}/{}/{{$z}}/{{$x}}/{{$y}}", base, source.m_id);
+    item->LoadFromParam((extension.empty() ? address : address + "." + extension).c_str(),
+                        "",
+                        kSchemeWebMercator,
+                        0,
+                        0,
+                        0,
+                        kTileSize,
+                        "",
+                        0,
+                        KxC::KxTime());
+    item->m_strImageFormat = extension.c_str();
+    item->m_strAttr1 = source.m_name.c_str();
+    item->m_strAttr2 = source.m_attribution.c_str();
+    item->m_levelBounds.m_rect = source.m_bounds;
+    item->m_levelBounds.m_nMinLevel = source.m_minLevel;
+    item->m_levelBounds.m_nMaxLevel = source.m_maxLevel;
+    return item;
+}
+
+std::array<double, 3> CenterOf(const Source& source)
+{
+    const KxC::KxRect2d& bounds = source.m_bounds;
+    const double width = std::max(bounds.m_dRight - bounds.m_dLeft, 1e-6);
+    const double level = std::floor(std::log2(360.0 / width * kTilesAcross));
+    return {(bounds.m_dLeft + bounds.m_dRight) / 2.0,
+            (bounds.m_dBottom + bounds.m_dTop) / 2.0,
+            std::clamp(level,
+                       static_cast<double>(source.m_minLevel),
+                       static_cast<double>(source.m_maxLevel))};
+}
+
+} // namespace KxTileHost::Serve

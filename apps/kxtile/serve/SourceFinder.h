@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "serve/Source.h"
+#include "serve/SourceId.h"
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace KxTileHost::Serve {
+
+/// How missing tiles are answered, as the command line says.
+struct MissingRules
+{
+    MissingTile m_default = MissingTile::NotFound;
+    std::map<std::string, MissingTile> m_bySource;
+
+    /// Reads "204", or "id=blank".
+    /// @throws CommandError (wrong usage) for anything else
+    void Add(const std::string& text);
+    MissingTile For(const std::string& id) const;
+};
+
+/// Finds what was named on the command line, and looks again for what became of it. For one thread
+/// at a time.
+class SourceFinder
+{
+public:
+    /// @param named  definitions, folders and rasters
+    SourceFinder(std::vector<std::string> named, MissingRules missing);
+
+    /// Loads everything that is new or another than the last time. A definition that is broken now
+    /// keeps its state of before, and says what is wrong.
+    /// @param changes  receives a line for each source that is not what it was; may be null
+    /// @return all sources in their order
+    std::vector<SourcePtr> Load(std::vector<std::string>* changes = nullptr);
+
+    /// Whether Load would find something else. Cheap: looks at files' times and sizes only.
+    bool HasChanged() const;
+
+    /// The ones that come along, before any that are found.
+    void Add(const std::shared_ptr<Source>& source);
+
+private:
+    struct Known
+    {
+        std::string m_id;
+        std::string m_stamp;
+        SourcePtr m_source;
+    };
+    std::vector<std::string> FindPaths() const;
+    SourcePtr LoadOne(Known& known, const std::string& path, std::vector<std::string>* changes);
+
+    std::vector<std::string> m_named;
+    MissingRules m_missing;
+    SourceIds m_ids;
+    std::vector<SourcePtr> m_builtIn;
+    std::map<std::string, Known> m_known; ///< by path
+};
+
+} // namespace KxTileHost::Serve

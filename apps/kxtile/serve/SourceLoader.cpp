@@ -1,0 +1,260 @@
+// SPDX-License-Identifier: MIT
+#include "serve/SourceLoader.h"
+
+#include "Command.h"
+#include "EarthSource.h"
+#include "KxGeFetcher.h"
+#include "KxPlugin.h"
+#include "KxRasterAccessorManager.h"
+#include "KxTileFetcher.h"
+#include "KxUtility.h"
+#include "SourceArgument.h"
+#include "SourceFormat.h"
+#include "SourceGrid.h"
+#include "forms/FormLimits.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cctype>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+namespace KxTileHost::Serve {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kRasterPlugin[] = "AccessorPlugin";
+
+std::string LowerExtension(const std::string& path)
+{
+    std::string extension = fs::path(path).extension().string();
+    std::transform(extension.begin(), extension.end(), extension.begin(), [](unsigned char c) {
+        return static_cast<char>(std::tolower(c));
+    });
+    return extension;
+}
+
+/// What tells one state of a file from another: its bytes of a definition, which is small; size
+/// and time of a raster.
+std::string StateOf(const std::string& path, bool isSmall)
+{
+    const std::string file = fs::exists(path) ? path : path.substr(0, path.rfind('#'));
+    if (isSmall) {
+        std::ifstream stream(file, std::ios::binary);
+        return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    }
+    std::error_code error;
+    const auto size = fs::file_size(file, error);
+    const auto time = fs::last_write_time(file, error).time_since_epoch().count();
+    return fmt::format("{} {} {}", fs::absolute(file, error).string(), size, time);
+}
+
+/// The name of what is made of one state of a file, in the cache folder.
+std::string OutputNameOf(const std::string& path, bool isSmall)
+{
+    const std::string mark = path.substr(std::min(path.rfind('#'), path.size()));
+    const std::string text = StateOf(path, isSmall) + mark;
+    return KxC::KxUtility::GetValidHashKey(
+               KxC::KxString(text.data(), static_cast<int>(text.size())))
+        .Cstr();
+}
+
+TileFormat FormatNamed(const KxC::KxTSDParamItem& item)
+{
+    if (FormatEndsIn(item, "png"))
+        return TileFormat::Png;
+    if (FormatEndsIn(item, "jpg") || FormatEndsIn(item, "jpeg"))
+        return TileFormat::Jpeg;
+    return FormatEndsIn(item, "webp") ? TileFormat::WebP : TileFormat::Natural;
+}
+
+/// Made tiles are JPEG unless the format leaves room for transparency; then it depends on the
+/// pictures.
+TileFormat FormatMade(const KxC::KxTSDParamItem& item)
+{
+    const bool keepsAlpha = item.m_strImageFormat.IsEmpty() != 0 || FormatEndsIn(item, "png");
+    return keepsAlpha ? TileFormat::Natural : TileFormat::Jpeg;
+}
+
+std::string ErrorsOfLastDefinition()
+{
+    std::string errors;
+    for (const KxC::KxTSDMessage& message : KxC::KxUtility::GetLastTSDMessages())
+        if (message.m_bError)
+            errors += (errors.empty() ? "" : "; ") + DescribeMessage(message);
+    return errors;
+}
+
+/// Scripts have no template that would name their tiles in the caches.
+void NameScriptedTiles(KxC::KxTSDParamItem& item, const std::string& outputName)
+{
+    if (item.m_bLuaScripted != 0)
+        item.m_strHashKey = ("script-" + outputName).c_str();
+}
+
+/// All earth sources of a process ask one server.
+void ChooseEarthServer(Source& source)
+{
+    static std::string chosen;
+    static std::string chooser;
+    const std::string address = source.m_item->m_strUrlTemplate.Cstr();
+    if (!chosen.empty() && chosen != address && chooser != source.m_id) {
+        source.m_error = "another source has chosen an earth server already, and there can be one; "
+                         "serve this source from a second gateway";
+        source.m_isUsable = false;
+        return;
+    }
+    chosen = address;
+    chooser = source.m_id;
+    AsEarthSource(source.m_item.get(), {});
+}
+
+void LoadDefinition(Source& source, const SourceArgument& argument)
+{
+    const std::string path = argument.GetPath();
+    source.m_secrets = Secrets(path);
+    source.m_item = std::make_shared<KxC::KxTSDParamItem>();
+    source.m_item->LoadFromTSDFile(path.c_str());
+    source.m_error = source.m_secrets.Mask(ErrorsOfLastDefinition());
+    source.m_isUsable = source.m_error.empty();
+    source.m_outputName = OutputNameOf(path, true);
+    NameScriptedTiles(*source.m_item, source.m_outputName);
+}
+
+void LoadTemplate(Source& source, const SourceArgument& argument)
+{
+    // The registry owns it.
+    source.m_item = {std::shared_ptr<void>(), argument.Load(SourceUse::Describe)};
+    source.m_isUsable = true;
+    source.m_outputName = source.m_item->m_strHashKey.Cstr();
+}
+
+void RefuseWhatIsNotEnabled(Source& source)
+{
+    if (!source.m_isUsable || source.m_item->m_bOption3 != 0)
+        return;
+    source.m_isForbidden = true;
+    source.m_isUsable = false;
+    source.m_error = fmt::format(
+        "not enabled, so nothing is fetched from this service ({}); if you have the right to use "
+        "it so, write enabled = true into a copy of the definition, and serve the copy",
+        source.m_item->m_strAttr3.IsEmpty() != 0 ? "the definition names no terms"
+                                                 : source.m_item->m_strAttr3.Cstr());
+}
+
+void LoadService(Source& source)
+{
+    const SourceArgument argument(source.m_path);
+    if (argument.IsTemplate())
+        LoadTemplate(source, argument);
+    else
+        LoadDefinition(source, argument);
+    DescribeService(source);
+    RefuseWhatIsNotEnabled(source);
+}
+
+void OpenRaster(Source& source)
+{
+    source.m_kind = Source::Kind::Raster;
+    KxC::KxRasterDataAccessor* const raster =
+        KxC::m_gRasterAccessorManager.OpenDataAccessor(source.m_path.c_str());
+    if (raster == nullptr) {
+        source.m_error = "no reader plug-in opens this raster; see KXTILE_PLUGIN_PATH";
+        return;
+    }
+    source.m_isUsable = true;
+    source.m_outputName = OutputNameOf(source.m_path, false);
+    source.m_minLevel = std::clamp(raster->GetMinLevel(), 0, kMaxLevel);
+    source.m_maxLevel = std::clamp(raster->GetMaxLevel(), source.m_minLevel, kMaxLevel);
+    const KxC::KxRect2d& bounds = raster->GetLatLonBounds();
+    source.m_bounds = {std::clamp(bounds.m_dLeft, -180.0, 180.0),
+                       std::clamp(bounds.m_dTop, -Source::kLastLatitude, Source::kLastLatitude),
+                       std::clamp(bounds.m_dRight, -180.0, 180.0),
+                       std::clamp(bounds.m_dBottom, -Source::kLastLatitude, Source::kLastLatitude)};
+}
+
+/// What is no definition by its name may have been meant as a raster.
+void NameBothReadings(Source& source)
+{
+    const std::string extension = LowerExtension(source.m_path);
+    if (source.m_kind == Source::Kind::Raster || extension.empty() ||
+        IsDefinitionPath(source.m_path) || !fs::is_regular_file(source.m_path))
+        return;
+    source.m_error = fmt::format("no reader plug-in takes {} as a raster (see KXTILE_PLUGIN_PATH), "
+                                 "and as a definition it does not load: {}",
+                                 extension,
+                                 source.m_error);
+}
+
+} // namespace
+
+bool IsRasterPath(const std::string& path)
+{
+    const std::unique_ptr<KxC::KxPlugin> reader(KxC::m_gPluginManager.FindPluginByExt(
+        kRasterPlugin, fs::path(path).extension().string().c_str()));
+    return reader != nullptr;
+}
+
+bool IsDefinitionPath(const std::string& path)
+{
+    constexpr std::array<std::string_view, 6> kExtensions{
+        ".toml", ".json", ".xml", ".yaml", ".yml", ".tsd"};
+    const std::string extension = LowerExtension(path);
+    return std::find(kExtensions.begin(), kExtensions.end(), extension) != kExtensions.end();
+}
+
+unsigned NextGeneration()
+{
+    static std::atomic<unsigned> last{0};
+    return ++last;
+}
+
+void DescribeService(Source& source)
+{
+    const KxC::KxTSDParamItem& item = *source.m_item;
+    if (item.m_strAttr1.IsEmpty() == 0)
+        source.m_name = item.m_strAttr1.Cstr();
+    source.m_attribution = source.m_secrets.Mask(item.m_strAttr2.Cstr());
+    source.m_terms = source.m_secrets.Mask(item.m_strAttr3.Cstr());
+    if (HasMaxLevel(item)) {
+        source.m_minLevel = std::clamp(item.m_levelBounds.m_nMinLevel, 0, kMaxLevel);
+        source.m_maxLevel =
+            std::clamp(item.m_levelBounds.m_nMaxLevel, source.m_minLevel, kMaxLevel);
+    }
+    if (HasBounds(item))
+        source.m_bounds = item.m_levelBounds.m_rect;
+    source.m_format = source.HandsOutOwnTiles(kTileSize) ? FormatNamed(item) : FormatMade(item);
+    if (item.m_nTileScheme == kSchemeEarthHistory && source.m_isUsable) {
+        source.m_kind = Source::Kind::History;
+        ChooseEarthServer(source);
+    }
+}
+
+std::shared_ptr<Source> LoadSource(const std::string& path, const std::string& id)
+{
+    auto source = std::make_shared<Source>();
+    source->m_id = id;
+    source->m_path = path;
+    source->m_name = SourceArgument(path).GetName();
+    source->m_generation = NextGeneration();
+    try {
+        if (fs::path(path).has_extension() && !IsDefinitionPath(path) && IsRasterPath(path))
+            OpenRaster(*source);
+        else
+            LoadService(*source);
+        if (!source->m_error.empty())
+            NameBothReadings(*source);
+    } catch (const std::exception& error) {
+        source->m_error = source->m_secrets.Mask(error.what());
+        source->m_isUsable = false;
+    }
+    return source;
+}
+
+} // namespace KxTileHost::Serve

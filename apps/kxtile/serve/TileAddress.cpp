@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: MIT
+#include "serve/TileAddress.h"
+
+#include "Command.h"
+#include "EarthSource.h"
+#include "SourceGrid.h"
+
+#include <fmt/format.h>
+
+namespace KxTileHost::Serve {
+
+namespace {
+
+/// The Baidu grid goes on in all directions, and its own tiles count from its origin.
+bool CountsFromOrigin(const Source& source, const Route& route)
+{
+    return route.m_kind == Route::kRawTile && source.m_item != nullptr &&
+           GridOf(source.m_item->m_nTileScheme) == GridKind::Baidu;
+}
+
+AnswerPtr CheckIndex(const char* what, int index, int first, int count)
+{
+    if (index >= first && index < count)
+        return nullptr;
+    return TextAnswer(
+        Status::kBadRequest,
+        fmt::format("{} {} is none of the level's {} to {}", what, index, first, count - 1));
+}
+
+} // namespace
+
+AnswerPtr CheckTile(const Source& source, const Route& route, TileRequest& tile)
+{
+    if (!route.m_fault.empty())
+        return TextAnswer(Status::kBadRequest, route.m_fault);
+    tile = route.m_tile;
+    if (tile.m_z < 0)
+        return TextAnswer(Status::kBadRequest, fmt::format("there is no level {}", tile.m_z));
+    if (tile.m_z < source.m_minLevel || tile.m_z > source.m_maxLevel)
+        return TextAnswer(Status::kNotFound,
+                          fmt::format("level {} is outside the source's {} to {}",
+                                      tile.m_z,
+                                      source.m_minLevel,
+                                      source.m_maxLevel));
+    const int count = 1 << tile.m_z;
+    const int first = CountsFromOrigin(source, route) ? -count : 0;
+    AnswerPtr refusal = CheckIndex("column", tile.m_x, first, count);
+    if (refusal == nullptr)
+        refusal = CheckIndex("row", tile.m_y, first, count);
+    if (refusal == nullptr && route.m_southRows)
+        tile.m_y = count - 1 - tile.m_y;
+    return refusal;
+}
+
+std::optional<DayNumber> ReadDay(const std::string& text)
+{
+    if (text.empty())
+        return 0;
+    try {
+        const KxC::KxTime day = *ParseDate(text);
+        return (day.GetYear() * 100 + day.GetMonth()) * 100 + day.GetDay();
+    } catch (const CommandError&) {
+        return std::nullopt;
+    }
+}
+
+} // namespace KxTileHost::Serve

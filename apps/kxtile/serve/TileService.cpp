@@ -1,0 +1,211 @@
+// SPDX-License-Identifier: MIT
+#include "serve/TileService.h"
+
+#include "serve/OutputDisk.h"
+#include "serve/Transcode.h"
+
+#include <fmt/format.h>
+
+#include <chrono>
+#include <string_view>
+#include <utility>
+
+namespace KxTileHost::Serve {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr char kOutput[] = "output";
+/// What an answer takes beside its picture: headers, the response made of them, its place.
+constexpr std::size_t kAnswerBytes = 2500;
+
+double MillisecondsSince(Clock::time_point start)
+{
+    return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+}
+
+std::string KeyOf(const char* what, const Source& source, const TileRequest& tile)
+{
+    return fmt::format("{}/{}/{}/{}/{}/{}/{}/{}",
+                       what,
+                       source.m_generation,
+                       tile.m_z,
+                       tile.m_x,
+                       tile.m_y,
+                       tile.m_size,
+                       static_cast<int>(tile.m_format),
+                       tile.m_day);
+}
+
+/// Services send GIF, too.
+std::string MimeOfPicture(const Body& body)
+{
+    const std::string mime = MimeOf(FormatOf(body.Data(), body.Size()));
+    return mime.empty() ? "image/gif" : mime;
+}
+
+/// Brings a tile into a format.
+/// @return false when it does not decode
+bool Convert(MadeTile& made, TileFormat format)
+{
+    const unsigned char* const bytes = made.m_bytes->GetData();
+    const std::size_t size = made.m_bytes->GetSize();
+    if (format == TileFormat::Natural || FormatOf(bytes, size) == format)
+        return true;
+    made.m_bytes = Transcode(bytes, size, format);
+    return made.m_bytes != nullptr;
+}
+
+/// Whether the bytes are the service's own, which have a place on disk already.
+bool AreKeptAsSourceTile(const Source& source, const TileRequest& tile)
+{
+    return source.HandsOutOwnTiles(tile.m_size) && tile.m_format == TileFormat::Natural;
+}
+
+} // namespace
+
+TileService::TileService(const Options& options, Metrics& metrics)
+    : m_options(options),
+      m_cacheControl(fmt::format("public, max-age={}", options.m_maxAgeSeconds)),
+      m_metrics(metrics), m_kept(options.m_memory)
+{
+}
+
+Outcome TileService::Tile(const SourcePtr& source, const TileRequest& tile)
+{
+    Outcome outcome;
+    outcome.m_label = "tile";
+    outcome.m_answer = m_kept.Find({source->m_generation, tile});
+    if (outcome.m_answer != nullptr) {
+        m_metrics.NoteTile(kOutput);
+        return outcome;
+    }
+    if (!LiesInBounds(*source, tile)) {
+        outcome.m_answer = AnswerMissing(*source, tile);
+        return outcome;
+    }
+    outcome.m_key = KeyOf("tile", *source, tile);
+    outcome.m_lane = source->m_id;
+    outcome.m_work = [this, source, tile] { return Work(*source, tile); };
+    return outcome;
+}
+
+Outcome TileService::RawTile(const SourcePtr& source, const TileRequest& tile)
+{
+    Outcome outcome;
+    outcome.m_label = "raw";
+    outcome.m_key = KeyOf("raw", *source, tile);
+    outcome.m_lane = source->m_id;
+    outcome.m_work = [this, source, tile] { return WorkRaw(*source, tile); };
+    return outcome;
+}
+
+AnswerPtr TileService::Work(const Source& source, const TileRequest& tile)
+{
+    const auto start = Clock::now();
+    MadeTile made = FindKept(source, tile);
+    if (made.m_outcome != MadeTile::kTile)
+        made = MakeAnew(source, tile);
+    const bool isTile = made.m_outcome == MadeTile::kTile;
+    AnswerPtr answer = AnswerOf(source, tile, std::move(made), MillisecondsSince(start));
+    if (isTile)
+        Keep({source.m_generation, tile}, *answer);
+    return answer;
+}
+
+AnswerPtr TileService::WorkRaw(const Source& source, const TileRequest& tile) const
+{
+    const auto start = Clock::now();
+    MadeTile made = FetchRawTile(source, tile, m_options.m_timeoutMs);
+    if (made.m_bytes != nullptr && !Convert(made, tile.m_format))
+        made.m_outcome = MadeTile::kFailed;
+    m_metrics.NoteUpstream(source.m_id, made.m_outcome);
+    return AnswerOf(source, tile, std::move(made), MillisecondsSince(start));
+}
+
+/// What is kept on disk, or in memory in the natural format.
+MadeTile TileService::FindKept(const Source& source, const TileRequest& tile)
+{
+    MadeTile kept;
+    kept.m_cacheState = kOutput;
+    if (!AreKeptAsSourceTile(source, tile))
+        kept.m_bytes = LoadOutput(source, tile);
+    if (kept.m_bytes == nullptr && tile.m_format != TileFormat::Natural) {
+        TileRequest natural = tile;
+        natural.m_format = TileFormat::Natural;
+        const AnswerPtr answer = m_kept.Find({source.m_generation, natural});
+        if (answer != nullptr)
+            kept.m_bytes = Transcode(answer->m_body.Data(), answer->m_body.Size(), tile.m_format);
+        if (kept.m_bytes != nullptr)
+            SaveOutput(source, tile, *kept.m_bytes);
+    }
+    if (kept.m_bytes != nullptr)
+        kept.m_outcome = MadeTile::kTile;
+    return kept;
+}
+
+MadeTile TileService::MakeAnew(const Source& source, const TileRequest& tile) const
+{
+    MadeTile made = MakeTile(source, tile, m_options.m_timeoutMs);
+    if (made.m_bytes != nullptr && !Convert(made, tile.m_format)) {
+        made.m_outcome = MadeTile::kFailed;
+        made.m_cause = "the source's picture does not decode";
+    }
+    if (made.m_cacheState == std::string_view("upstream"))
+        m_metrics.NoteUpstream(source.m_id, made.m_outcome);
+    if (made.m_outcome == MadeTile::kTile && !AreKeptAsSourceTile(source, tile))
+        SaveOutput(source, tile, *made.m_bytes);
+    return made;
+}
+
+/// Later answers share the picture; only what is said of its way is another.
+void TileService::Keep(const TileKey& key, const Answer& made)
+{
+    auto kept = std::make_shared<Answer>();
+    kept->m_contentType = made.m_contentType;
+    kept->m_body = made.m_body;
+    kept->m_etag = made.m_etag;
+    kept->m_cacheControl = made.m_cacheControl;
+    kept->m_cacheState = kOutput;
+    kept->m_milliseconds = 0.0;
+    m_kept.Put(key, kept, kept->m_body.Size() + kAnswerBytes);
+}
+
+AnswerPtr TileService::AnswerOf(const Source& source,
+                                const TileRequest& tile,
+                                MadeTile made,
+                                double milliseconds) const
+{
+    std::shared_ptr<Answer> answer;
+    if (made.m_outcome == MadeTile::kTile) {
+        const Body body = Body::OfRawData(std::move(made.m_bytes));
+        answer = DocumentAnswer(MimeOfPicture(body), body, m_cacheControl);
+    } else if (made.m_outcome == MadeTile::kNoTile) {
+        answer = AnswerMissing(source, tile);
+    } else {
+        const bool isLate = made.m_outcome == MadeTile::kTooSlow;
+        answer = TextAnswer(isLate ? Status::kGatewayTimeout : Status::kBadGateway, made.m_cause);
+    }
+    answer->m_cacheState = made.m_cacheState;
+    answer->m_milliseconds = milliseconds;
+    m_metrics.NoteTile(answer->m_cacheState);
+    return answer;
+}
+
+std::shared_ptr<Answer> TileService::AnswerMissing(const Source& source,
+                                                   const TileRequest& tile) const
+{
+    if (source.m_missing == MissingTile::NotFound)
+        return TextAnswer(Status::kNotFound, "the source has no tile there");
+    if (source.m_missing == MissingTile::Blank) {
+        const Body body = Body::OfRawData(BlankTile(tile.m_size, tile.m_format));
+        return DocumentAnswer(MimeOfPicture(body), body, m_cacheControl);
+    }
+    auto answer = std::make_shared<Answer>();
+    answer->m_status = Status::kNoContent;
+    answer->m_cacheControl = m_cacheControl;
+    return answer;
+}
+
+} // namespace KxTileHost::Serve

@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "KxRawData.h"
+#include "serve/TileRequest.h"
+
+#include <memory>
+
+namespace KxTileHost::Serve {
+
+/// The format of encoded bytes; Natural for those that are none of the three.
+TileFormat FormatOf(const unsigned char* bytes, std::size_t size);
+
+/// The picture in another format.
+/// @param format  not Natural
+/// @return null when the bytes do not decode
+std::unique_ptr<KxC::KxRawData>
+Transcode(const unsigned char* bytes, std::size_t size, TileFormat format);
+
+/// A picture with nothing on it: transparent, white as JPEG.
+std::unique_ptr<KxC::KxRawData> BlankTile(int size, TileFormat format);
+
+} // namespace KxTileHost::Serve
