@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: MIT
+import { kHalf, kLatitudeEnd, toLat, toLon, toX, toY } from '../text/mercator.js';
+import { lineLabel, linesBetween, spacingAt } from '../text/graticule.js';
+import { canvasLayer } from './canvasLayer.js';
+
+const kDistance = 96;
+const kFont = '600 11px system-ui, sans-serif';
+const kEdge = 4;
+
+/** A line that can be seen on bright and on dark ground. */
+function stroke(context, path) {
+  context.strokeStyle = 'rgba(255, 255, 255, 0.55)';
+  context.lineWidth = 3;
+  context.stroke(path);
+  context.strokeStyle = 'rgba(13, 33, 55, 0.9)';
+  context.lineWidth = 1;
+  context.stroke(path);
+}
+
+function label(context, text, x, y, align) {
+  context.textAlign = align;
+  const width = context.measureText(text).width + 8;
+  const left = align === 'center' ? x - width / 2 : x;
+  context.fillStyle = 'rgba(13, 33, 55, 0.85)';
+  context.beginPath();
+  context.roundRect(left, y - 8, width, 16, 3);
+  context.fill();
+  context.fillStyle = '#ffffff';
+  context.textAlign = 'left';
+  context.fillText(text, left + 4, y + 0.5);
+}
+
+/** The frame's extent in degrees; parallels end where the plane does. */
+function degreesOf([west, south, east, north]) {
+  return [toLon(west), Math.max(-kLatitudeEnd, toLat(south)), toLon(east), Math.min(kLatitudeEnd, toLat(north))];
+}
+
+function draw(context, frame, insets) {
+  const spacing = spacingAt(kHalf / 180 / frame.resolution, kDistance);
+  const [west, south, east, north] = degreesOf(frame.extent);
+  const meridians = linesBetween(west, east, spacing);
+  const parallels = linesBetween(south, north, spacing);
+  const top = Math.max(0, frame.toRow(kHalf));
+  const bottom = Math.min(frame.height, frame.toRow(-kHalf));
+  const path = new Path2D();
+  for (const lon of meridians) {
+    path.moveTo(frame.toColumn(toX(lon)), top);
+    path.lineTo(frame.toColumn(toX(lon)), bottom);
+  }
+  for (const lat of parallels) {
+    path.moveTo(0, frame.toRow(toY(lat)));
+    path.lineTo(frame.width, frame.toRow(toY(lat)));
+  }
+  stroke(context, path);
+  context.font = kFont;
+  context.textBaseline = 'middle';
+  const { left, above } = insets();
+  for (const lat of parallels)
+    label(context, lineLabel(lat, spacing.decimals, 'N', 'S'), left + kEdge, frame.toRow(toY(lat)), 'left');
+  for (const lon of meridians)
+    label(context, lineLabel(lon, spacing.decimals, 'E', 'W'), frame.toColumn(toX(lon)), above + kEdge + 8, 'center');
+}
+
+/**
+ * Lines at round degrees of WGS 84, labelled at the upper and the left edge.
+ * @param {() => {left: number, above: number}} insets  pixels at the edges that controls cover
+ */
+export function graticuleLayer(insets) {
+  return canvasLayer((context, frame) => draw(context, frame, insets), 'overlay-graticule');
+}

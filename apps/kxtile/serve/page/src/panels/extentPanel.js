@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: MIT
+import { countLevels, exportCommand, filesCommand, mosaicCommand, mosaicSize } from '../text/commands.js';
+import { visibleExtent } from '../text/extent.js';
+import { copyBlock } from '../ui/copyButton.js';
+import { h } from '../ui/dom.js';
+
+const kLevelsAhead = 2;
+const kForms = { mbtiles: 'MBTiles', pmtiles: 'PMTiles', tif: 'GeoTIFF' };
+/** From here on kxtile wants to hear --yes for services of others. */
+const kManyTiles = 10000;
+
+const spaced = (number) => number.toLocaleString('en-GB').replaceAll(',', '\u202f');
+
+/** The commands that take what is in view, with the number of tiles. */
+export class ExtentPanel {
+  /**
+   * @param {import('../map/mapView.js').MapView} mapView
+   * @param {() => ?import('../types.js').Source} current
+   * @param {() => void} redraw
+   */
+  constructor(mapView, current, redraw) {
+    Object.assign(this, { mapView, current, redraw });
+    this.title = 'Take this extent';
+    this.form = 'mbtiles';
+    /** Levels that the visitor set; else they follow the view. */
+    this.wanted = null;
+  }
+
+  levels(source, zoom) {
+    const bound = (level) => Math.max(source.minzoom, Math.min(source.maxzoom, level));
+    const [from, to] = this.wanted ?? [zoom, zoom + kLevelsAhead];
+    return [bound(Math.min(from, to)), bound(Math.max(from, to))];
+  }
+
+  draw() {
+    const source = this.current();
+    if (!source) return [h('p', {}, 'Choose a source first.')];
+    const zoom = Math.round(this.mapView.view.getZoom());
+    const bounds = visibleExtent(this.mapView.extent(), zoom, source.bounds);
+    if (!bounds) return [h('p', {}, `${source.name} has nothing in this view.`)];
+    const levels = this.levels(source, zoom);
+    return [
+      h('p', { class: 'panel-lead' }, 'What is in view, of ', h('strong', {}, source.name), ', on the command line.'),
+      this.extentTable(bounds),
+      this.levelFields(source, levels),
+      this.tileTable(bounds, levels),
+      ...this.commands(source, bounds, levels, Math.min(zoom, source.maxzoom)),
+    ];
+  }
+
+  extentTable(bounds) {
+    const names = ['West', 'South', 'East', 'North'];
+    return h('dl', { class: 'extent' }, ...names.map((name, i) =>
+      h('div', {}, h('dt', {}, name), h('dd', {}, String(bounds[i])))));
+  }
+
+  levelFields(source, [from, to]) {
+    const field = (label, value, change) => h('label', {}, label, h('input', {
+      type: 'number', min: source.minzoom, max: source.maxzoom, value, 'data-key': label,
+      on: { change: (event) => this.setLevels(change(Number(event.target.value))) },
+    }));
+    return h('div', { class: 'level-fields' },
+      field('From level', from, (level) => [level, Math.max(level, to)]),
+      field('to level', to, (level) => [Math.min(from, level), level]),
+      this.wanted ? h('button', {
+        type: 'button', class: 'quiet-button', on: { click: () => this.setLevels(null) },
+      }, 'Follow the view') : null);
+  }
+
+  setLevels(levels) {
+    this.wanted = levels;
+    this.redraw();
+  }
+
+  tileTable(bounds, range) {
+    const { levels, total } = countLevels(bounds, range);
+    return h('table', { class: 'tile-counts' },
+      h('caption', {}, h('strong', { id: 'tile-total' }, spaced(total)), total === 1 ? ' tile' : ' tiles'),
+      h('tbody', {}, ...levels.map(({ z, count }) => h('tr', {},
+        h('th', { scope: 'row' }, `Level ${z}`), h('td', {}, spaced(count))))),
+      total > kManyTiles ? h('tfoot', {}, h('tr', {}, h('td', { colspan: '2' },
+        'For a service of others kxtile asks for --yes with so many; look at its terms first.'))) : null);
+  }
+
+  commands(source, bounds, levels, zoom) {
+    return [
+      h('h3', {}, 'A tree of tile files'),
+      copyBlock('kxtile files', filesCommand(source, bounds, levels)),
+      h('h3', {}, 'One file with all tiles'),
+      this.formChoice(),
+      copyBlock('kxtile export', exportCommand(source, bounds, levels, this.form)),
+      ...(source.kind === 'raster' ? this.mosaic(source, bounds, zoom) : []),
+    ];
+  }
+
+  mosaic(source, bounds, zoom) {
+    if (bounds[0] > bounds[2])
+      return [h('h3', {}, 'One picture'), h('p', { class: 'remark' }, 'A mosaic does not go across 180°; move the view.')];
+    const [width, height] = mosaicSize(bounds, zoom);
+    return [
+      h('h3', {}, 'One picture'),
+      h('p', { class: 'remark' }, `${spaced(width)} × ${spaced(height)} pixels, as on the map at level ${zoom}.`),
+      copyBlock('kxtile mosaic', mosaicCommand(source, bounds, zoom)),
+    ];
+  }
+
+  formChoice() {
+    return h('div', { class: 'segments', role: 'group', 'aria-label': 'Form of the file' },
+      ...Object.entries(kForms).map(([form, name]) => h('button', {
+        type: 'button', 'aria-pressed': String(form === this.form), 'data-key': `form-${form}`,
+        on: { click: () => { this.form = form; this.redraw(); } },
+      }, name)));
+  }
+}

@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: MIT
+
+const kStep = 0.02;
+const kPage = 0.1;
+
+/** The handle between the two sides: dragged, or moved by the arrow keys. */
+export class Swipe {
+  /**
+   * @param {{frame: HTMLElement, handle: HTMLElement, left: HTMLElement, right: HTMLElement}} elements
+   * @param {import('../state/store.js').Store} store
+   * @param {(side: import('../types.js').Side) => string} nameOf
+   */
+  constructor(elements, store, nameOf) {
+    Object.assign(this, { elements, store, nameOf });
+    const { handle } = elements;
+    handle.addEventListener('pointerdown', (event) => this.grab(event));
+    handle.addEventListener('pointermove', (event) => this.drag(event));
+    handle.addEventListener('keydown', (event) => this.step(event));
+    store.subscribe(() => this.draw());
+    this.draw();
+  }
+
+  grab(event) {
+    this.elements.handle.setPointerCapture(event.pointerId);
+    event.preventDefault();
+    this.elements.handle.focus();
+  }
+
+  drag(event) {
+    if (!this.elements.handle.hasPointerCapture(event.pointerId)) return;
+    const { left, width } = this.elements.frame.getBoundingClientRect();
+    this.moveTo((event.clientX - left) / width);
+  }
+
+  step(event) {
+    const steps = {
+      ArrowLeft: -kStep, ArrowDown: -kStep, ArrowRight: kStep, ArrowUp: kStep,
+      PageDown: -kPage, PageUp: kPage, Home: -1, End: 1,
+    };
+    const by = steps[event.key];
+    if (!by) return;
+    event.preventDefault();
+    event.stopPropagation();
+    this.moveTo(this.store.view.split + by);
+  }
+
+  moveTo(split) {
+    this.store.update({ split: Math.max(0, Math.min(1, split)) });
+  }
+
+  draw() {
+    const { handle, left, right } = this.elements;
+    const { view } = this.store;
+    for (const element of [handle, left, right]) element.hidden = !view.right;
+    if (!view.right) return;
+    const percent = `${(view.split * 100).toFixed(2)}%`;
+    for (const element of [handle, left, right]) element.style.setProperty('--split', percent);
+    handle.setAttribute('aria-valuenow', String(Math.round(view.split * 100)));
+    handle.setAttribute('aria-valuetext', `${Math.round(view.split * 100)} % ${this.nameOf(view.left)}`);
+    left.textContent = this.nameOf(view.left);
+    right.textContent = this.nameOf(view.right);
+  }
+}

@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: MIT
+import assert from 'node:assert/strict';
+import { execFileSync } from 'node:child_process';
+import { describe, it } from 'node:test';
+import vm from 'node:vm';
+import { kClients } from '../../../apps/kxtile/serve/page/src/text/clients.js';
+import {
+  countLevels, exportCommand, filesCommand, mosaicCommand, mosaicSize,
+} from '../../../apps/kxtile/serve/page/src/text/commands.js';
+import { markup, scriptText, shellWord } from '../../../apps/kxtile/serve/page/src/text/quote.js';
+
+const kHostile = ["it's", '$(touch x)', '`id`', 'a b', '"', '\\', 'line\nline', '</script>', '-rf', '*', 'ä', '&amp;', '\u2028', '; exit'];
+const kSource = {
+  id: 'city', name: 'City', kind: 'service', tiles: '/city/{z}/{x}/{y}.png', minzoom: 0, maxzoom: 12,
+  bounds: [-180, -85, 180, 85], attribution: 'Somebody <b>',
+};
+
+/** The words that a shell makes of a command. */
+function words(command) {
+  return execFileSync('sh', ['-c', `printf '%s\\0' ${command}`]).toString().split('\0').slice(0, -1);
+}
+
+describe('shellWord', () => {
+  it('is one word with the same text in a shell', () => {
+    for (const text of kHostile) assert.deepEqual(words(shellWord(text)), [text]);
+  });
+});
+
+describe('scriptText', () => {
+  it('is the same text in JavaScript, and ends no script of a page', () => {
+    for (const text of kHostile) {
+      assert.equal(vm.runInNewContext(scriptText(text)), text);
+      assert.ok(!scriptText(text).includes('<'));
+    }
+  });
+});
+
+describe('markup', () => {
+  it('has no tag and no quote', () => {
+    assert.equal(markup(`<a href="x">'&'</a>`), '&lt;a href=&quot;x&quot;&gt;&#39;&amp;&#39;&lt;/a&gt;');
+  });
+});
+
+describe('commands', () => {
+  it('name source, bounds and levels as kxtile takes them', () => {
+    assert.equal(filesCommand(kSource, [1.5, 2, 3, 4.25], [3, 7]), 'kxtile files city --bounds 1.5,2,3,4.25 --levels 3-7');
+    assert.equal(filesCommand(kSource, [1, 2, 3, 4], [3, 3]), 'kxtile files city --bounds 1,2,3,4 --levels 3');
+    assert.equal(exportCommand(kSource, [1, 2, 3, 4], [0, 5], 'pmtiles'), 'kxtile export city --bounds 1,2,3,4 --levels 0-5 -o city.pmtiles');
+  });
+  it('prefer what the command line calls the source', () => {
+    for (const argument of kHostile)
+      assert.deepEqual(words(filesCommand({ ...kSource, argument }, [1, 2, 3, 4], [0, 1]))[2], argument);
+  });
+  it('ask for a mosaic in metres with the pixels of the level', () => {
+    const line = words(mosaicCommand(kSource, [-180, 0, 180, 85.0511287798066], 2));
+    assert.deepEqual(line.slice(0, 3), ['kxtile', 'mosaic', 'city']);
+    const bounds = line[line.indexOf('--bounds') + 1].split(',').map(Number);
+    assert.ok(Math.abs(bounds[0] + 20037508.343) < 0.01 && Math.abs(bounds[3] - 20037508.343) < 0.01);
+    // The world is 1024 pixels wide at level 2.
+    assert.ok(Math.abs(Number(line[line.indexOf('--resolution') + 1]) * 1024 - 2 * 20037508.343) < 0.01);
+    assert.deepEqual(mosaicSize([-180, 0, 180, 85.0511287798066], 2), [1024, 512]);
+  });
+  it('count the tiles of every level', () => {
+    assert.deepEqual(countLevels([-180, -85, 180, 85], [0, 2]),
+      { levels: [{ z: 0, count: 1 }, { z: 1, count: 4 }, { z: 2, count: 16 }], total: 21 });
+  });
+});
+
+describe('recipes', () => {
+  const recipesOf = (id, source, date = '') =>
+    kClients.find((client) => client.id === id).recipes('http://127.0.0.1:8480', source, date);
+
+  it('point at the tiles with levels and attribution', () => {
+    const [{ text }] = recipesOf('leaflet', kSource);
+    const layers = [];
+    const L = { tileLayer: (url, options) => ({ addTo: () => layers.push({ url, options }) }) };
+    vm.runInNewContext(text, { L, map: {} });
+    assert.equal(layers[0].url, 'http://127.0.0.1:8480/city/{z}/{x}/{y}.png');
+    assert.equal(layers[0].options.maxNativeZoom, 12);
+    assert.equal(layers[0].options.attribution, 'Somebody &lt;b&gt;');
+  });
+  it('carry the day of a picture of the past', () => {
+    for (const client of ['qgis', 'leaflet', 'openlayers'])
+      assert.match(recipesOf(client, kSource, '2019-09-08')[0].text, /\{y\}\.png\?date=2019-09-08/);
+  });
+  it('stay texts, whatever a source is called', () => {
+    for (const id of kHostile) {
+      const source = { ...kSource, id, attribution: id };
+      for (const { text } of recipesOf('gdal', source)) assert.equal(words(text)[0], text.split(' ')[0]);
+      const ran = [];
+      vm.runInNewContext(recipesOf('leaflet', source)[0].text, { L: { tileLayer: () => ({ addTo: () => ran.push(1) }) }, map: 0 });
+      assert.equal(ran.length, 1);
+    }
+  });
+});
