@@ -3,6 +3,7 @@
 
 #include "KxCoordSysTrans.h"
 #include "KxNetGetch.h"
+#include "KxRasterAccessorManager.h"
 #include "KxRawData.h"
 #include "KxRawDataTypeCache.h"
 #include "KxString.h"
@@ -222,6 +223,89 @@ public:
                                       int z,
                                       int tileSize,
                                       int requestParam);
+
+    /// @}
+    /// @name Tiles of local rasters
+    /// @{
+
+    /// One tile of the standard Web Mercator tiling, cut from a raster file: column x, row y
+    /// counted from the north. A raster that is stored as such tiles hands out its own bytes; any
+    /// other is sampled, PNG with transparency where the raster has gaps or alpha, else JPEG.
+    /// @param tile      receives the tile, owned by the caller; null where the raster has nothing
+    /// @param dataPath  the raster; a reader plug-in must take its extension
+    /// @param tileSize  pixels, [1, 8192]; above 256 it is sampled from a deeper level
+    /// @return 0 when the raster cannot be opened or its stored tile cannot be read
+    static unsigned char FetchTileFromRaster(
+        KxRawData*& tile, const KxString& dataPath, int x, int y, int z, int tileSize);
+
+    /// A decoded tile of a raster's own grid, from the memory cache or from the reader.
+    /// @param tile  receives the tile; the memory cache owns it, and it stays valid until this
+    ///              thread's next call into the library
+    /// @param column, row, level  in the geographic square grid, rows from the south
+    /// @return 1 when there is a tile with a picture
+    static unsigned char FetchRasterData(KxWMImageTileData*& tile,
+                                         KxRasterDataAccessor* accessor,
+                                         const KxString& dataPath,
+                                         int column,
+                                         int row,
+                                         int level);
+
+    /// @}
+    /// @name Tile files
+    /// Each leaves a tile as <cache root>/<source>/<z>/<y>/<x> with its format's extension, and a
+    /// world file beside it. A file that is there already is taken as it is; a new one appears
+    /// under its name only when whole.
+    /// All answer 1 with the file's path, or 0 with an empty one. x, y, z as for FetchWMTile.
+    /// @{
+
+    /// Of a source by its parameters. The folder must exist.
+    /// @param imageFormat  extension to write under, without dot, whatever the tile is; empty: its
+    ///                     own. One that would leave the folder ("/", "..") fails.
+    static unsigned char FetchWMTileFile(KxString& path,
+                                         const KxString& urlTemplate,
+                                         const KxString& serverParts,
+                                         int x,
+                                         int y,
+                                         int z,
+                                         int scheme,
+                                         int datum,
+                                         int southToNorth,
+                                         int levelOffset,
+                                         int sourceTileSize,
+                                         int tileSize,
+                                         const KxString& imageFormat,
+                                         int requestParam);
+    /// Of a source by its definition file. Makes the folder where it is missing.
+    static unsigned char FetchWMTileFile2(
+        KxString& path, const KxString& key, int x, int y, int z, int tileSize, int requestParam);
+    /// Of history imagery, always named .jpeg. The folder must exist.
+    static unsigned char FetchGEHistoryTileFile(KxString& path,
+                                                const KxString& urlTemplate,
+                                                const KxTime& date,
+                                                int x,
+                                                int y,
+                                                int z,
+                                                int tileSize,
+                                                int requestParam);
+    /// Of a raster file. The folder must exist. Without `imageFormat` a sampled tile's name has two
+    /// dots before its extension, and is not found again by the next call.
+    static unsigned char FetchTileFileFromRaster(KxString& path,
+                                                 const KxString& imageFormat,
+                                                 const KxString& dataPath,
+                                                 int x,
+                                                 int y,
+                                                 int z,
+                                                 int tileSize);
+
+    /// Writes the six lines of a tile's world file: pixel width, 0, 0, negative pixel height (both
+    /// rounded to single precision), west and north edge, in Web Mercator metres. Nothing is
+    /// reported when it cannot be written.
+    /// @param tileSize  pixels
+    static void WriteWorldFile(const KxString& worldFilePath, int x, int y, int z, int tileSize);
+    /// Extension, without dot, of the world file beside a picture; empty for other pictures.
+    /// @param imageExt  with its dot, in any case: ".jpeg", ".jpg" and ".png8" give "jgw", ".png"
+    ///                  "pgw", ".tif" "tfw"
+    static KxString ImgExt2WorldFileExt(const KxString& imageExt);
 
     /// @}
 };

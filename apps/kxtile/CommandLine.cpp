@@ -148,6 +148,7 @@ int RunCommandLine(int argc, const char* const* argv)
     AddHistoryCommand(app, options);
     AddSourceCommand(app, options);
     AddCacheCommand(app, options);
+    AddFilesCommand(app, options);
     try {
         return FinishStandardOutput(RunCommand(app, options, argc, argv));
     } catch (const std::system_error&) { // telling of a failure failed, too

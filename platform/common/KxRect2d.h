@@ -14,6 +14,13 @@ struct KXCOMMON_API KxRect2d
     {
     }
 
+    double Width() const;
+    double Height() const;
+    /// The smallest rectangle that holds both.
+    KxRect2d Union(const KxRect2d& other) const;
+    /// Whether both have a point in common, when each is widened by half of `tolerance`.
+    bool IsIntersect(const KxRect2d& other, double tolerance) const;
+
     double m_dLeft = 0.0;
     double m_dTop = 0.0;
     double m_dRight = 0.0;

@@ -3,6 +3,7 @@
 // from top to bottom while the library is loaded, destroyed from bottom to top at unload.
 #include "KxCoordSysTrans.h"
 #include "KxProjManagerCleaner.h"
+#include "KxRasterAccessorManager.h"
 #include "KxString.h"
 #include "KxTSDParam.h"
 #include "KxTileFetcher.h"
@@ -21,7 +22,7 @@ const KxString g_strModule("");
 
 KxCoordSysTransManager m_gCoordSysTransManager;
 KxTSDParamManager m_gTSDParamManager;
-// The registry of open rasters belongs below: destroyed first, while the transforms are still
-// there.
+// Destroyed first, while the transforms are still there.
+KxRasterAccessorManager m_gRasterAccessorManager;
 
 } // namespace KxC

@@ -4,7 +4,6 @@
 #include "Operation.h"
 #include "OutputTile.h"
 #include "SampleTile.h"
-#include "Sampler.h"
 #include "SourceTiles.h"
 #include "TileGrid.h"
 #include "TileNumbers.h"
@@ -14,13 +13,6 @@
 namespace KxC {
 
 namespace {
-
-SampleAxes AxesOf(const Extent& extent, double span, int tileSize)
-{
-    const double step = span / (tileSize - 1);
-    return {SamplePositions(extent.m_minX, extent.m_maxX, step, tileSize),
-            SamplePositions(extent.m_minY, extent.m_maxY, step, tileSize)};
-}
 
 /// One output tile on its way from address to encoded bytes.
 class Regridding
@@ -58,9 +50,7 @@ private:
     {
         if (LiesBeside(grid))
             return true;
-        const Extent extent = ExtentOf(m_tile);
-        const double span = TileSpan(m_tile.m_level);
-        TileRange range = FindTileRange(extent, span * 0.125, span * 0.125, grid);
+        TileRange range = FindTileRange(m_tile, grid);
         if (!range.ClampTo(TilesPerAxis(grid.m_level)))
             return true;
         const CacheSwitches switches = CacheSwitches::Read();
@@ -73,7 +63,7 @@ private:
         const std::unique_ptr<KxImageData> output = NewOutputImage(m_tileSize, withAlpha);
         if (output == nullptr)
             return false;
-        SampleTile(*output, AxesOf(extent, span, m_tileSize), tiles, grid);
+        SampleTile(*output, AxesOf(m_tile, m_tileSize), tiles, grid);
         out = EncodeOutput(*output);
         return out != nullptr;
     }

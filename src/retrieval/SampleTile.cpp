@@ -26,6 +26,14 @@ bool IsSeparable(const SourceGrid& grid)
 
 } // namespace
 
+SampleAxes AxesOf(const WebMercatorTile& tile, int tileSize)
+{
+    const Extent extent = ExtentOf(tile);
+    const double step = TileSpan(tile.m_level) / (tileSize - 1);
+    return {SamplePositions(extent.m_minX, extent.m_maxX, step, tileSize),
+            SamplePositions(extent.m_minY, extent.m_maxY, step, tileSize)};
+}
+
 void SampleTile(KxImageData& output,
                 const SampleAxes& axes,
                 const SourceTiles& tiles,

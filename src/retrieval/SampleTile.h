@@ -15,6 +15,9 @@ struct SampleAxes
     std::vector<double> m_ys;
 };
 
+/// The positions of a Web Mercator tile of `tileSize` pixels a side.
+SampleAxes AxesOf(const WebMercatorTile& tile, int tileSize);
+
 /// Fills an output tile from source tiles: every pixel as SamplePixel takes it from its place by
 /// GetColRow, by the quickest way that gives just that.
 /// docs/decisions/0006-regridding.md tells of the ways.

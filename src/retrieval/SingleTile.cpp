@@ -2,12 +2,12 @@
 #include "SingleTile.h"
 
 #include "KxTileFetcher.h"
+#include "MemoryCache.h"
 #include "SourceTexts.h"
 #include "TileBody.h"
 #include "TileRequest.h"
 #include "TileUrl.h"
 
-#include <ctime>
 #include <exception>
 #include <memory>
 #include <new>
@@ -45,7 +45,6 @@ private:
     void SaveToDisk(const KxRawData& bytes) const;
     void SaveNoDataToDisk() const;
     NetError Request(KxRawData& body, const KxString& url) const;
-    void HandToMemoryCache(KxWMImageTileData* tile) const;
 
     KxTSDParamItem& m_source;
     const SourceTile& m_address;
@@ -121,7 +120,7 @@ NetError TileDownload::Deliver(KxWMImageTileData*& tile, std::unique_ptr<KxImage
         return NetError_Failure;
     image.release(); // NOLINT(bugprone-unused-return-value): the tile owns it now
     if (m_switches.m_memory)
-        HandToMemoryCache(tile);
+        HandToMemoryCache(m_source.m_strHashKey, tile);
     return NetError_Success;
 }
 
@@ -169,19 +168,6 @@ NetError TileDownload::Request(KxRawData& body, const KxString& url) const
 }
 
 /// The tile belongs to the memory cache from here on, also when it cannot be kept there.
-void TileDownload::HandToMemoryCache(KxWMImageTileData* tile) const
-{
-    KxWMTileDataCache* cache = m_gWMTileDataCacheManager.OpenCache(m_source.m_strHashKey);
-    auto* entry = cache == nullptr ? nullptr : new (std::nothrow) KxWMTileDataCacheEntry;
-    if (entry == nullptr) {
-        m_gWMTileDataCacheManager.KeepForThread(tile);
-        return;
-    }
-    entry->m_dTime = static_cast<double>(std::clock());
-    entry->m_pTile = tile;
-    cache->AddToCache(entry);
-}
-
 KxWMImageTileData* FindInMemory(const KxTSDParamItem& source, const SourceTile& address)
 {
     KxWMTileDataCache* cache = m_gWMTileDataCacheManager.OpenCache(source.m_strHashKey);

@@ -17,4 +17,10 @@ int TileIndex(double coordinate, IndexRule rule)
     return TruncateToInt(rule == IndexRule::Floor ? std::floor(coordinate) : coordinate);
 }
 
+TileRange FindTileRange(const WebMercatorTile& tile, const SourceGrid& grid)
+{
+    const double step = TileSpan(tile.m_level) * 0.125;
+    return FindTileRange(ExtentOf(tile), step, step, grid);
+}
+
 } // namespace KxC

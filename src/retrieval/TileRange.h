@@ -94,4 +94,7 @@ TileRange FindTileRange(const Extent& extent, double stepX, double stepY, const 
     return {rows.Min(), columns.Min(), rows.Max(), columns.Max()};
 }
 
+/// The same for a Web Mercator tile in a source's grid.
+TileRange FindTileRange(const WebMercatorTile& tile, const SourceGrid& grid);
+
 } // namespace KxC

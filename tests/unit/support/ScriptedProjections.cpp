@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "ScriptedProjections.h"
 
+#include "ScriptedRasters.h"
+
 #include <utility>
 
 namespace KxC {
@@ -107,7 +109,7 @@ KxPlugin* KxPluginManager::FindPluginByExt(const KxString& kind, const KxString&
 {
     Testing::ScriptedProjections* script = Testing::g_current;
     if (script == nullptr)
-        return nullptr;
+        return Testing::MakeScriptedRaster(kind, ext);
     script->m_asked.push_back(std::string(kind.Cstr()) + ' ' + ext.Cstr());
     return script->m_thereIsAPlugin ? new Testing::ScriptedProjection(*script) : nullptr;
 }
