@@ -7,16 +7,10 @@
 #include <array>
 #include <charconv>
 #include <cmath>
-#include <numbers>
 
 namespace KxC {
 
 namespace {
-
-double DegreesOf(double radians)
-{
-    return radians * 180.0 / std::numbers::pi;
-}
 
 /// In the "C" number format, whatever the process's locale.
 bool TakeNumber(std::string_view& text, double& number)
@@ -75,11 +69,9 @@ KxRect2d BoundsOfTiles(int level, const TileBlock& block)
 {
     KxRect2d southWest;
     KxRect2d northEast;
-    KxMath::CalcWMTileBounds(southWest, level, block.m_nMinRow, block.m_nMinCol, 1);
-    KxMath::CalcWMTileBounds(northEast, level, block.m_nMaxRow, block.m_nMaxCol, 1);
-    const KxPoint2d low = KxMath::WebMecator2LatLon(southWest.m_dLeft, southWest.m_dBottom);
-    const KxPoint2d high = KxMath::WebMecator2LatLon(northEast.m_dRight, northEast.m_dTop);
-    return {DegreesOf(low.x), DegreesOf(high.y), DegreesOf(high.x), DegreesOf(low.y)};
+    KxMath::CalcWMTileLatLonBounds(southWest, level, block.m_nMinRow, block.m_nMinCol, 1);
+    KxMath::CalcWMTileLatLonBounds(northEast, level, block.m_nMaxRow, block.m_nMaxCol, 1);
+    return {southWest.m_dLeft, northEast.m_dTop, northEast.m_dRight, southWest.m_dBottom};
 }
 
 } // namespace KxC

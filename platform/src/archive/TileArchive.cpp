@@ -12,7 +12,6 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
-#include <numbers>
 #include <system_error>
 #include <utility>
 
@@ -32,20 +31,14 @@ std::string FormatOf(std::string_view bytes)
     return extension.empty() ? extension : extension.substr(1);
 }
 
-KxPoint2d DegreesOf(double x, double y)
-{
-    const KxPoint2d radians = KxMath::WebMecator2LatLon(x, y);
-    constexpr double kDegree = std::numbers::pi / 180.0;
-    return {radians.x / kDegree, radians.y / kDegree};
-}
-
+/// Not a name that KxFile::SaveWhole may be using.
 std::string TemporaryName(const std::string& path)
 {
     static std::atomic<unsigned int> s_count{0};
     std::array<char, 64> name{};
     std::snprintf(name.data(),
                   name.size(),
-                  ".kxtile-%ld-%u.tmp",
+                  ".kxtile-%ld-t%u.tmp",
                   static_cast<long>(::getpid()),
                   s_count.fetch_add(1));
     return path.substr(0, path.rfind('/') + 1) + name.data();
@@ -83,11 +76,10 @@ void TileSurvey::Describe(KxTileArchiveReport& report) const
     report.m_nMaxLevel = level;
     KxRect2d southWest;
     KxRect2d northEast;
-    KxMath::CalcWMTileBounds(southWest, level, extent.m_nMinRow, extent.m_nMinCol, 1);
-    KxMath::CalcWMTileBounds(northEast, level, extent.m_nMaxRow, extent.m_nMaxCol, 1);
-    const KxPoint2d low = DegreesOf(southWest.m_dLeft, southWest.m_dBottom);
-    const KxPoint2d high = DegreesOf(northEast.m_dRight, northEast.m_dTop);
-    report.m_bounds = KxRect2d(low.x, high.y, high.x, low.y);
+    KxMath::CalcWMTileLatLonBounds(southWest, level, extent.m_nMinRow, extent.m_nMinCol, 1);
+    KxMath::CalcWMTileLatLonBounds(northEast, level, extent.m_nMaxRow, extent.m_nMaxCol, 1);
+    report.m_bounds =
+        KxRect2d(southWest.m_dLeft, northEast.m_dTop, northEast.m_dRight, southWest.m_dBottom);
     const auto most = std::max_element(
         m_formats.begin(), m_formats.end(), [](const auto& one, const auto& other) {
             return one.second < other.second;
