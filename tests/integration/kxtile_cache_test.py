@@ -16,7 +16,9 @@ import sys
 import tempfile
 import unittest
 
-KXTILE, KXORIGIN, SOURCES = sys.argv[1:4]
+from kxtile_harness import KXTILE, KxtileTestCase
+
+SOURCES = sys.argv[3]
 HALF_WORLD = math.pi * 6378137.0
 
 
@@ -33,38 +35,15 @@ def pixels(path, *options):
         return raw.read_bytes()
 
 
-class KxtileCacheTest(unittest.TestCase):
-    @classmethod
-    def setUpClass(cls):
-        cls.origin_folder = tempfile.TemporaryDirectory()
-        cls.origin = subprocess.Popen([KXORIGIN, "--port", "0",
-                                       "--log", cls.origin_folder.name + "/log.jsonl"],
-                                      stdout=subprocess.PIPE, text=True)
-        cls.address = cls.origin.stdout.readline().split()[-1]
-
-    @classmethod
-    def tearDownClass(cls):
-        cls.origin.terminate()
-        assert cls.origin.wait() == 0
-        cls.origin.stdout.close()
-        cls.origin_folder.cleanup()
-
+class KxtileCacheTest(KxtileTestCase):
     def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.folder = pathlib.Path(folder.name)
-        self.environment = {**os.environ, "KXORIGIN": self.address, "no_proxy": "127.0.0.1",
-                            "KXTILE_CACHE_DIR": str(self.folder / "cache")}
-        self.template = self.address + "/xyz/marble/{$z}/{$x}/{$y}.png"
+        super().setUp()
+        self.template = self.url("/xyz/marble/{$z}/{$x}/{$y}.png")
 
     def kxtile(self, *arguments, status=0):
-        done = subprocess.run([KXTILE, *map(str, arguments)], env=self.environment,
-                              cwd=self.folder, capture_output=True, check=False, text=True)
-        self.assertEqual(done.returncode, status, (arguments, done.stdout[:500], done.stderr))
+        done = super().kxtile(*arguments, status=status)
+        done.stdout, done.stderr = done.stdout.decode(), done.stderr.decode()
         return done
-
-    def answer(self, *arguments, status=0):
-        return json.loads(self.kxtile("--json", *arguments, status=status).stdout)
 
     def fetch(self, source, *tiles):
         for tile in tiles:
