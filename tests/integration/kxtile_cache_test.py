@@ -65,6 +65,19 @@ class KxtileCacheTest(KxtileTestCase):
                 self.assertIn(name, [source["description"] for source in self.sources()])
                 self.assertIn(name + " (", self.kxtile("cache", "info").stdout)
 
+    def test_info_lists_databases_that_were_set_aside(self):
+        self.assertEqual(self.answer("cache", "info")["set_aside"], [])
+        self.fetch(self.template, "4/3/3")
+        [source] = self.sources()
+        pathlib.Path(source["file"]).write_bytes(b"no database at all" * 1000)
+        self.fetch(self.template, "4/3/3")
+        self.assertEqual(self.answer("cache", "info")["set_aside"],
+                         [{"file": source["file"] + ".damaged-1", "bytes": 18000}])
+        self.assertEqual([found["tiles"] for found in self.sources()], [1])
+        said = self.kxtile("cache", "info").stdout
+        self.assertIn("1 damaged database set aside, 17.6 KiB", said)
+        self.assertIn(source["file"] + ".damaged-1", said)
+
     def limited(self, cache, *arguments):
         """What kxtile says when no file may grow beyond 30000 bytes: a JPEG tile fits, a database
         does not, whose index of the log alone is 32 KiB."""
