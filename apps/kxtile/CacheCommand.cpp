@@ -15,10 +15,15 @@ namespace KxTileHost {
 
 namespace {
 
+using KxC::KxRawDataDamagedFile;
 using KxC::KxRawDataSubTreeInfo;
 
-void PrintInfoAsJson(const std::vector<KxRawDataSubTreeInfo>& subTrees)
+void PrintInfoAsJson(const std::vector<KxRawDataSubTreeInfo>& subTrees,
+                     const std::vector<KxRawDataDamagedFile>& damaged)
 {
+    nlohmann::ordered_json setAside = nlohmann::ordered_json::array();
+    for (const KxRawDataDamagedFile& file : damaged)
+        setAside.push_back({{"file", file.m_strPath.Cstr()}, {"bytes", file.m_nBytes}});
     nlohmann::ordered_json list = nlohmann::ordered_json::array();
     for (const KxRawDataSubTreeInfo& info : subTrees)
         list.push_back({{"name", info.m_strName.Cstr()},
@@ -28,17 +33,28 @@ void PrintInfoAsJson(const std::vector<KxRawDataSubTreeInfo>& subTrees)
                         {"no_data", info.m_nNoData},
                         {"bytes", info.m_nBytes},
                         {"readable", info.m_bReadable}});
-    PrintJson({{"folder", KxC::KxFile::m_strAppCachePath.Cstr()}, {"sources", list}});
+    PrintJson({{"folder", KxC::KxFile::m_strAppCachePath.Cstr()},
+               {"sources", list},
+               {"set_aside", setAside}});
 }
 
-void RunInfo(const GlobalOptions& options)
+void PrintDamaged(const std::vector<KxRawDataDamagedFile>& damaged)
 {
-    const auto subTrees = KxC::m_gRawDataTypeCacheManager.ListSubTrees(kTiles);
-    if (options.m_json) {
-        PrintInfoAsJson(subTrees);
+    if (damaged.empty())
         return;
-    }
-    fmt::print("{}\n", KxC::KxFile::m_strAppCachePath.Cstr());
+    unsigned long long bytes = 0;
+    for (const KxRawDataDamagedFile& file : damaged)
+        bytes += file.m_nBytes;
+    fmt::print("  {} damaged database{} set aside, {}; nothing reads them, they may be deleted:\n",
+               damaged.size(),
+               damaged.size() == 1 ? "" : "s",
+               ReadableBytes(bytes));
+    for (const KxRawDataDamagedFile& file : damaged)
+        fmt::print("  {:>31}  {}\n", ReadableBytes(file.m_nBytes), file.m_strPath.Cstr());
+}
+
+void PrintSources(const std::vector<KxRawDataSubTreeInfo>& subTrees)
+{
     if (subTrees.empty()) {
         fmt::print("  no tiles are kept here\n");
         return;
@@ -53,6 +69,19 @@ void RunInfo(const GlobalOptions& options)
                    info.m_bReadable ? "" : " (cannot be read; see 'kxtile cache verify')");
 }
 
+void RunInfo(const GlobalOptions& options)
+{
+    const auto subTrees = KxC::m_gRawDataTypeCacheManager.ListSubTrees(kTiles);
+    const auto damaged = KxC::m_gRawDataTypeCacheManager.ListDamagedFiles(kTiles);
+    if (options.m_json) {
+        PrintInfoAsJson(subTrees, damaged);
+        return;
+    }
+    fmt::print("{}\n", KxC::KxFile::m_strAppCachePath.Cstr());
+    PrintSources(subTrees);
+    PrintDamaged(damaged);
+}
+
 struct ClearArguments
 {
     SourceArgument m_source;
@@ -63,8 +92,9 @@ struct ClearArguments
 std::vector<KxRawDataSubTreeInfo> SubTreesToClear(const ClearArguments& arguments)
 {
     std::vector<KxRawDataSubTreeInfo> subTrees;
-    const KxC::KxString only =
-        arguments.m_all ? KxC::KxString() : arguments.m_source.Load(SourceUse::Describe)->m_strHashKey;
+    const KxC::KxString only = arguments.m_all
+                                   ? KxC::KxString()
+                                   : arguments.m_source.Load(SourceUse::Describe)->m_strHashKey;
     for (const KxRawDataSubTreeInfo& info : KxC::m_gRawDataTypeCacheManager.ListSubTrees(kTiles)) {
         const bool keepsSomething = info.m_nTiles > 0 || info.m_nNoData > 0 || !info.m_bReadable;
         if (keepsSomething && (arguments.m_all || info.m_strName == only))

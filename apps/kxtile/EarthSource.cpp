@@ -6,6 +6,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <chrono>
@@ -15,7 +16,6 @@ namespace KxTileHost {
 namespace {
 
 constexpr std::size_t kDateLength = 10; // of YYYY-MM-DD
-constexpr int kSourceTileSize = 256;
 
 /// Whole numbers between dashes, digits at all other places.
 bool ReadNumbers(const std::string& text, std::array<int, 3>& numbers)
@@ -41,12 +41,39 @@ bool IsCalendarDay(const std::array<int, 3>& numbers)
                            .ok();
 }
 
-bool IsWebAddress(const KxC::KxString& text)
+/// Sends earth imagery's requests to a server; without an address, to the library's own choice.
+void UseServer(const KxC::KxString& address)
 {
-    return text.Find("http://") == 0 || text.Find("https://") == 0;
+    if (address.IsEmpty() == 0 && !IsWebAddress(address.Cstr()))
+        throw CommandError(kExitFailed,
+                           fmt::format("'{}' is no address of an earth server", address.Cstr()),
+                           "Earth servers are asked over http:// and https:// only.");
+    if (address.IsEmpty() == 0)
+        KxC::KxGeFetcher::SetServer(address);
+}
+
+/// What a dated record's requests carry is what the source's carry.
+void CopyRequestTexts(KxC::KxTSDParamItem& to, const KxC::KxTSDParamItem& from)
+{
+    to.m_strUserAgent = from.m_strUserAgent;
+    if (to.m_arrRequestHeaders.GetSize() > 0)
+        return; // the record has been asked for before
+    for (const KxC::KxString& line : from.m_arrRequestHeaders)
+        to.m_arrRequestHeaders.Add(line);
 }
 
 } // namespace
+
+bool IsWebAddress(const std::string& text)
+{
+    const auto begins = [&](const std::string& scheme) {
+        return text.size() > scheme.size() &&
+               std::equal(scheme.begin(), scheme.end(), text.begin(), [](char a, char b) {
+                   return a == (b >= 'A' && b <= 'Z' ? b - 'A' + 'a' : b);
+               });
+    };
+    return begins("http://") || begins("https://");
+}
 
 std::optional<KxC::KxTime> ParseDate(const std::string& text)
 {
@@ -78,21 +105,31 @@ KxC::KxTSDParamItem* AsEarthSource(KxC::KxTSDParamItem* source,
         throw CommandError(kExitWrongUsage,
                            "only history imagery (scheme 8) has dates",
                            "Leave --date out, or name an earth server with --scheme earth.");
-    if (isEarth && IsWebAddress(source->m_strUrlTemplate))
-        KxC::KxGeFetcher::SetServer(source->m_strUrlTemplate);
+    if (isEarth)
+        UseServer(source->m_strUrlTemplate);
     if (!date)
         return source;
     // A record of its own, so that each date has its own place in the caches.
-    return KxC::m_gTSDParamManager.GetTSDParam(source->m_strUrlTemplate,
-                                               "",
-                                               kSchemeEarthHistory,
-                                               0,
-                                               0,
-                                               0,
-                                               kSourceTileSize,
-                                               source->m_strImageFormat,
-                                               1,
-                                               *date);
+    KxC::KxTSDParamItem* dated = KxC::m_gTSDParamManager.GetTSDParam(source->m_strUrlTemplate,
+                                                                     "",
+                                                                     kSchemeEarthHistory,
+                                                                     0,
+                                                                     0,
+                                                                     0,
+                                                                     source->m_nTileSize,
+                                                                     source->m_strImageFormat,
+                                                                     1,
+                                                                     *date);
+    CopyRequestTexts(*dated, *source);
+    return dated;
+}
+
+std::vector<std::string> TakeFetchedDays()
+{
+    std::vector<std::string> texts;
+    for (const KxC::KxTime& day : KxC::KxGeFetcher::TakeFetchedDays())
+        texts.push_back(day.GetYear() > 0 ? FormatDate(day) : "undated");
+    return texts;
 }
 
 void ThrowIfEarthFailed()

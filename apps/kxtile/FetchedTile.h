@@ -7,6 +7,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace KxTileHost {
 
@@ -19,6 +20,8 @@ struct FetchedTile
     std::string m_from;     ///< "network", "disk", "memory", or "cache" for either of these
     int m_httpStatus = 0;   ///< 0 when no request was sent
     double m_seconds = 0.0; ///< of the library's operation
+    /// Of earth imagery that was fetched now, see TakeFetchedDays; empty of what a cache had.
+    std::vector<std::string> m_days = {};
 };
 
 /// Fetches a tile through the library's caches, or straight from the service when the disk cache

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "Command.h"
 #include "EarthSource.h"
+#include "GeoPoint.h"
 #include "KxGeFetcher.h"
 #include "SourceArgument.h"
 
@@ -16,20 +17,11 @@ namespace KxTileHost {
 
 namespace {
 
-constexpr int kMaxLevel = 30;
-
 struct DatesArguments
 {
     std::string m_place;
     std::string m_source;
     int m_level = 0;
-};
-
-/// A place on the globe, in degrees.
-struct Place
-{
-    double m_longitude;
-    double m_latitude;
 };
 
 /// A tile of the square of 360 x 360 degrees.
@@ -42,23 +34,6 @@ struct EarthTile
     int RowFromNorth() const { return (1 << m_level) - 1 - m_row; }
 };
 
-bool ReadDegrees(const std::string& text, double limit, double& degrees)
-{
-    return CLI::detail::lexical_cast(text, degrees) && std::abs(degrees) <= limit;
-}
-
-Place ParsePlace(const std::string& text)
-{
-    const std::size_t comma = std::min(text.find(','), text.size());
-    Place place{};
-    if (comma == text.size() || !ReadDegrees(text.substr(0, comma), 180.0, place.m_longitude) ||
-        !ReadDegrees(text.substr(comma + 1), 90.0, place.m_latitude))
-        throw CommandError(kExitWrongUsage,
-                           fmt::format("'{}' is no place", text),
-                           "Write LONGITUDE,LATITUDE in degrees, for instance 116.3975,39.9087.");
-    return place;
-}
-
 /// Index of the tile that holds an angle counted from -180 degrees; the far edge is the last one's.
 int IndexOf(double degrees, int level)
 {
@@ -67,34 +42,40 @@ int IndexOf(double degrees, int level)
     return std::clamp(static_cast<int>(index), 0, tilesPerAxis - 1);
 }
 
-EarthTile TileAt(const Place& place, int level)
+EarthTile TileAt(const GeoPoint& place, int level)
 {
-    return {level, IndexOf(place.m_latitude, level), IndexOf(place.m_longitude, level)};
+    return {level, IndexOf(place.m_lat, level), IndexOf(place.m_lon, level)};
 }
 
-/// Requests go to the server that is named; without a name, to the library's own choice.
-void ChooseServer(const std::string& source)
+/// Lists the days at a tile: of the server that an address names, of a definition's, and without
+/// either, of the library's own choice.
+KxC::NetError
+ListDates(std::vector<KxC::KxTime>& dates, const std::string& source, const EarthTile& tile)
 {
+    KxC::KxGeFetcher plain;
+    KxC::KxGeFetcher* fetcher = &plain;
     if (source.find("://") != std::string::npos) {
         KxC::KxGeFetcher::SetServer(source.c_str());
-        return;
+    } else if (!source.empty()) {
+        fetcher = SourceArgument(source).Load()->m_pGeFetcher;
+        if (fetcher == nullptr)
+            throw CommandError(kExitFailed,
+                               fmt::format("'{}' is no source of history imagery", source),
+                               "Its definition would say scheme = 8.");
     }
-    if (!source.empty() && SourceArgument(source).Load()->m_nTileScheme != kSchemeEarthHistory)
-        throw CommandError(kExitFailed,
-                           fmt::format("'{}' is no source of history imagery", source),
-                           "Its definition would say scheme = 8.");
+    return fetcher->ListDates(dates, tile.m_level, tile.m_row, tile.m_col);
 }
 
 void PrintDates(const GlobalOptions& options,
-                const Place& place,
+                const GeoPoint& place,
                 const EarthTile& tile,
                 const std::vector<KxC::KxTime>& dates)
 {
     std::vector<std::string> texts(dates.size());
     std::transform(dates.begin(), dates.end(), texts.begin(), FormatDate);
     if (options.m_json)
-        return PrintJson({{"longitude", place.m_longitude},
-                          {"latitude", place.m_latitude},
+        return PrintJson({{"longitude", place.m_lon},
+                          {"latitude", place.m_lat},
                           {"x", tile.m_col},
                           {"y", tile.RowFromNorth()},
                           {"z", tile.m_level},
@@ -105,15 +86,13 @@ void PrintDates(const GlobalOptions& options,
 
 void RunDates(const GlobalOptions& options, const DatesArguments& arguments)
 {
-    const Place place = ParsePlace(arguments.m_place);
+    const GeoPoint place = ParseGeoPoint(arguments.m_place);
     const EarthTile tile = TileAt(place, arguments.m_level);
-    ChooseServer(arguments.m_source);
-    KxC::KxGeFetcher fetcher;
     std::vector<KxC::KxTime> dates;
-    const KxC::NetError result = fetcher.ListDates(dates, tile.m_level, tile.m_row, tile.m_col);
+    const KxC::NetError result = ListDates(dates, arguments.m_source, tile);
     if (result == KxC::NetError_NoData)
         throw CommandError(
-            kExitFailed,
+            kExitNoTile,
             fmt::format("no dated imagery at {} on level {}", arguments.m_place, arguments.m_level),
             "Coarser levels may have some.");
     if (result != KxC::NetError_Success)
@@ -129,14 +108,14 @@ void AddDates(CLI::App& history, const GlobalOptions& options)
     const auto arguments = std::make_shared<DatesArguments>();
     command->add_option("--at", arguments->m_place, "LONGITUDE,LATITUDE in degrees, WGS 84")
         ->required();
-    command->add_option("--level", arguments->m_level, "Level of the square of 360 x 360 degrees")
-        ->check(CLI::Range(0, kMaxLevel))
-        ->required();
+    AddLevelOption(*command, arguments->m_level);
     command->add_option("SOURCE",
                         arguments->m_source,
                         "Definition file of scheme 8, or the server's address (that of the "
                         "environment, else the public one)");
-    command->footer("Example:\n  kxtile history dates --at 116.3975,39.9087 --level 15 "
+    command->footer("Levels are those of the square of 360 x 360 degrees. Exit codes: 0 there are "
+                    "days, 1 failed,\n3 no dated imagery there.\n"
+                    "Example:\n  kxtile history dates --at 116.3975,39.9087 --level 15 "
                     "http://127.0.0.1:8080/earth");
     command->callback([&options, arguments] { RunDates(options, *arguments); });
 }

@@ -78,13 +78,30 @@ bool LooksLikeTemplate(const std::string& text)
         "argument for the shell.");
 }
 
-/// Refuses an address that no tile can be asked for with.
-void CheckTemplate(const std::string& text)
+void CheckIsWebAddress(const std::string& text)
 {
-    if (text.compare(0, 7, "http://") != 0 && text.compare(0, 8, "https://") != 0)
+    if (!IsWebAddress(text))
         throw CommandError(kExitWrongUsage,
                            fmt::format("'{}' is no address of a tile service", text),
                            "Tiles are asked for by http:// and https:// only.");
+}
+
+/// An earth server's address is all that there is to say of it: where a tile is, its quadtree
+/// tells.
+void CheckEarthAddress(const std::string& text)
+{
+    for (const char* placeholder : {"{$x}", "{$y}", "{$z}", "{$quadkey}"})
+        if (Holds(text, placeholder))
+            throw CommandError(
+                kExitWrongUsage,
+                fmt::format("'{}' is a template of tile URLs, not an earth server's address", text),
+                "Only earth servers have imagery of dates: name one without placeholders, or leave "
+                "--date and --scheme earth out.");
+}
+
+/// Refuses an address that no tile can be asked for with.
+void CheckTemplate(const std::string& text)
+{
     std::string missing;
     int named = 0;
     for (const char* placeholder : {"{$x}", "{$y}", "{$z}"}) {
@@ -143,7 +160,7 @@ void SourceArgument::AddTo(CLI::App& command, Presence presence)
         .add_option("SOURCE",
                     m_text,
                     "Definition file, name of a ready definition ('kxtile source list'), or URL "
-                    "template with {$x} {$y} {$z}")
+                    "template with {$x} {$y} {$z} or other programs' spellings")
         ->required(presence == kRequired);
     const auto describes = [&](CLI::Option* option) {
         m_templateOptions.push_back(option->group(kTemplateOptions));
@@ -263,40 +280,53 @@ int SourceArgument::SchemeOfTemplate(bool byQuadKey) const
 
 KxC::KxTSDParamItem* SourceArgument::LoadTemplate() const
 {
-    const bool byQuadKey = Holds(m_text, "{$quadkey}");
-    const bool named = Holds(m_text, "{$x}");
+    CheckIsWebAddress(m_text);
+    const KxC::KxUrlSpelling spelling = KxC::SpellUrl(m_text.c_str());
+    if (spelling.m_strFault.IsEmpty() == 0)
+        ThrowBadTemplate(m_text, spelling.m_strFault.Cstr());
+    return LoadTileTemplate(spelling);
+}
+
+KxC::KxTSDParamItem* SourceArgument::LoadTileTemplate(const KxC::KxUrlSpelling& spelling) const
+{
+    const std::string text = spelling.m_strUrl.Cstr();
+    const bool byQuadKey = Holds(text, "{$quadkey}");
+    const bool named = Holds(text, "{$x}");
     const int scheme = SchemeOfTemplate(byQuadKey);
-    // An earth server's address is all that there is to say of it.
-    if (scheme != kSchemeEarthHistory)
-        CheckTemplate(m_text);
-    KxC::KxString urlTemplate(byQuadKey || named ? EscapePercentSigns(m_text).c_str()
-                                                 : m_text.c_str());
+    if (scheme == kSchemeEarthHistory)
+        CheckEarthAddress(text);
+    else
+        CheckTemplate(text);
+    KxC::KxString urlTemplate(byQuadKey || named ? EscapePercentSigns(text).c_str() : text.c_str());
     urlTemplate.Replace("{$quadkey}", "%s");
     // Baidu's rows have no north to count from, and its tiles are on its own datum.
     const bool plane = GridOf(scheme) == GridKind::Baidu;
-    const bool fromSouth = m_rows == "south" || (m_rows.empty() && plane);
-    KxC::KxTSDParamItem* source =
-        KxC::m_gTSDParamManager.GetTSDParam(urlTemplate,
-                                            m_servers.c_str(),
-                                            scheme,
-                                            kDatums.at(!m_datum.empty() ? m_datum
-                                                       : plane          ? "bd09"
-                                                                        : "wgs84"),
-                                            fromSouth ? 1 : 0,
-                                            m_levelOffset,
-                                            m_tileSize,
-                                            m_format.c_str(),
-                                            0,
-                                            KxC::KxTime());
+    const bool fromSouth =
+        m_rows == "south" || spelling.m_bRowsFromSouth || (m_rows.empty() && plane);
+    const int levelOffset = m_levelOffset + spelling.m_nLevelOffset;
+    const bool namesServers = spelling.m_strServerParts.IsEmpty() == 0;
+    KxC::KxTSDParamItem* source = KxC::m_gTSDParamManager.GetTSDParam(
+        urlTemplate,
+        namesServers ? spelling.m_strServerParts : KxC::KxString(m_servers.c_str()),
+        scheme,
+        kDatums.at(!m_datum.empty() ? m_datum
+                   : plane          ? "bd09"
+                                    : "wgs84"),
+        fromSouth ? 1 : 0,
+        levelOffset,
+        m_tileSize,
+        m_format.c_str(),
+        0,
+        KxC::KxTime());
     source->m_strImageFormat = m_format.c_str();
     // Another reading of the same addresses shows other places: it has tiles of its own on disk.
-    if (fromSouth || m_levelOffset != 0 || GridOf(scheme) != GridKind::WebMercator)
+    if (fromSouth || levelOffset != 0 || GridOf(scheme) != GridKind::WebMercator)
         source->m_strHashKey =
             KxC::KxUtility::GetValidHashKey(fmt::format("{} scheme {} rows {} offset {}",
                                                         urlTemplate.Cstr(),
                                                         scheme,
                                                         fromSouth ? "south" : "north",
-                                                        m_levelOffset)
+                                                        levelOffset)
                                                 .c_str());
     return source;
 }

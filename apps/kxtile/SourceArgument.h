@@ -3,6 +3,7 @@
 
 #include "Command.h"
 #include "KxTSDParam.h"
+#include "KxUrlSpelling.h"
 #include "Secrets.h"
 
 #include <string>
@@ -44,6 +45,8 @@ public:
     KxC::KxTSDParamItem* Load(SourceUse use = SourceUse::Fetch) const;
 
     const std::string& GetText() const { return m_text; }
+    /// The day of history imagery as asked for; empty for none.
+    const std::string& GetDate() const { return m_date; }
     /// The definition's file: what was named, or where the ready definition of that name lies.
     std::string GetPath() const;
     /// A short name: the definition's file name without extension, or the template.
@@ -57,6 +60,7 @@ public:
 private:
     KxC::KxTSDParamItem* LoadDefinition() const;
     KxC::KxTSDParamItem* LoadTemplate() const;
+    KxC::KxTSDParamItem* LoadTileTemplate(const KxC::KxUrlSpelling& spelling) const;
     int SchemeOfTemplate(bool byQuadKey) const;
     void RefuseTemplateOptions() const;
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "SourceCheckCommand.h"
 
+#include "KxDefinitionSources.h"
 #include "KxLuaToolkit.h"
 #include "KxTSDParam.h"
 #include "KxTileFetcher.h"
@@ -12,6 +13,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -99,6 +101,32 @@ void Check(const std::string& file, std::vector<Finding>& findings)
         CheckScript(source, file, findings);
 }
 
+/// Checks every source of a file that holds several.
+/// @return how many there are
+std::size_t CheckEach(const std::string& file, std::vector<Finding>& findings)
+{
+    const std::vector<KxC::KxString> names = KxC::ListDefinitionSources(file.c_str());
+    if (names.size() < 2) {
+        Check(file, findings);
+        return 1;
+    }
+    std::set<std::string> seen;
+    for (const KxC::KxString& text : names) {
+        const std::string name = text.Cstr();
+        const std::string entry = file + "#" + name;
+        if (name.empty() || name.find('#') != std::string::npos || !seen.insert(name).second)
+            findings.push_back({entry,
+                                0,
+                                "",
+                                false,
+                                "cannot be chosen by its name; give it one that is its own and "
+                                "holds no #"});
+        else
+            Check(entry, findings);
+    }
+    return names.size();
+}
+
 /// "file:line: error: key: message", as compilers write it.
 std::string AsLine(const Finding& finding)
 {
@@ -137,8 +165,9 @@ void Print(const GlobalOptions& options, const std::vector<Finding>& findings)
 void RunCheck(const GlobalOptions& options, const CheckArguments& arguments)
 {
     std::vector<Finding> findings;
+    std::size_t count = 0;
     for (const std::string& file : arguments.m_files)
-        Check(file, findings);
+        count += CheckEach(file, findings);
     Print(options, findings);
     const auto errors = static_cast<std::size_t>(std::count_if(
         findings.begin(), findings.end(), [](const Finding& finding) { return finding.m_error; }));
@@ -146,7 +175,7 @@ void RunCheck(const GlobalOptions& options, const CheckArguments& arguments)
     if (!options.m_json)
         fmt::print(stderr,
                    "kxtile: {} definition(s): {} error(s), {} warning(s)\n",
-                   arguments.m_files.size(),
+                   count,
                    errors,
                    warnings);
     if (errors > 0 || (arguments.m_strict && warnings > 0))
@@ -162,7 +191,8 @@ void AddSourceCheckCommand(CLI::App& source, const GlobalOptions& options)
     check
         ->add_option("FILE",
                      arguments->m_files,
-                     "Definitions, in any form; FILE#NAME for one of several in a file")
+                     "Definitions, in any form; FILE#NAME for one of several in a file, "
+                     "all of which are checked without #NAME")
         ->required();
     check->add_flag("--strict", arguments->m_strict, "Fail on warnings too");
     check->footer("Prints FILE:LINE: error|warning: KEY: what is wrong; what would be right.\n"

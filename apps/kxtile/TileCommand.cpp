@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "Command.h"
+#include "EarthSource.h"
 #include "FetchedTile.h"
 #include "HostTile.h"
 #include "OutputFile.h"
@@ -8,6 +9,7 @@
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <filesystem>
 #include <memory>
@@ -61,19 +63,24 @@ void PrintTile(const GlobalOptions& options,
                const WrittenTile& written)
 {
     if (options.m_json && written.m_path != "-") {
-        PrintJson({{"source", arguments.m_source.GetText()},
-                   {"x", tile.m_x},
-                   {"y", tile.m_y},
-                   {"z", tile.m_z},
-                   {"url", UrlOrNull(fetched.m_url)},
-                   {"from", fetched.m_from},
-                   {"http_status", StatusOrNull(fetched.m_httpStatus)},
-                   {"seconds", fetched.m_seconds},
-                   {"file", written.m_path},
-                   {"format", written.m_format},
-                   {"width", written.m_width},
-                   {"height", written.m_height},
-                   {"bytes", written.m_bytes}});
+        nlohmann::ordered_json answer = {{"source", arguments.m_source.GetText()},
+                                         {"x", tile.m_x},
+                                         {"y", tile.m_y},
+                                         {"z", tile.m_z},
+                                         {"url", UrlOrNull(fetched.m_url)},
+                                         {"from", fetched.m_from},
+                                         {"http_status", StatusOrNull(fetched.m_httpStatus)},
+                                         {"seconds", fetched.m_seconds},
+                                         {"file", written.m_path},
+                                         {"format", written.m_format},
+                                         {"width", written.m_width},
+                                         {"height", written.m_height},
+                                         {"bytes", written.m_bytes}};
+        if (!arguments.m_source.GetDate().empty()) {
+            answer["date"] = arguments.m_source.GetDate();
+            answer["imagery_dates"] = fetched.m_days;
+        }
+        PrintJson(answer);
         return;
     }
     // Standard output belongs to the picture when it goes there.
@@ -96,6 +103,14 @@ void PrintTile(const GlobalOptions& options,
                "  {}{}\n",
                fetched.m_url.empty() ? "made of the tiles that it touches" : fetched.m_url,
                status);
+}
+
+/// Imagery of the very day that was asked for goes without saying.
+void PrintDays(const std::string& date, const std::vector<std::string>& days)
+{
+    if (date.empty() || days.empty() || days == std::vector<std::string>{date})
+        return;
+    fmt::print(stderr, "kxtile: imagery of {}; {} was asked for\n", fmt::join(days, ", "), date);
 }
 
 /// Whether the service's own tile already is the wanted one.
@@ -128,7 +143,9 @@ FetchedTile FetchWithoutSecrets(const GlobalOptions& options,
                                 KxC::KxTSDParamItem& source,
                                 const HostTile& tile)
 try {
+    TakeFetchedDays(); // from here on they are this tile's
     FetchedTile fetched = Fetch(options, arguments, source, tile);
+    fetched.m_days = TakeFetchedDays();
     fetched.m_url = arguments.m_source.GetSecrets().Mask(fetched.m_url);
     return fetched;
 } catch (const CommandError& error) {
@@ -146,6 +163,7 @@ void RunTile(const GlobalOptions& options, const TileArguments& arguments)
     const FetchedTile fetched = FetchWithoutSecrets(options, arguments, *source, tile);
     const WrittenTile written = WriteTile(*fetched.m_bytes, OutputPath(arguments, tile, fetched));
     PrintTile(options, arguments, tile, fetched, written);
+    PrintDays(arguments.m_source.GetDate(), fetched.m_days);
 }
 
 } // namespace

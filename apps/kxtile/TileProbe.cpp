@@ -2,7 +2,9 @@
 #include "TileProbe.h"
 
 #include "Command.h"
+#include "EarthSource.h"
 #include "KxCompress.h"
+#include "KxGeFetcher.h"
 #include "KxImgUtility.h"
 #include "KxNetGetch.h"
 #include "SourceFormat.h"
@@ -13,6 +15,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 
 namespace KxTileHost {
@@ -83,7 +86,10 @@ ProbeStep::Verdict TileProbe::Verdict() const
 
 void TileProbe::Run(const HostTile& tile)
 {
-    if (AskForUrl(tile) && Request() && Inflate() && Recognise())
+    const bool isEarth = m_source.m_pGeFetcher != nullptr;
+    const bool hasBody = isEarth ? NameServer() && RequestFromEarth(tile)
+                                 : AskForUrl(tile) && Request() && Inflate();
+    if (hasBody && Recognise())
         Decode();
 }
 
@@ -101,10 +107,6 @@ bool TileProbe::AskForUrl(const HostTile& tile)
 try {
     if (m_source.m_strUrlTemplate.IsEmpty() != 0 && m_source.m_bLuaScripted == 0)
         return Add("url", ProbeStep::kBad, "the source has neither URL nor script");
-    if (m_source.m_nTileScheme == Scheme::kEarthHistory)
-        return Add("url",
-                   ProbeStep::kBad,
-                   "history imagery is not fetched by URL, so there is nothing to try here");
     m_url = TileUrlOf(m_source, tile);
     m_facts["url"] = m_url;
     if (m_source.m_nTileScheme == Scheme::kBingMap && tile.m_z == 0)
@@ -117,12 +119,53 @@ try {
     return Add("url", ProbeStep::kBad, error.what(), error.m_hint);
 }
 
-bool TileProbe::Request()
+bool TileProbe::NameServer()
 {
-    const KxC::KxString agent =
-        m_source.m_nTileScheme == 3 ? kAgentOfScheme3 : m_source.m_strUserAgent;
-    const KxC::NetError result = KxNetGetch::RequestData(
-        m_body, m_url.c_str(), "", "", 0, 1, m_timeoutMs, agent, &m_source.m_arrRequestHeaders);
+    if (m_source.m_strUrlTemplate.IsEmpty() != 0)
+        return Add("server",
+                   ProbeStep::kBad,
+                   "the source has no address",
+                   "Write the earth server's address as the definition's url.");
+    return Add("server", ProbeStep::kGood, m_source.m_strUrlTemplate.Cstr());
+}
+
+/// The fetcher reads the server's database and quadtree on its way: what fails names its address.
+bool TileProbe::RequestFromEarth(const HostTile& tile)
+{
+    const auto start = std::chrono::steady_clock::now();
+    KxC::KxString unused;
+    const KxC::NetError result = m_source.m_pGeFetcher->FetchImageRawData(
+        m_body, tile.m_z, tile.RowFromSouth(), tile.m_x, unused, 0);
+    const std::chrono::duration<double, std::milli> took = std::chrono::steady_clock::now() - start;
+    const KxC::KxGeFetchInfo& fetch = KxC::KxGeFetcher::GetLastFetchInfo();
+    NoteRequest();
+    m_facts["url"] = KxNetGetch::GetLastRequestInfo().m_strUrl.Cstr();
+    m_facts["milliseconds"] = took.count();
+    m_facts["cause"] = fetch.m_strCause.Cstr();
+    if (result == KxC::NetError_NoData)
+        return Add("request",
+                   ProbeStep::kNoTile,
+                   "the server has no imagery there, or none of that date or before",
+                   "'kxtile history dates' lists the days that it has at a place.");
+    if (result != KxC::NetError_Success)
+        return Add("request",
+                   ProbeStep::kBad,
+                   fetch.m_strCause.Cstr(),
+                   HintForStatus(KxNetGetch::GetLastRequestInfo().m_nHttpStatus));
+    m_facts["imagery_date"] = fetch.m_time.GetYear() > 0 ? FormatDate(fetch.m_time) : "";
+    m_facts["imagery_level"] = fetch.m_nLevel;
+    return Add("request",
+               ProbeStep::kGood,
+               fmt::format("{} bytes in {:.0f} ms: {} imagery of level {}",
+                           m_body.GetSize(),
+                           took.count(),
+                           fetch.m_time.GetYear() > 0 ? FormatDate(fetch.m_time) : "undated",
+                           fetch.m_nLevel));
+}
+
+/// What the last request says, for programs.
+void TileProbe::NoteRequest()
+{
     const KxNetRequestInfo& info = KxNetGetch::GetLastRequestInfo();
     m_facts["http_status"] = info.m_nHttpStatus;
     m_facts["attempts"] = info.m_nAttempts;
@@ -130,6 +173,16 @@ bool TileProbe::Request()
     m_facts["milliseconds"] = info.m_dSeconds * 1000.0;
     m_facts["content_type"] = info.m_strContentType.Cstr();
     m_facts["cause"] = info.m_strCause.Cstr();
+}
+
+bool TileProbe::Request()
+{
+    const KxC::KxString agent =
+        m_source.m_nTileScheme == 3 ? kAgentOfScheme3 : m_source.m_strUserAgent;
+    const KxC::NetError result = KxNetGetch::RequestData(
+        m_body, m_url.c_str(), "", "", 0, 1, m_timeoutMs, agent, &m_source.m_arrRequestHeaders);
+    const KxNetRequestInfo& info = KxNetGetch::GetLastRequestInfo();
+    NoteRequest();
     const std::string text =
         fmt::format("HTTP status {}, {} attempt{}, {} bytes of type '{}' in {:.0f} ms",
                     info.m_nHttpStatus,

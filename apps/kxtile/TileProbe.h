@@ -46,7 +46,10 @@ public:
 private:
     void Run(const HostTile& tile);
     bool AskForUrl(const HostTile& tile);
+    bool NameServer();
     bool Request();
+    bool RequestFromEarth(const HostTile& tile);
+    void NoteRequest();
     bool Inflate();
     bool Recognise();
     bool Decode();

@@ -2,6 +2,7 @@
 #include "TileUrl.h"
 
 #include "Command.h"
+#include "EarthSource.h"
 #include "KxLuaToolkit.h"
 #include "KxTileFetcher.h"
 
@@ -11,6 +12,11 @@ namespace KxTileHost {
 
 std::string TileUrlOf(KxC::KxTSDParamItem& source, const HostTile& tile)
 {
+    if (source.m_nTileScheme == kSchemeEarthHistory)
+        throw CommandError(kExitFailed,
+                           "an earth server's tiles have no URL of their own: its quadtree tells "
+                           "where each one is",
+                           "'kxtile tile' fetches a tile, 'kxtile source test' shows the steps.");
     const KxC::KxString url =
         KxC::KxTileFetcher::GetURL(&source, tile.m_z, tile.RowFromSouth(), tile.m_x);
     if (url.IsEmpty() != 0)

@@ -86,6 +86,9 @@ public:
     static const KxGeFetchInfo& GetLastFetchInfo();
     /// Forgets it, so that a host can tell whether an operation asked an earth server at all.
     static void ClearLastFetchInfo();
+    /// The different days of the imagery that the calling thread has fetched since it was last
+    /// asked, the oldest first; no date among them for imagery without. At most 64: the oldest.
+    static std::vector<KxTime> TakeFetchedDays();
     /// Notes what came of an operation that another thread did for the calling one as well.
     static void SetLastFetchInfo(const KxGeFetchInfo& info);
 

@@ -36,6 +36,13 @@ struct KxRawDataSubTreeInfo
     bool m_bReadable = true;          ///< false: the counts could not be read
 };
 
+/// A damaged database that was set aside, so that a fresh one could take its place.
+struct KxRawDataDamagedFile
+{
+    KxString m_strPath;
+    unsigned long long m_nBytes = 0; ///< of the file and its write-ahead log
+};
+
 /// How an operation on a whole sub-tree ended.
 enum KxRawDataTreeResult : int {
     KxRawDataTreeResult_Done = 0,
@@ -121,6 +128,9 @@ public:
 
     /// The sub-trees on disk, by name.
     std::vector<KxRawDataSubTreeInfo> ListSubTrees(CacheType type);
+
+    /// The damaged databases that were set aside so far, by name. Nobody reads them any more.
+    std::vector<KxRawDataDamagedFile> ListDamagedFiles(CacheType type);
 
     /// Forgets everything about one source, for every process that uses the folder.
     /// @return 1 when nothing of it is left

@@ -16,7 +16,9 @@ import sys
 import tempfile
 import unittest
 
-KXTILE, KXORIGIN, SOURCES = sys.argv[1:4]
+from kxtile_harness import KXTILE, KxtileTestCase
+
+SOURCES = sys.argv[3]
 HALF_WORLD = math.pi * 6378137.0
 
 
@@ -33,38 +35,15 @@ def pixels(path, *options):
         return raw.read_bytes()
 
 
-class KxtileCacheTest(unittest.TestCase):
-    @classmethod
-    def setUpClass(cls):
-        cls.origin_folder = tempfile.TemporaryDirectory()
-        cls.origin = subprocess.Popen([KXORIGIN, "--port", "0",
-                                       "--log", cls.origin_folder.name + "/log.jsonl"],
-                                      stdout=subprocess.PIPE, text=True)
-        cls.address = cls.origin.stdout.readline().split()[-1]
-
-    @classmethod
-    def tearDownClass(cls):
-        cls.origin.terminate()
-        assert cls.origin.wait() == 0
-        cls.origin.stdout.close()
-        cls.origin_folder.cleanup()
-
+class KxtileCacheTest(KxtileTestCase):
     def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.folder = pathlib.Path(folder.name)
-        self.environment = {**os.environ, "KXORIGIN": self.address, "no_proxy": "127.0.0.1",
-                            "KXTILE_CACHE_DIR": str(self.folder / "cache")}
-        self.template = self.address + "/xyz/marble/{$z}/{$x}/{$y}.png"
+        super().setUp()
+        self.template = self.url("/xyz/marble/{$z}/{$x}/{$y}.png")
 
     def kxtile(self, *arguments, status=0):
-        done = subprocess.run([KXTILE, *map(str, arguments)], env=self.environment,
-                              cwd=self.folder, capture_output=True, check=False, text=True)
-        self.assertEqual(done.returncode, status, (arguments, done.stdout[:500], done.stderr))
+        done = super().kxtile(*arguments, status=status)
+        done.stdout, done.stderr = done.stdout.decode(), done.stderr.decode()
         return done
-
-    def answer(self, *arguments, status=0):
-        return json.loads(self.kxtile("--json", *arguments, status=status).stdout)
 
     def fetch(self, source, *tiles):
         for tile in tiles:
@@ -85,6 +64,19 @@ class KxtileCacheTest(unittest.TestCase):
             with self.subTest(kind):
                 self.assertIn(name, [source["description"] for source in self.sources()])
                 self.assertIn(name + " (", self.kxtile("cache", "info").stdout)
+
+    def test_info_lists_databases_that_were_set_aside(self):
+        self.assertEqual(self.answer("cache", "info")["set_aside"], [])
+        self.fetch(self.template, "4/3/3")
+        [source] = self.sources()
+        pathlib.Path(source["file"]).write_bytes(b"no database at all" * 1000)
+        self.fetch(self.template, "4/3/3")
+        self.assertEqual(self.answer("cache", "info")["set_aside"],
+                         [{"file": source["file"] + ".damaged-1", "bytes": 18000}])
+        self.assertEqual([found["tiles"] for found in self.sources()], [1])
+        said = self.kxtile("cache", "info").stdout
+        self.assertIn("1 damaged database set aside, 17.6 KiB", said)
+        self.assertIn(source["file"] + ".damaged-1", said)
 
     def limited(self, cache, *arguments):
         """What kxtile says when no file may grow beyond 30000 bytes: a JPEG tile fits, a database

@@ -253,6 +253,40 @@ class KxtileTest(KxtileTestCase):
         self.assertEqual(self.answer("url", "http://h/{$z}/{$x}/{$y}", "3/5/3", "--rows",
                                      "south")["url"], "http://h/3/3/2")
 
+    def test_url_takes_other_programs_placeholders(self):
+        for template, options, expected in [
+                ("http://h/{z}/{x}/{y}?n=%20", [], "http://h/3/3/5?n=%20"),
+                ("http://h/{z}/{x}/{-y}", [], "http://h/3/3/2"),
+                ("http://{s}.h/{z}/{x}/{y}", ["--servers", "a,b"], "http://a.h/3/3/5"),
+                ("http://{b-d}.h/{z-1}/{x}/{y}", [], "http://b.h/2/3/5"),
+                ("http://h/{quadkey}", [], "http://h/213")]:
+            self.assertEqual(self.answer("url", template, "3/5/3", *options)["url"], expected)
+            definition = self.folder / "same.toml"
+            scheme = "BingMap" if "quadkey" in template else "WebMercatorWGS84"
+            definition.write_text(f"url = '{template}'\nscheme = '{scheme}'\nservers = 'a,b'\n")
+            self.assertEqual(self.answer("url", definition, "3/5/3")["url"], expected)
+        for template in ("http://h/{z}/{x}/{y}/{-y}", "http://h/{z}/{x}/{y}?s={s}"):
+            self.assertIn("into a definition",
+                          self.answer("url", template, "3/5/3", status=2)["error"])
+
+    def test_check_looks_at_every_source_of_a_list(self):
+        qgis = self.folder / "list.xml"
+        qgis.write_text("<qgsXYZTilesConnections>"
+                        "<xyztiles name='Good' url='http://h/{z}/{x}/{y}'/>"
+                        "<xyztiles name='Bad' url='http://h/{z}/{x}'/>"
+                        "<xyztiles name='Good' url='http://h/{z}'/></qgsXYZTilesConnections>")
+        proxy = self.folder / "proxy.yaml"
+        proxy.write_text("sources:\n  good: {type: tile, url: 'http://h/%(z)s/%(x)s/%(y)s'}\n"
+                         "  bad: {type: tile, url: 'http://h/%(z)s'}\n")
+        for path, bad in [(qgis, "Bad"), (proxy, "bad")]:
+            done = self.kxtile("--json", "source", "check", path, status=1)
+            errors = [found["file"] for found in json.loads(done.stdout)
+                      if found["severity"] == "error"]
+            self.assertEqual(set(errors), {f"{path}#{bad}"})
+        said = self.kxtile("source", "check", qgis, status=1)
+        self.assertIn(b"list.xml#Good: warning: cannot be chosen by its name", said.stdout)
+        self.assertIn(b"3 definition(s)", said.stderr)
+
     def test_url_keeps_percent_signs_of_its_own(self):
         for own in ("%20", "%d0%b0", "%s", "%%", "%"):
             self.assertEqual(self.kxtile("url", f"http://h/{own}{{$z}}/{{$x}}/{{$y}}?{own}",

@@ -113,6 +113,7 @@ class EarthServer(http.server.BaseHTTPRequestHandler):
     def do_GET(self):
         path, _, query = self.path.partition("?")
         self.server.queries.append(query)
+        self.server.headers.append(self.headers)
         if path == "/earth/dbRoot.v5":
             body = db_root("db=tm&", 900) if "db=tm" in query else db_root("", 5)
         else:
@@ -129,7 +130,7 @@ class EarthServer(http.server.BaseHTTPRequestHandler):
 class KxtileEarthTest(unittest.TestCase):
     def setUp(self):
         self.server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), EarthServer)
-        self.server.queries = []
+        self.server.queries, self.server.headers = [], []
         thread = threading.Thread(target=self.server.serve_forever)
         thread.start()
         self.addCleanup(thread.join)
@@ -162,7 +163,7 @@ class KxtileEarthTest(unittest.TestCase):
 
     def test_dates_come_as_json_too(self):
         done = self.kxtile("--json", "history", "dates", "--at", "-0.5,1.5", "--level", 0,
-                           self.earth, status=1)
+                           self.earth, status=3)
         self.assertIn("no dated imagery at -0.5,1.5 on level 0", json.loads(done.stdout)["error"])
         done = self.kxtile("--json", "history", "dates", "--at", "10.5,20.25", "--level", 1,
                            self.earth)
@@ -180,10 +181,10 @@ class KxtileEarthTest(unittest.TestCase):
         other.write_text('url = "http://127.0.0.1:1/{$z}/{$x}/{$y}"\n')
         self.assertIn("no source of history", self.kxtile(*at, other, status=1).stderr)
 
-    def test_no_dates_are_a_failure_with_a_reason(self):
+    def test_no_dates_are_told_apart_from_a_failure(self):
         at = ("history", "dates", "--at", "-50,-10", "--level", 2)
         self.assertIn("no dated imagery at -50,-10 on level 2",
-                      self.kxtile(*at, self.earth, status=1).stderr)
+                      self.kxtile(*at, self.earth, status=3).stderr)
         done = self.kxtile(*at, "http://127.0.0.1:1/earth", status=1)
         self.assertIn("127.0.0.1:1/earth/dbRoot.v5", done.stderr)
         self.assertIn("no such database", self.kxtile(*at, self.earth + "/no", status=1).stderr)
@@ -218,6 +219,72 @@ class KxtileEarthTest(unittest.TestCase):
     def test_a_date_before_all_imagery_has_no_tile(self):
         for cache in ([], [], ["--no-disk-cache"]):
             self.kxtile(*cache, "tile", self.earth, "--date", "2000-01-01", "1/0/1", status=3)
+
+    def test_requests_carry_the_definitions_agent_and_header_lines(self):
+        definition = self.folder / "earth.toml"
+        definition.write_text(f'url = "{self.earth}"\nscheme = 8\nuser_agent = "Surveyor/2"\n'
+                              'headers = ["X-Key: 17"]\n')
+        for command in [("tile", definition, "1/0/1", "-o", "t.png"),
+                        ("tile", definition, "--date", "2010-06-01", "1/0/1", "-o", "t.png"),
+                        ("history", "dates", "--at", "1,1", "--level", 1, definition)]:
+            self.server.headers.clear()
+            self.kxtile(*command)
+            self.assertEqual({(head["User-Agent"], head["X-Key"]) for head in self.server.headers},
+                             {("Surveyor/2", "17")}, command)
+        self.server.headers.clear()
+        self.kxtile("tile", self.earth, "--scheme", "earth", "1/0/1", "-o", "t.png",
+                    "--user-agent", "Other/1", "--header", "X-Key: 18", "--no-disk-cache")
+        self.assertEqual({(head["User-Agent"], head["X-Key"]) for head in self.server.headers},
+                         {("Other/1", "18")})
+
+    def test_a_tile_tells_of_which_day_its_imagery_is(self):
+        tile = ("tile", self.earth, "1/0/1", "-o", "t.png", "--no-disk-cache", "--date")
+        self.assertIn("imagery of 2008-04-23; 2010-06-01 was asked for",
+                      self.kxtile(*tile, "2010-06-01").stderr)
+        self.assertEqual(self.kxtile(*tile, "2008-04-23").stderr, "")
+        answer = json.loads(self.kxtile("--json", *tile, "2021-01-01").stdout)
+        self.assertEqual((answer["date"], answer["imagery_dates"]), ("2021-01-01", ["2020-01-15"]))
+        answer = json.loads(self.kxtile("--json", *tile[:-1], "--scheme", "earth").stdout)
+        self.assertNotIn("imagery_dates", answer)
+
+    def test_a_tile_template_has_no_dates(self):
+        template = self.earth + "/{$z}/{$x}/{$y}.png"
+        for options in (["--date", "2010-06-01"], ["--scheme", "earth"]):
+            done = self.kxtile("tile", template, "1/0/1", *options, status=2)
+            self.assertIn("is a template of tile URLs", done.stderr)
+        self.assertEqual(self.server.queries, [])
+
+    def test_an_address_that_is_none_of_a_server_fails(self):
+        definition = self.folder / "earth.toml"
+        for address in ("ftp://127.0.0.1/earth", "file:///earth", "earth.example.org"):
+            definition.write_text(f'url = "{address}"\nscheme = 8\n')
+            for command in (["tile", definition, "1/0/1"],
+                            ["history", "dates", "--at", "1,1", "--level", 1, definition],
+                            ["source", "test", definition]):
+                done = self.kxtile(*command, status=1, KXTILE_EARTH_URL=self.earth)
+                self.assertIn("is no address of an earth server", done.stderr, command)
+        self.kxtile("tile", "ftp://127.0.0.1/earth", "--scheme", "earth", "1/0/1", status=2)
+        self.assertEqual(self.server.queries, [])
+
+    def test_a_tile_has_no_url_of_its_own(self):
+        done = self.kxtile("url", self.earth, "--scheme", "earth", "1/0/1", status=1)
+        self.assertEqual(done.stdout, "")
+        self.assertIn("have no URL of their own", done.stderr)
+
+    def test_a_source_is_tried_step_by_step(self):
+        test = ("source", "test", self.earth, "--scheme", "earth", "--tile-size", 2)
+        answer = json.loads(self.kxtile("--json", *test, "--tile", "1/0/1").stdout)
+        self.assertEqual([step["step"] for step in answer["steps"]],
+                         ["source", "tile", "server", "request", "picture", "decode", "size"])
+        self.assertEqual((answer["result"], answer["imagery_level"], answer["http_status"]),
+                         ("ok", 1, 200))
+        self.assertTrue(answer["url"].endswith("/earth/flatfile?f1-02-i.4"), answer["url"])
+        done = self.kxtile(*test, "--tile", "1/0/1", "--date", "2010-06-01")
+        self.assertIn("2008-04-23 imagery of level 1", done.stdout)
+        done = self.kxtile(*test, "--tile", "1/0/1", "--date", "2000-01-01", status=3)
+        self.assertIn("the server has no imagery there", done.stdout)
+        done = self.kxtile("source", "test", self.earth + "/no", "--scheme", "earth", status=1)
+        self.assertIn("no such database", done.stdout)
 
     def test_help_shows_an_example(self):
         for command in (["history"], ["history", "dates"]):

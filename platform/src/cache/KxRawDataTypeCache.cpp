@@ -155,6 +155,21 @@ try {
     return {};
 }
 
+std::vector<KxRawDataDamagedFile> KxRawDataTypeCacheManager::ListDamagedFiles(CacheType type)
+try {
+    std::vector<KxRawDataDamagedFile> files;
+    if (type != CacheType_SourceTile)
+        return files;
+    const std::string folder = SubTreeFolder();
+    for (const std::string& name : DamagedFileNames(folder)) {
+        const std::string path = folder + "/" + name;
+        files.push_back({path.c_str(), SubTreeBytes(path)});
+    }
+    return files;
+} catch (...) {
+    return {};
+}
+
 unsigned char KxRawDataTypeCacheManager::ClearSubTree(CacheType type, const KxString& name)
 try {
     SubTree* const tree = m_store->Find(type, OpenSubTreeCache(type, name));

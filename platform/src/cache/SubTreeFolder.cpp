@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <initializer_list>
 #include <system_error>
+#include <utility>
 
 namespace KxC {
 
@@ -15,6 +16,7 @@ namespace {
 
 constexpr std::size_t kMaxNameBytes = 200;
 constexpr std::string_view kExtension = ".mbtiles";
+constexpr std::string_view kDamagedMark = ".damaged-"; // a number follows
 
 bool IsNameCharacter(char character)
 {
@@ -41,6 +43,23 @@ unsigned long long FileBytes(const std::string& path)
     std::error_code error;
     const std::uintmax_t bytes = std::filesystem::file_size(path, error);
     return error ? 0 : bytes;
+}
+
+/// What `nameOf` makes of the entries of a folder, sorted, without the empty ones; none when the
+/// folder cannot be read.
+template <typename NameOf>
+std::vector<std::string> NamesIn(const std::string& folder, const NameOf& nameOf)
+{
+    std::vector<std::string> names;
+    std::error_code error;
+    std::filesystem::directory_iterator entries(folder, error);
+    for (; !error && entries != std::filesystem::directory_iterator(); entries.increment(error)) {
+        std::string name = nameOf(entries->path());
+        if (!name.empty())
+            names.push_back(std::move(name));
+    }
+    std::sort(names.begin(), names.end());
+    return names;
 }
 
 } // namespace
@@ -72,17 +91,22 @@ std::string SubTreePath(std::string_view folder, std::string_view name)
 
 std::vector<std::string> SubTreeNames(const std::string& folder)
 {
-    std::vector<std::string> names;
-    std::error_code error;
-    std::filesystem::directory_iterator entries(folder, error);
-    for (; !error && entries != std::filesystem::directory_iterator(); entries.increment(error)) {
-        const std::filesystem::path& path = entries->path();
+    return NamesIn(folder, [](const std::filesystem::path& path) {
         const std::string stem = path.stem().string();
-        if (path.extension() == kExtension && IsSubTreeName(stem))
-            names.push_back(stem);
-    }
-    std::sort(names.begin(), names.end());
-    return names;
+        return path.extension() == kExtension && IsSubTreeName(stem) ? stem : std::string();
+    });
+}
+
+std::vector<std::string> DamagedFileNames(const std::string& folder)
+{
+    return NamesIn(folder, [](const std::filesystem::path& path) {
+        const std::string mark = path.extension().string();
+        const bool isNumbered =
+            mark.starts_with(kDamagedMark) && mark.size() > kDamagedMark.size() &&
+            mark.find_first_not_of("0123456789", kDamagedMark.size()) == std::string::npos;
+        return isNumbered && path.stem().extension() == kExtension ? path.filename().string()
+                                                                   : std::string();
+    });
 }
 
 unsigned long long SubTreeBytes(const std::string& path)

@@ -21,6 +21,8 @@ bool IsCacheType(KxRawDataTypeCacheManager::CacheType type);
 std::string SubTreePath(std::string_view folder, std::string_view name);
 /// The names of the sub-trees in `folder`, sorted; none when it cannot be read.
 std::vector<std::string> SubTreeNames(const std::string& folder);
+/// The names of the files in `folder` that are sub-trees set aside as damaged, sorted.
+std::vector<std::string> DamagedFileNames(const std::string& folder);
 /// Bytes of the database and its write-ahead log.
 unsigned long long SubTreeBytes(const std::string& path);
 

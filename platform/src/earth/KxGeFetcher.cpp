@@ -5,7 +5,9 @@
 #include "KxImgUtility.h"
 #include "TileSearch.h"
 
+#include <algorithm>
 #include <exception>
+#include <utility>
 
 namespace KxC {
 
@@ -17,6 +19,25 @@ KxGeFetchInfo& ThreadInfo()
 {
     thread_local KxGeFetchInfo info;
     return info;
+}
+
+/// Days of the thread's fetches, in order, each once.
+std::vector<DateKey>& ThreadDays()
+{
+    thread_local std::vector<DateKey> days;
+    return days;
+}
+
+void NoteDay(DateKey day)
+{
+    constexpr std::size_t kMaxDays = 64;
+    std::vector<DateKey>& days = ThreadDays();
+    const auto place = std::lower_bound(days.begin(), days.end(), day);
+    if (place != days.end() && *place == day)
+        return;
+    days.insert(place, day);
+    if (days.size() > kMaxDays)
+        days.pop_back();
 }
 
 /// A cause may be longer than anybody reads: a server's texts end in it.
@@ -81,6 +102,7 @@ bool FetchTile(KxRawData& data,
         return false;
     info.m_nLevel = found->m_level;
     info.m_time = DateOfKey(found->m_date);
+    NoteDay(found->m_date);
     data.SetExt(KxImgUtility::TellImgExt(data.GetData(), data.GetSize()));
     return true;
 }
@@ -168,6 +190,14 @@ void KxGeFetcher::SetTimeout(int timeoutMs)
 const KxGeFetchInfo& KxGeFetcher::GetLastFetchInfo()
 {
     return ThreadInfo();
+}
+
+std::vector<KxTime> KxGeFetcher::TakeFetchedDays()
+{
+    std::vector<KxTime> days;
+    for (const DateKey day : std::exchange(ThreadDays(), {}))
+        days.push_back(DateOfKey(day));
+    return days;
 }
 
 void KxGeFetcher::ClearLastFetchInfo()

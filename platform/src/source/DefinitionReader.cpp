@@ -100,4 +100,21 @@ Definition ReadDefinitionText(std::string_view text, const std::string& path, Re
     return {};
 }
 
+std::vector<std::string> ReadSourceNames(const std::string& path)
+{
+    std::string problem;
+    const std::optional<std::string> text = ReadSmallFile(path, problem);
+    if (!text)
+        return {};
+    const DefinitionText source{WithoutByteOrderMark(*text), "", ""};
+    switch (DetectForm(source.text)) {
+    case DefinitionForm::Qgis:
+        return QgisSourceNames(source);
+    case DefinitionForm::MapProxy:
+        return MapProxySourceNames(source);
+    default:
+        return {};
+    }
+}
+
 } // namespace KxC

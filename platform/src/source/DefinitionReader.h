@@ -6,6 +6,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace KxC {
 
@@ -17,5 +18,8 @@ Definition ReadDefinition(const std::string& path, Report& report);
 /// The same from memory.
 /// @param path  where the text would stand: its folder and its "#name" count
 Definition ReadDefinitionText(std::string_view text, const std::string& path, Report& report);
+
+/// The names of the sources in a file of several; none for other forms, and where it cannot be read.
+std::vector<std::string> ReadSourceNames(const std::string& path);
 
 } // namespace KxC

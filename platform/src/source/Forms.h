@@ -6,6 +6,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace KxC {
 
@@ -24,5 +25,10 @@ Definition ReadTileJsonForm(const DefinitionText& source, Report& report);
 Definition ReadGdalWmsForm(const DefinitionText& source, Report& report);
 Definition ReadQgisForm(const DefinitionText& source, Report& report);
 Definition ReadMapProxyForm(const DefinitionText& source, Report& report);
+
+// The names of the sources in forms that hold several; none where the text cannot be read.
+
+std::vector<std::string> QgisSourceNames(const DefinitionText& source);
+std::vector<std::string> MapProxySourceNames(const DefinitionText& source);
 
 } // namespace KxC

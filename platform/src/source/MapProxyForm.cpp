@@ -219,6 +219,16 @@ Definition ReadRoot(const YAML::Node& root, const std::string& wanted, Report& r
 
 } // namespace
 
+std::vector<std::string> MapProxySourceNames(const DefinitionText& source)
+try {
+    Report unused;
+    const std::optional<YAML::Node> root = ParseYaml(source.text, unused);
+    const YAML::Node sources = root ? Child(*root, "sources") : YAML::Node();
+    return sources.IsMap() ? FindTileSources(sources).names : std::vector<std::string>();
+} catch (const YAML::Exception&) {
+    return {};
+}
+
 Definition ReadMapProxyForm(const DefinitionText& source, Report& report)
 {
     const std::optional<YAML::Node> root = ParseYaml(source.text, report);

@@ -104,26 +104,37 @@ private:
     ForeignDefinition m_target;
 };
 
+std::vector<std::string> NamesIn(const XmlDocument& document)
+{
+    std::vector<std::string> names;
+    for (const pugi::xml_node& node : document.Root().children("xyztiles"))
+        names.emplace_back(node.attribute("name").value());
+    return names;
+}
+
 } // namespace
+
+std::vector<std::string> QgisSourceNames(const DefinitionText& source)
+{
+    Report unused;
+    XmlDocument document(source.text);
+    return document.Parse(unused) ? NamesIn(document) : std::vector<std::string>();
+}
 
 Definition ReadQgisForm(const DefinitionText& source, Report& report)
 {
     XmlDocument document(source.text);
     if (!document.Parse(report))
         return {};
-    std::vector<pugi::xml_node> nodes;
-    std::vector<std::string> names;
-    for (const pugi::xml_node& node : document.Root().children("xyztiles")) {
-        nodes.push_back(node);
-        names.emplace_back(node.attribute("name").value());
-    }
+    const auto children = document.Root().children("xyztiles");
+    const std::vector<pugi::xml_node> nodes(children.begin(), children.end());
     if (nodes.empty()) {
         report.Error(document.LineOf(document.Root()),
                      "",
                      "holds no connection; export the list with at least one <xyztiles>");
         return {};
     }
-    const auto chosen = ChooseSource(names, source.wanted, "connections", report);
+    const auto chosen = ChooseSource(NamesIn(document), source.wanted, "connections", report);
     return chosen ? QgisReader(document, nodes[*chosen], report).Read() : Definition{};
 }
 

@@ -5,7 +5,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-
 namespace KxC {
 namespace {
 
@@ -35,6 +34,13 @@ TEST_F(KxRawDataTypeCacheFailures, SaveIntoGarbageStartsAfreshAndKeepsEveryDamag
         EXPECT_EQ(ReadBytes(PathOf("a") + ".damaged-" + number), garbage);
         Restart();
     }
+    WriteBytes(PathOf("a") + ".damaged-x", "no number");
+    WriteBytes(m_folder + "/tiles/notes.damaged-1", "no database");
+    const auto files = m_manager->ListDamagedFiles(KxRawDataTypeCacheManager::CacheType_SourceTile);
+    ASSERT_EQ(files.size(), 2U);
+    EXPECT_EQ(files[0].m_strPath.Cstr(), PathOf("a") + ".damaged-1");
+    EXPECT_EQ(files[0].m_nBytes, 5001U);
+    EXPECT_EQ(files[1].m_strPath.Cstr(), PathOf("a") + ".damaged-2");
 }
 
 TEST_F(KxRawDataTypeCacheFailures, TruncatedFileIsAMissAndServesAgain)
