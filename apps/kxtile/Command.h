@@ -58,6 +58,7 @@ void AddHistoryCommand(CLI::App& app, const GlobalOptions& options);
 void AddSourceCommand(CLI::App& app, const GlobalOptions& options);
 void AddCacheCommand(CLI::App& app, const GlobalOptions& options);
 void AddFilesCommand(CLI::App& app, const GlobalOptions& options);
+void AddExportCommand(CLI::App& app, const GlobalOptions& options);
 
 /// Runs one command line.
 /// @return the exit code

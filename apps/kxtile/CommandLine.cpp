@@ -149,6 +149,7 @@ int RunCommandLine(int argc, const char* const* argv)
     AddSourceCommand(app, options);
     AddCacheCommand(app, options);
     AddFilesCommand(app, options);
+    AddExportCommand(app, options);
     try {
         return FinishStandardOutput(RunCommand(app, options, argc, argv));
     } catch (const std::system_error&) { // telling of a failure failed, too
