@@ -19,7 +19,9 @@ std::string Address(const char* what, int level, int row, int col)
 class ScriptedRaster : public KxRasterDataAccessor
 {
 public:
-    explicit ScriptedRaster(ScriptedRasters& script) : m_script(script) {}
+    explicit ScriptedRaster(ScriptedRasters& script) : m_script(script), m_toWgs84(script.m_toWgs84)
+    {
+    }
     ~ScriptedRaster() override
     {
         // Those that the process's registry holds outlive the test that made them.
@@ -37,7 +39,12 @@ public:
     unsigned char SetWKT(const char* /*text*/) override { return 0; }
     unsigned char SetAuthority(const char* /*text*/) override { return 0; }
     unsigned char SetPrjFile(const KxString& /*path*/) override { return 0; }
-    void SrcPtToWGS84Pt(const KxPoint3d& /*in*/, KxPoint3d& /*out*/) override {}
+    void SrcPtToWGS84Pt(const KxPoint3d& in, KxPoint3d& out) override
+    {
+        KxPoint3d place;
+        if (m_toWgs84 && m_toWgs84(in, place))
+            out = place;
+    }
     void WGS84PtToSrcPt(const KxPoint3d& /*in*/, KxPoint3d& /*out*/) override {}
 
     unsigned char Open(const KxString& path) override
@@ -71,6 +78,7 @@ public:
 
 private:
     ScriptedRasters& m_script;
+    std::function<bool(const KxPoint3d&, KxPoint3d&)> m_toWgs84;
 };
 
 } // namespace
@@ -93,8 +101,10 @@ void ScriptedRasters::Note(std::string call)
 
 KxPlugin* MakeScriptedRaster(const KxString& kind, const KxString& ext)
 {
-    const bool taken = ext.CompareNoCase(".tif") == 0 || ext.CompareNoCase(".mbt") == 0;
-    if (g_current == nullptr || !(kind == "AccessorPlugin") || !taken)
+    if (g_current == nullptr || !(kind == "AccessorPlugin"))
+        return nullptr;
+    const bool converts = g_current->m_toWgs84 && ext.CompareNoCase(".shp") == 0;
+    if (!converts && ext.CompareNoCase(".tif") != 0 && ext.CompareNoCase(".mbt") != 0)
         return nullptr;
     return new ScriptedRaster(*g_current);
 }
