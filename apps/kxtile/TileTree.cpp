@@ -14,7 +14,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <system_error>
@@ -123,6 +122,7 @@ std::vector<std::string> TileTree::PossiblePaths(const HostTile& tile) const
     if (!m_askedExt.empty())
         return {base + "." + m_askedExt};
     std::vector<std::string> paths;
+    paths.reserve(kOwnExts.size());
     for (const char* ext : kOwnExts)
         paths.push_back(base + ext);
     return paths;
@@ -264,10 +264,11 @@ TileResult TileTree::MakeByOurselves(const HostTile& tile) const
     const std::string path = PathWithoutExt(tile) + ext;
     KxFile::MkDirEx(FolderOf(tile).c_str());
     errno = 0;
-    if (KxFile::SaveWhole(path.c_str(), bytes.GetData(), bytes.GetSize()) == 0)
-        return {TileOutcome::Failed,
-                0,
-                fmt::format("cannot write '{}': {}", path, std::strerror(errno))};
+    if (KxFile::SaveWhole(path.c_str(), bytes.GetData(), bytes.GetSize()) == 0) {
+        const std::error_code reason(errno, std::generic_category());
+        return {
+            TileOutcome::Failed, 0, fmt::format("cannot write '{}': {}", path, reason.message())};
+    }
     WriteWorldFileBeside(path, bytes.GetExt(), tile, m_origin.GetTileSize());
     return {TileOutcome::Made, bytes.GetSize(), {}};
 }
@@ -293,6 +294,7 @@ TileResult TileTree::Make(const HostTile& tile) const
 void TileTree::RemoveUnfinished(const std::vector<HostTile>& inWork) const
 {
     std::vector<std::string> folders;
+    folders.reserve(inWork.size());
     for (const HostTile& tile : inWork)
         folders.push_back(FolderOf(tile));
     RemoveUnfinishedForGood(folders);

@@ -40,6 +40,7 @@ pid_t OwnerOf(std::string_view name)
 void RemoveOwn(DIR* folder)
 {
     const int descriptor = ::dirfd(folder);
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): only threads that share a folder's stream disturb it
     while (const dirent* entry = ::readdir(folder))
         if (OwnerOf(static_cast<const char*>(entry->d_name)) == ::getpid())
             ::unlinkat(descriptor, static_cast<const char*>(entry->d_name), 0);
