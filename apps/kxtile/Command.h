@@ -61,6 +61,7 @@ void AddFilesCommand(CLI::App& app, const GlobalOptions& options);
 void AddRasterCommand(CLI::App& app, const GlobalOptions& options);
 void AddMosaicCommand(CLI::App& app, const GlobalOptions& options);
 void AddServeCommand(CLI::App& app, const GlobalOptions& options);
+void AddExportCommand(CLI::App& app, const GlobalOptions& options);
 
 /// Runs one command line.
 /// @return the exit code

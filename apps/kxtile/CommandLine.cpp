@@ -152,6 +152,7 @@ int RunCommandLine(int argc, const char* const* argv)
     AddRasterCommand(app, options);
     AddMosaicCommand(app, options);
     AddServeCommand(app, options);
+    AddExportCommand(app, options);
     try {
         return FinishStandardOutput(RunCommand(app, options, argc, argv));
     } catch (const std::system_error&) { // telling of a failure failed, too

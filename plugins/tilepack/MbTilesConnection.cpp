@@ -18,7 +18,7 @@ constexpr int kBusyTimeoutMs = 2000;
 /// What a query may take, in thousands of steps of SQLite's machine: a lookup takes some twenty
 /// steps where there is an index, five for each tile of the pack where there is none.
 constexpr int kTileBudget = 50000;
-constexpr int kQueryBudget = 200000;
+constexpr int kQueryBudget = 60000;
 constexpr int kStepsAtOnce = 1000;
 
 /// Functions that views may call: none of them makes much of little.
@@ -51,7 +51,7 @@ int Authorize(void*, int action, const char*, const char* name, const char*, con
 constexpr const char* kSettings = "PRAGMA mmap_size = 0;"
                                   "PRAGMA trusted_schema = OFF;"
                                   "PRAGMA cell_size_check = ON;"
-                                  "PRAGMA temp_store = MEMORY;"
+                                  "PRAGMA automatic_index = OFF;"
                                   "PRAGMA query_only = ON;";
 
 constexpr const char* kTileQuery =
@@ -120,7 +120,29 @@ MbTilesConnection::Statement MbTilesConnection::Prepare(const char* sql) const
 {
     sqlite3_stmt* statement = nullptr;
     sqlite3_prepare_v3(m_connection.get(), sql, -1, SQLITE_PREPARE_PERSISTENT, &statement, nullptr);
-    return Statement(statement);
+    Statement prepared(statement);
+    if (prepared != nullptr && GathersRows(sql))
+        return nullptr;
+    return prepared;
+}
+
+/// Whether a view makes the query gather rows before it answers: nothing would bound the memory, or
+/// the disk, that they take.
+bool MbTilesConnection::GathersRows(const char* sql) const
+{
+    const std::string explain = std::string("EXPLAIN QUERY PLAN ") + sql;
+    sqlite3_stmt* statement = nullptr;
+    sqlite3_prepare_v2(m_connection.get(), explain.c_str(), -1, &statement, nullptr);
+    const Statement plan(statement);
+    constexpr int kDetail = 3;
+    while (plan != nullptr && sqlite3_step(plan.get()) == SQLITE_ROW) {
+        const auto* const text = sqlite3_column_text(plan.get(), kDetail);
+        const std::string_view detail(text != nullptr ? reinterpret_cast<const char*>(text) : "");
+        for (const char* const gathering : {"TEMP B-TREE", "MATERIALIZE", "AUTOMATIC"})
+            if (detail.find(gathering) != std::string_view::npos)
+                return true;
+    }
+    return plan == nullptr;
 }
 
 int MbTilesConnection::Step(sqlite3_stmt* statement, int budget)

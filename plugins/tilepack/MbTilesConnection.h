@@ -45,7 +45,9 @@ private:
 
     static int CountSteps(void* connection);
     void Configure();
+    /// Null when the database cannot answer the query, or not in bounded memory.
     Statement Prepare(const char* sql) const;
+    bool GathersRows(const char* sql) const;
     /// Steps once, within a number of steps of SQLite's machine.
     int Step(sqlite3_stmt* statement, int budget);
     PackRead TakeTile(TileBytes& bytes);

@@ -82,16 +82,10 @@ void MbTilesPack::FindLevels(MbTilesConnection& connection)
     long long first = 0;
     long long last = 0;
     const bool found =
-        connection.ReadNumbers("SELECT zoom_level FROM tiles WHERE zoom_level BETWEEN 0 AND 30"
-                               " ORDER BY zoom_level LIMIT 1",
-                               0,
-                               &first,
-                               1) &&
-        connection.ReadNumbers("SELECT zoom_level FROM tiles WHERE zoom_level BETWEEN 0 AND 30"
-                               " ORDER BY zoom_level DESC LIMIT 1",
-                               0,
-                               &last,
-                               1);
+        connection.ReadNumbers(
+            "SELECT min(zoom_level) FROM tiles WHERE zoom_level BETWEEN 0 AND 30", 0, &first, 1) &&
+        connection.ReadNumbers(
+            "SELECT max(zoom_level) FROM tiles WHERE zoom_level BETWEEN 0 AND 30", 0, &last, 1);
     if (!found || first < 0 || last > TileAddress::kMaxLevel || first > last)
         throw PackError("it holds no tiles that can be read");
     m_nMinLevel = static_cast<int>(first);

@@ -42,12 +42,12 @@ void PrintEndAsJson(const TileJobEnd& end, const std::string& where, const std::
                                                            : nlohmann::ordered_json(nullptr)}});
 }
 
-void TellOfList(const TileJobEnd& end, const std::string& list)
+void TellOfList(const TileJobEnd& end, const std::string& list, const char* again)
 {
     if (!end.m_isListWritten)
         fmt::print(stderr, "kxtile: warning: cannot write the list of failed tiles '{}'\n", list);
     else if (end.m_counts.m_failed > 0)
-        fmt::print(stderr, "kxtile: the failed tiles are listed in '{}'; see --retry\n", list);
+        fmt::print(stderr, "kxtile: the failed tiles are listed in '{}'; see {}\n", list, again);
 }
 
 } // namespace
@@ -151,9 +151,10 @@ void PrintDryRun(const GlobalOptions& options,
 void PrintJobEnd(const GlobalOptions& options,
                  const TileJobEnd& end,
                  const std::string& where,
-                 const std::string& list)
+                 const std::string& list,
+                 const char* again)
 {
-    TellOfList(end, list);
+    TellOfList(end, list, again);
     if (options.m_json)
         return PrintEndAsJson(end, where, list);
     const JobCounts& counts = end.m_counts;

@@ -49,10 +49,12 @@ void PrintDryRun(const GlobalOptions& options,
 /// Says what became of the tiles.
 /// @param where  the file or folder that holds them now
 /// @param list   path of the list of failed tiles
+/// @param again  the option that tries them again
 void PrintJobEnd(const GlobalOptions& options,
                  const TileJobEnd& end,
                  const std::string& where,
-                 const std::string& list);
+                 const std::string& list,
+                 const char* again = "--retry");
 
 /// 0 where all tiles are there, else what kept them away.
 ExitCode ExitCodeOf(const TileJobEnd& end);

@@ -143,6 +143,23 @@ TEST(MbTilesHostile, EndsOnViewsThatWouldNot)
     }
 }
 
+TEST(MbTilesHostile, RefusesViewsThatGatherRowsBeforeTheyAnswer)
+{
+    const TempFolder folder;
+    int number = 0;
+    for (const std::string end :
+         {"ORDER BY stored.tile_data", "GROUP BY stored.tile_data", "UNION SELECT * FROM stored"}) {
+        MbTilesFile file(folder.File(std::to_string(number++) + ".mbtiles"));
+        file.CreateTables();
+        file.AddTile(0, 0, 0, PngOf(1, 2, 3));
+        file.Execute("ALTER TABLE tiles RENAME TO stored;"
+                     "CREATE VIEW tiles AS SELECT stored.zoom_level, stored.tile_column,"
+                     " stored.tile_row, stored.tile_data FROM stored " +
+                     end);
+        EXPECT_EQ(OpenPack(file.Close()), nullptr) << end;
+    }
+}
+
 TEST(MbTilesHostile, CallsNothingThatAFileBringsAlong)
 {
     const TempFolder folder;

@@ -1,0 +1,279 @@
+// SPDX-License-Identifier: MIT
+#include "Command.h"
+#include "KxFile.h"
+#include "UnfinishedFiles.h"
+#include "export/ArchiveSink.h"
+#include "export/EarlierArchive.h"
+#include "export/ImageSink.h"
+#include "jobs/JobArguments.h"
+#include "jobs/StopSignals.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <exception>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <system_error>
+#include <thread>
+
+namespace KxTileHost {
+
+namespace {
+
+struct ExportArguments
+{
+    JobArguments m_job;
+    std::string m_output;
+    std::string m_name;
+    std::string m_attribution;
+    bool m_overwrite = false;
+    bool m_resume = false;
+};
+
+enum class Form { MbTiles, PmTiles, GeoTiff };
+
+Form FormOf(const std::string& path)
+{
+    struct Known
+    {
+        const char* m_ext;
+        Form m_form;
+    };
+    constexpr Known kKnown[] = {{".mbtiles", Form::MbTiles},
+                                {".pmtiles", Form::PmTiles},
+                                {".tif", Form::GeoTiff},
+                                {".tiff", Form::GeoTiff}};
+    for (const Known& known : kKnown)
+        if (KxC::KxFile::GetExt(path.c_str()).CompareNoCase(known.m_ext) == 0)
+            return known.m_form;
+    throw CommandError(kExitWrongUsage,
+                       fmt::format("'{}' is no name for an export", path),
+                       "Its extension tells the format: .mbtiles, .pmtiles or .tif.");
+}
+
+/// @return whether there is an earlier file to go on with
+bool CheckOutput(const ExportArguments& arguments, Form form)
+{
+    const std::string& path = arguments.m_output;
+    if (arguments.m_resume && form == Form::GeoTiff)
+        throw CommandError(kExitWrongUsage,
+                           "a GeoTIFF cannot be gone on with",
+                           "--overwrite makes it anew, from tiles that are kept where they are.");
+    std::error_code error;
+    const auto status = std::filesystem::status(path, error);
+    if (status.type() == std::filesystem::file_type::not_found)
+        return false;
+    if (!std::filesystem::is_regular_file(status))
+        throw CommandError(
+            kExitFailed, fmt::format("'{}' is there and no file", path), "Give another name.");
+    if (!arguments.m_overwrite && !arguments.m_resume)
+        throw CommandError(kExitFailed,
+                           fmt::format("'{}' is there already", path),
+                           "--overwrite makes it anew; --resume takes the tiles that it has (not "
+                           "of .tif) and fetches the others.");
+    return arguments.m_resume;
+}
+
+/// Of a picture the deepest level alone is needed.
+TileList MakeList(JobArguments job, Form form)
+{
+    if (form == Form::GeoTiff && !job.m_levels.empty())
+        job.m_levels = std::to_string(ParseLevelRange(job.m_levels).m_last);
+    return job.MakeList();
+}
+
+KxC::KxTileArchiveMetadata MetadataFor(const ExportArguments& arguments, const TileOrigin& origin)
+{
+    const KxC::KxTSDParamItem* const source = origin.GetSource();
+    const auto chosen = [&](const std::string& given, const KxC::KxString& ofSource) {
+        return given.empty() ? origin.WithoutSecrets(ofSource.Cstr()) : given;
+    };
+    std::string name = chosen(arguments.m_name, source != nullptr ? source->m_strAttr1 : "");
+    if (name.empty())
+        name = origin.GetName();
+    const std::string attribution =
+        chosen(arguments.m_attribution, source != nullptr ? source->m_strAttr2 : "");
+    return {name.c_str(), "Tiles exported by kxtile", attribution.c_str()};
+}
+
+std::unique_ptr<TileSink> MakeSink(const ExportArguments& arguments,
+                                   Form form,
+                                   const TileOrigin& origin,
+                                   const TileList& tiles)
+{
+    if (form == Form::GeoTiff)
+        return std::make_unique<ImageSink>(arguments.m_output, tiles, origin.GetTileSize());
+    return std::make_unique<ArchiveSink>(arguments.m_output,
+                                         form == Form::MbTiles ? KxC::KxTileArchiveFormat_MBTiles
+                                                               : KxC::KxTileArchiveFormat_PMTiles,
+                                         MetadataFor(arguments, origin));
+}
+
+/// One tile's way into the file.
+TileResult Export(const HostTile& tile,
+                  const TileOrigin& origin,
+                  const EarlierArchive* earlier,
+                  TileSink& sink)
+{
+    if (sink.HasFailed())
+        return {TileOutcome::Failed, 0, "the file cannot be written"};
+    TileBytes fetched;
+    if (earlier != nullptr)
+        fetched.m_bytes = earlier->Find(tile);
+    if (fetched.m_bytes != nullptr)
+        fetched.m_outcome = TileOutcome::Kept;
+    else
+        fetched = origin.Fetch(tile);
+    if (fetched.m_bytes == nullptr)
+        return {fetched.m_outcome, 0, fetched.m_why};
+    sink.Add(tile, *fetched.m_bytes);
+    return {fetched.m_outcome, fetched.m_bytes->GetSize(), {}};
+}
+
+/// Completes the file, which takes its time for a large one. A signal ends the process.
+void Finish(TileSink& sink, const StopSignals& signals, const std::function<void()>& onStop)
+{
+    std::exception_ptr failure;
+    const WakeUp bell;
+    std::jthread worker([&] {
+        try {
+            sink.Finish();
+        } catch (...) {
+            failure = std::current_exception();
+        }
+        bell.Ring();
+    });
+    constexpr std::chrono::minutes kLong(60);
+    for (auto event = StopSignals::Event::TimeOut; event != StopSignals::Event::Rung;) {
+        event = signals.Wait(bell, kLong);
+        if (event == StopSignals::Event::Stop) {
+            onStop();
+            std::fflush(stdout);
+            ::_exit(kExitInterrupted);
+        }
+    }
+    worker.join();
+    if (failure)
+        std::rethrow_exception(failure);
+}
+
+/// What the command does once it knows that it may.
+class ExportRun
+{
+public:
+    ExportRun(const GlobalOptions& options,
+              const ExportArguments& arguments,
+              const TileOrigin& origin,
+              const TileList& tiles,
+              Form form)
+        : m_options(options), m_arguments(arguments), m_origin(origin), m_tiles(tiles),
+          m_job(arguments.m_job.OptionsFor(options, arguments.m_output + ".failed-tiles.txt")),
+          m_again(form == Form::GeoTiff ? "--overwrite" : "--resume")
+    {
+        m_job.m_onEnd = [this](const TileJobEnd& end) { Print(end); };
+    }
+
+    void Run(std::unique_ptr<TileSink> sink, const EarlierArchive* earlier)
+    {
+        const StopSignals signals; // from the first tile to the last step
+        m_job.m_onAbandon = [&](const std::vector<HostTile>&) { sink->Abandon(); };
+        TileJobEnd end = RunTileJob(
+            m_tiles,
+            [&](const HostTile& tile) { return Export(tile, m_origin, earlier, *sink); },
+            m_job);
+        const bool hasTiles = end.m_counts.m_made + end.m_counts.m_kept > 0;
+        if (!end.m_isInterrupted && (hasTiles || sink->HasFailed()))
+            Finish(*sink, signals, [&] {
+                sink->Abandon();
+                end.m_isInterrupted = true;
+                Print(end);
+            });
+        sink.reset();
+        Print(end);
+        if (!end.m_isInterrupted && !hasTiles)
+            throw CommandError(
+                ExitCodeOf(end),
+                fmt::format("'{}' was not written: there is no tile for it", m_arguments.m_output),
+                "Check bounds and levels against what the source has.");
+        ThrowUnlessComplete(end);
+    }
+
+private:
+    void Print(const TileJobEnd& end) const
+    {
+        PrintJobEnd(m_options, end, m_arguments.m_output, m_job.m_failedList, m_again);
+        if (end.m_isInterrupted)
+            fmt::print(stderr, "kxtile: '{}' was not written\n", m_arguments.m_output);
+    }
+
+    const GlobalOptions& m_options;
+    const ExportArguments& m_arguments;
+    const TileOrigin& m_origin;
+    const TileList& m_tiles;
+    TileJobOptions m_job;
+    const char* m_again;
+};
+
+void RunExport(const GlobalOptions& options, const ExportArguments& arguments)
+{
+    const Form form = FormOf(arguments.m_output);
+    const TileList tiles = MakeList(arguments.m_job, form);
+    const TileOrigin origin(arguments.m_job.m_source, arguments.m_job.m_size, options);
+    if (arguments.m_job.m_dryRun)
+        return PrintDryRun(options, origin, tiles, EstimateSize(tiles, origin, [](const HostTile&) {
+                               return std::optional<std::uint64_t>();
+                           }));
+    std::unique_ptr<EarlierArchive> earlier;
+    if (CheckOutput(arguments, form))
+        earlier = std::make_unique<EarlierArchive>(arguments.m_output);
+    arguments.m_job.GuardAmount(tiles, origin);
+    RemoveOrphans(FolderOf(arguments.m_output));
+    ExportRun(options, arguments, origin, tiles, form)
+        .Run(MakeSink(arguments, form, origin, tiles), earlier.get());
+}
+
+} // namespace
+
+void AddExportCommand(CLI::App& app, const GlobalOptions& options)
+{
+    CLI::App* command = app.add_subcommand(
+        "export", "Gather the tiles of an area in one file: MBTiles, PMTiles or GeoTIFF");
+    const auto arguments = std::make_shared<ExportArguments>();
+    arguments->m_job.AddTo(*command);
+    // A list alone would make a file of nothing else: --resume is what takes its place here.
+    command->remove_option(command->get_option("--retry"));
+    command
+        ->add_option("-o,--output", arguments->m_output, "FILE.mbtiles, FILE.pmtiles or FILE.tif")
+        ->required();
+    command->add_option("--name", arguments->m_name, "Name for people (the source's own)");
+    command->add_option(
+        "--attribution", arguments->m_attribution, "Whom the tiles are owed to (the source's own)");
+    CLI::Option* overwrite = command->add_flag(
+        "--overwrite", arguments->m_overwrite, "Replace a file that is there already");
+    command
+        ->add_flag("--resume",
+                   arguments->m_resume,
+                   "Take what tiles the file has that is there already, and fetch the others")
+        ->excludes(overwrite);
+    command->footer(
+        "Tiles are Web Mercator tiles. A GeoTIFF holds the deepest level alone (EPSG:3857, "
+        "overviews of\nits own), its holes are transparent. The file appears under its name when "
+        "it is whole; one with\nfailures holds the tiles that there are.\n"
+        "Exit codes: 0 complete; 1 failed; 2 wrong usage; 3 complete, but some tiles do not exist "
+        "at\nthe source; 4 some tiles failed (they are listed; --resume fetches them); 130 "
+        "interrupted,\nnothing is written.\nExamples:\n"
+        "  kxtile export city.toml --bounds 116.2,39.8,116.6,40.0 --levels 8-14 -o city.mbtiles\n"
+        "  kxtile export survey.tif --bounds 5.9,45.8,10.5,47.8 --levels 0-12 -o survey.pmtiles\n"
+        "  kxtile export city.toml --bounds 116.2,39.8,116.6,40.0 --levels 14 -o city.tif\n"
+        "  kxtile export city.toml --bounds 116.2,39.8,116.6,40.0 --levels 8-14 -o city.mbtiles "
+        "--resume");
+    command->callback([&options, arguments] { RunExport(options, *arguments); });
+}
+
+} // namespace KxTileHost

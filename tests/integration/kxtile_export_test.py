@@ -1,0 +1,334 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""Drives `kxtile export` as a user would; what it writes is opened with other programs.
+
+Usage: kxtile_export_test.py KXTILE KXORIGIN EXAMPLE_SOURCES READER_PLUGINS PMTILES_READER
+"""
+import importlib.util
+import json
+import pathlib
+import shutil
+import signal
+import sqlite3
+import subprocess
+import sys
+import unittest
+
+from kxtile_files_test import LONG, WORLD, Service
+from kxtile_harness import KXTILE, KxtileTestCase
+
+READERS, PMTILES_READER = sys.argv[4:6]
+HALF_WORLD = 20037508.342789244
+
+
+def load(path):
+    specification = importlib.util.spec_from_file_location("pmtiles_reader", path)
+    module = importlib.util.module_from_spec(specification)
+    specification.loader.exec_module(module)
+    return module
+
+
+pmtiles = load(PMTILES_READER)
+
+
+class ExportTest(KxtileTestCase):
+    def setUp(self):
+        super().setUp()
+        self.environment["KXTILE_PLUGIN_PATH"] = READERS
+        self.template = self.url("/xyz/marble/{$z}/{$x}/{$y}.png")
+
+    def export(self, *arguments, status=0):
+        """The last line that the command answers with --json."""
+        done = self.kxtile("--json", "export", *arguments, status=status)
+        return json.loads(done.stdout.splitlines()[-1])
+
+    def served(self, level, column, row):
+        """The tile as the source's own bytes."""
+        name = self.folder / "served.png"
+        self.kxtile("tile", self.template, f"{column}/{row}/{level}", "-o", name)
+        return name.read_bytes()
+
+    def gdal(self, program, *arguments):
+        if shutil.which(program) is None:
+            self.skipTest(f"{program} (gdal-bin) is not installed")
+        done = subprocess.run([program, *map(str, arguments)], cwd=self.folder,
+                              capture_output=True, check=False)
+        self.assertEqual(done.returncode, 0, done.stderr)
+        self.assertEqual(done.stderr, b"")
+        return done.stdout
+
+    def pixels(self, path, *window):
+        """R, G, B of a window of a raster, row by row, as GDAL reads it."""
+        place = ["-srcwin", *window] if window else []
+        self.gdal("gdal_translate", "-q", "-of", "ENVI", "-co", "INTERLEAVE=BIP", "-b", "1", "-b",
+                  "2", "-b", "3", *place, path, "out.raw")
+        return (self.folder / "out.raw").read_bytes()
+
+    def files(self):
+        """What lies in the folder beside the cache."""
+        return sorted(path.name for path in self.folder.iterdir() if path.name != "cache")
+
+    def tiles_of_database(self, path):
+        with sqlite3.connect(f"file:{self.folder / path}?mode=ro", uri=True) as database:
+            return {(level, column, 2 ** level - 1 - row): data for level, column, row, data in
+                    database.execute("SELECT zoom_level, tile_column, tile_row, tile_data "
+                                     "FROM tiles")}
+
+    def metadata_of_database(self, path):
+        with sqlite3.connect(f"file:{self.folder / path}?mode=ro", uri=True) as database:
+            return dict(database.execute("SELECT name, value FROM metadata"))
+
+    def service(self):
+        service = Service(self.served(0, 0, 0))
+        self.addCleanup(service.stop)
+        return service
+
+    # What is written
+
+    def test_mbtiles_open_in_gdal_with_the_served_pixels(self):
+        end = self.export(self.template, "--bounds", "-80,10,100,80", "--levels", "0-2", "-o",
+                          "out.mbtiles", "--name", "a name", "--attribution", "somebody")
+        # Level 2 has columns 1 to 3 and rows 0 and 1 there, level 1 both columns of row 0.
+        self.assertEqual((end["made"], end["kept"], end["holes"], end["failed"]), (9, 0, 0, 0))
+        info = json.loads(self.gdal("gdalinfo", "-json", "out.mbtiles"))
+        self.assertEqual(info["driverShortName"], "MBTiles")
+        self.assertEqual(info["size"], [3 * 256, 2 * 256])
+        self.assertAlmostEqual(info["geoTransform"][0], -HALF_WORLD / 2, delta=1)
+        self.assertAlmostEqual(info["geoTransform"][3], HALF_WORLD, delta=1)
+        for column in range(1, 4):
+            for row in range(2):
+                window = self.pixels("out.mbtiles", 256 * (column - 1), 256 * row, 256, 256)
+                self.served(2, column, row)
+                self.assertEqual(window, self.pixels("served.png"), (column, row))
+        metadata = self.metadata_of_database("out.mbtiles")
+        self.assertEqual((metadata["name"], metadata["attribution"]), ("a name", "somebody"))
+        self.assertEqual((metadata["minzoom"], metadata["maxzoom"]), ("0", "2"))
+        for (level, column, row), data in self.tiles_of_database("out.mbtiles").items():
+            self.assertEqual(data, self.served(level, column, row))
+
+    def test_pmtiles_hold_the_served_tiles(self):
+        end = self.export(self.template, "--bounds", WORLD, "--levels", "0-3", "-o",
+                          "out.pmtiles", "--jobs", "3")
+        self.assertEqual(end["made"], 85)
+        archive = pmtiles.Archive(self.folder / "out.pmtiles")
+        answer = pmtiles.check(archive)
+        self.assertEqual(answer["header"]["addressed"], 85)
+        self.assertEqual(answer["header"]["type"], 2)
+        self.assertEqual((answer["header"]["west"], answer["header"]["east"]),
+                         (-1800000000, 1800000000))
+        tiles = dict(archive.tiles())
+        self.assertEqual(len(tiles), 85)
+        for level, column, row in [(0, 0, 0), (1, 1, 0), (2, 3, 1), (3, 2, 5), (3, 7, 0)]:
+            self.assertEqual(tiles[level, column, row], self.served(level, column, row))
+
+    def test_a_geotiff_holds_the_deepest_level(self):
+        end = self.export(self.template, "--bounds", "-80,10,100,80", "--levels", "0-3", "-o",
+                          "out.tif")
+        # Columns 2 to 6 and rows 0 to 3 of level 3.
+        self.assertEqual((end["made"], end["failed"]), (20, 0))
+        self.assertEqual(self.files(), ["out.tif"])
+        info = json.loads(self.gdal("gdalinfo", "-json", "out.tif"))
+        self.assertEqual(info["size"], [5 * 256, 4 * 256])
+        self.assertEqual(info["metadata"]["IMAGE_STRUCTURE"]["LAYOUT"], "COG")
+        self.assertIn('ID["EPSG",3857]', info["coordinateSystem"]["wkt"])
+        edge = 2 * HALF_WORLD / 8
+        for value, wanted in zip(info["geoTransform"],
+                                 [2 * edge - HALF_WORLD, edge / 256, 0, HALF_WORLD, 0, -edge / 256]):
+            self.assertAlmostEqual(value, wanted, places=6)
+        self.assertGreaterEqual(len(info["bands"][0]["overviews"]), 1)
+        for column, row in [(2, 0), (6, 0), (4, 2), (2, 3), (6, 3)]:
+            window = self.pixels("out.tif", 256 * (column - 2), 256 * row, 256, 256)
+            self.served(3, column, row)
+            self.assertEqual(window, self.pixels("served.png"), (column, row))
+
+    def test_holes_of_a_geotiff_are_transparent(self):
+        raster = self.folder / "made.testraster"
+        raster.write_text("-180 -85 180 85 0 8 stored")
+        (self.folder / "made.testraster.tile").write_bytes(self.served(0, 0, 0))
+        # Of this raster column 0 is missing, and column 1 cannot be read.
+        end = self.export(raster, "--bounds", WORLD, "--levels", "2", "-o", "out.tif", status=4)
+        self.assertEqual((end["made"], end["holes"], end["failed"]), (8, 4, 4))
+        self.assertIn("out.tif.failed-tiles.txt", end["failed_list"])
+        self.gdal("gdal_translate", "-q", "-of", "ENVI", "-b", "4", "out.tif", "alpha.raw")
+        alpha = (self.folder / "alpha.raw").read_bytes()
+        for row in (0, 511, 1023):
+            self.assertEqual(alpha[1024 * row:1024 * row + 1024], bytes(512) + b"\xff" * 512)
+
+    def test_a_raster_becomes_what_its_tiles_are(self):
+        raster = self.folder / "made.testraster"
+        raster.write_text("-10 -10 40 40 0 8 squares")
+        self.export(raster, "--bounds", "1,5,2,50", "--levels", "4", "-o", "out.mbtiles")
+        self.kxtile("files", raster, "--bounds", "1,5,2,50", "--levels", "4", "-o", "tree")
+        tree = {tuple(map(int, path.with_suffix("").parts[-3:])): path.read_bytes()
+                for path in (self.folder / "tree").rglob("*.*")
+                if path.suffix in (".png", ".jpeg")}
+        tiles = self.tiles_of_database("out.mbtiles")
+        self.assertEqual({(level, row, column): data for (level, column, row), data
+                          in tiles.items()}, tree)
+
+    def test_an_archive_becomes_another_archive(self):
+        self.export(self.template, "--bounds", WORLD, "--levels", "0-2", "-o", "a.mbtiles")
+        end = self.export("a.mbtiles", "--bounds", WORLD, "--levels", "0-2", "-o", "b.pmtiles")
+        self.assertEqual(end["made"], 21)
+        self.export("b.pmtiles", "--bounds", WORLD, "--levels", "0-2", "-o", "c.mbtiles")
+        self.assertEqual(self.tiles_of_database("c.mbtiles"), self.tiles_of_database("a.mbtiles"))
+
+    def test_bounds_go_across_the_antimeridian(self):
+        arguments = [self.template, "--bounds", "170,-20,-170,10", "--levels", "3", "-o"]
+        self.export(*arguments, "out.pmtiles")
+        archive = pmtiles.Archive(self.folder / "out.pmtiles")
+        self.assertEqual({place for place, _ in archive.tiles()},
+                         {(3, column, row) for column in (0, 7) for row in (3, 4)})
+        done = self.kxtile("export", *arguments, "out.tif", status=2)
+        self.assertIn(b"antimeridian", done.stderr)
+
+    # What is there already
+
+    def test_a_file_that_is_there_is_not_replaced_unasked(self):
+        arguments = [self.template, "--bounds", WORLD, "--levels", "0-1", "-o"]
+        for name in ("out.mbtiles", "out.pmtiles", "out.tif"):
+            (self.folder / name).write_text("somebody's work")
+            done = self.kxtile("export", *arguments, name, status=1)
+            self.assertIn(b"--overwrite", done.stderr)
+            self.assertEqual((self.folder / name).read_text(), "somebody's work")
+            self.export(*arguments, name, "--overwrite")
+            self.assertGreater((self.folder / name).stat().st_size, 1000)
+        (self.folder / "folder.mbtiles").mkdir()
+        self.kxtile("export", *arguments, "folder.mbtiles", "--overwrite", status=1)
+
+    def test_an_archive_is_gone_on_with(self):
+        for name in ("out.mbtiles", "out.pmtiles"):
+            service = self.service()
+            arguments = ["--no-disk-cache", "export", service.template, "-o", name]
+            self.kxtile(*arguments, "--bounds", "-180,0,0,85", "--levels", "2", "--resume")
+            self.assertEqual(len(service.paths), 4)
+            done = self.kxtile("--json", *arguments, "--bounds", WORLD, "--levels", "1-2",
+                               "--resume")
+            end = json.loads(done.stdout.splitlines()[-1])
+            self.assertEqual((end["made"], end["kept"]), (16, 4))
+            self.assertEqual(len(service.paths), 20)
+        self.assertEqual(len(self.tiles_of_database("out.mbtiles")), 20)
+        pmtiles.check(pmtiles.Archive(self.folder / "out.pmtiles"))
+        (self.folder / "noise.pmtiles").write_bytes(bytes(1000))
+        done = self.kxtile("export", self.template, "--bounds", WORLD, "--levels", "1", "-o",
+                           "noise.pmtiles", "--resume", status=1)
+        self.assertIn(b"gone on with", done.stderr)
+
+    # What is not there, and what fails
+
+    def test_holes_are_told_from_failures(self):
+        arguments = ["--bounds", "10,50,10,50", "-o"]
+        end = self.export(self.template, "--levels", "21-24", *arguments, "a.mbtiles", status=3)
+        self.assertEqual((end["made"], end["holes"], end["failed"]), (2, 2, 0))
+        # Nothing at all makes no file.
+        for status, code in (("404", 3), ("500", 4)):
+            source = self.url("/status/" + status + "/{$z}/{$x}/{$y}.png")
+            for name in ("b.mbtiles", "b.pmtiles", "b.tif"):
+                done = self.kxtile("export", source, "--levels", "3", *arguments, name,
+                                   "--failed", "list", status=code)
+                self.assertIn(b"there is no tile for it", done.stderr)
+        self.assertEqual(self.files(), ["a.mbtiles", "list"])
+
+    def test_what_failed_is_fetched_again(self):
+        # Each address fails once.
+        template = self.url("/fault/status-500/1/xyz/marble/{$z}/{$x}/{$y}.png?export")
+        bad = self.folder / "list"
+        arguments = [template, "--bounds", WORLD, "--levels", "0-1", "-o", "out.pmtiles",
+                     "--failed", bad]
+        self.export(self.template, "--bounds", WORLD, "--levels", "0", "-o", "out.pmtiles")
+        done = self.kxtile("export", *arguments, "--resume", status=4)
+        self.assertIn(b"--resume", done.stderr)
+        self.assertEqual(sum(not line.startswith("#")
+                             for line in bad.read_text().splitlines()), 4)
+        end = self.export(*arguments, "--resume")
+        self.assertEqual((end["made"], end["kept"]), (4, 1))
+        self.assertFalse(bad.exists())
+
+    def test_a_file_that_cannot_be_made_asks_for_no_tile(self):
+        service = self.service()
+        for name in ("missing/out.mbtiles", "missing/out.pmtiles", "missing/out.tif"):
+            done = self.kxtile("export", service.template, "--bounds", WORLD, "--levels", "1",
+                               "-o", name, status=1)
+            self.assertIn(b"cannot write 'missing/out", done.stderr)
+        self.assertEqual(service.paths, [])
+
+    def test_a_disk_without_room_ends_it(self):
+        def limit():
+            import resource
+            resource.setrlimit(resource.RLIMIT_FSIZE, (200000, 200000))
+        for name in ("out.mbtiles", "out.pmtiles"):
+            done = subprocess.run(
+                [KXTILE, "--no-disk-cache", "export", self.template, "--bounds", WORLD, "--levels",
+                 "0-4", "-o", name, "--failed", "list"], env=self.environment, cwd=self.folder,
+                preexec_fn=limit, capture_output=True, check=False)
+            self.assertEqual(done.returncode, 1, done.stderr)
+            self.assertIn(b"cannot write", done.stderr)
+            self.assertIn(self.files(), (["list"], []))
+
+    def test_wrong_arguments_are_told(self):
+        for arguments, word in [
+                (["--bounds", WORLD, "--levels", "1", "-o", "out.zip"], b".mbtiles"),
+                (["--bounds", WORLD, "--levels", "1"], b"--output"),
+                (["--levels", "1", "-o", "out.pmtiles"], b"--bounds"),
+                (["--bounds", WORLD, "--levels", "1", "-o", "a.tif", "--resume"], b"GeoTIFF"),
+                (["--bounds", WORLD, "--levels", "8", "-o", "a.pmtiles"], b"--yes"),
+                (["--bounds", WORLD, "--levels", "24", "-o", "a.tif", "--yes"], b"pixels"),
+                (["--bounds", WORLD, "--levels", "1", "-o", "a.mbtiles", "--resume",
+                  "--overwrite"], b"--overwrite")]:
+            done = self.kxtile("export", self.template, *arguments, status=2)
+            self.assertIn(word, done.stderr, arguments)
+        self.assertEqual(self.files(), [])
+        self.assertIn(b"--resume", self.kxtile("export", "--help").stdout)
+
+    def test_a_dry_run_says_how_much_it_would_be(self):
+        answer = self.export(self.template, "--bounds", WORLD, "--levels", "0-3", "-o", "a.mbtiles",
+                             "--dry-run")
+        self.assertEqual(answer["tiles"], 85)
+        self.assertEqual([level["tiles"] for level in answer["levels"]], [1, 4, 16, 64])
+        answer = self.export(self.template, "--bounds", WORLD, "--levels", "0-3", "-o", "a.tif",
+                             "--dry-run")
+        self.assertEqual(answer["tiles"], 64)
+        self.assertEqual(self.files(), [])
+
+    # Interrupted
+
+    def test_ctrl_c_leaves_nothing_half_made(self):
+        for name in ("out.mbtiles", "out.pmtiles", "out.tif"):
+            service = self.service()
+            service.answered = 6
+            process = subprocess.Popen(
+                [KXTILE, "--json", "--timeout", "3600", "export", service.template, "--bounds",
+                 WORLD, "--levels", "3", "--jobs", "4", "-o", name],
+                env=self.environment, cwd=self.folder, stdout=subprocess.PIPE,
+                stderr=subprocess.PIPE)
+            self.addCleanup(process.kill)
+            for _ in range(4):
+                self.assertTrue(service.hanging.acquire(timeout=LONG))
+            process.send_signal(signal.SIGINT)
+            # Its requests would go on for an hour.
+            output, errors = process.communicate(timeout=LONG)
+            self.assertEqual(process.returncode, 130, errors)
+            end = json.loads(output.splitlines()[-1])
+            self.assertEqual((end["interrupted"], end["made"]), (True, 6))
+            self.assertIn(b"was not written", errors)
+            (self.folder / "served.png").unlink()
+            self.assertEqual(self.files(), [])
+
+    def test_what_a_killed_run_left_is_removed(self):
+        service = self.service()
+        service.answered = 6
+        process = subprocess.Popen([KXTILE, "export", service.template, "--bounds", WORLD,
+                                    "--levels", "3", "--jobs", "2", "-o", "out.mbtiles"],
+                                   env=self.environment, cwd=self.folder, stdout=subprocess.DEVNULL)
+        for _ in range(2):
+            self.assertTrue(service.hanging.acquire(timeout=LONG))
+        process.kill()
+        process.wait(timeout=LONG)
+        (self.folder / "served.png").unlink()
+        self.assertEqual(len(self.files()), 1)
+        self.export(self.template, "--bounds", WORLD, "--levels", "1", "-o", "out.mbtiles")
+        self.assertEqual(self.files(), ["out.mbtiles"])
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])
