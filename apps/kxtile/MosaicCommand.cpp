@@ -16,6 +16,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <numbers>
@@ -321,13 +322,20 @@ void PrintMosaic(const GlobalOptions& options, const Mosaic& mosaic, double seco
     PrintJson(answer);
 }
 
+/// One picture comes by each tile once: keeping what was read and decoded would only take memory.
+void KeepLittle()
+{
+    KxC::m_gWMTileDataCacheManager.SetBudget(0);
+    constexpr int kUnlessSet = 0;
+    ::setenv("GDAL_CACHEMAX", "16", kUnlessSet); // MB; the reader takes 5 % of all memory otherwise
+}
+
 void RunMosaic(const GlobalOptions& options, const MosaicArguments& arguments)
 {
+    KeepLittle(); // before GDAL is loaded
     const Mosaic mosaic = Prepare(arguments);
     KxC::KxRasterDataAccessor& raster = OpenRasterFile(arguments.m_raster);
     CheckLevel(raster, arguments, mosaic.m_grid, mosaic.MetresPerUnit());
-    // One picture comes by each tile once: keeping them would only take memory.
-    KxC::m_gWMTileDataCacheManager.SetBudget(0);
     const auto begin = std::chrono::steady_clock::now();
     const TemporaryFile file(arguments.m_output);
     Fetch(mosaic, raster, file);
