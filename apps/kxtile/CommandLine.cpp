@@ -150,6 +150,7 @@ int RunCommandLine(int argc, const char* const* argv)
     AddCacheCommand(app, options);
     AddRasterCommand(app, options);
     AddMosaicCommand(app, options);
+    AddFilesCommand(app, options);
     try {
         return FinishStandardOutput(RunCommand(app, options, argc, argv));
     } catch (const std::system_error&) { // telling of a failure failed, too

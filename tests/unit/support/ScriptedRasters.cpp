@@ -24,9 +24,9 @@ public:
     }
     ~ScriptedRaster() override
     {
-        // The registry of the process outlives every script.
+        // Those that the process's registry holds outlive the test that made them.
         if (g_current == &m_script)
-            m_script.m_calls.emplace_back("destroyed");
+            m_script.Note("destroyed");
     }
 
     unsigned char Initialize() override { return 1; }
@@ -49,7 +49,7 @@ public:
 
     unsigned char Open(const KxString& path) override
     {
-        m_script.m_calls.push_back(std::string("Open ") + path.Cstr());
+        m_script.Note(std::string("Open ") + path.Cstr());
         m_strDataPath = path;
         m_rectLatLon = m_script.m_bounds;
         if (m_script.m_stored)
@@ -59,14 +59,14 @@ public:
 
     void ReadTileImage(KxImageData*& image, int level, int row, int col) override
     {
-        m_script.m_calls.push_back(Address("image", level, row, col));
+        m_script.Note(Address("image", level, row, col));
         image = m_script.m_image ? m_script.m_image(level, row, col).release() : nullptr;
     }
 
     int
     ReadTileData(int level, int row, int col, unsigned char*& bytes, unsigned int& size) override
     {
-        m_script.m_calls.push_back(Address("stored", level, row, col));
+        m_script.Note(Address("stored", level, row, col));
         size = static_cast<unsigned int>(m_script.m_storedBytes.size());
         bytes = nullptr;
         if (size > 0) {
@@ -91,6 +91,12 @@ ScriptedRasters::ScriptedRasters()
 ScriptedRasters::~ScriptedRasters()
 {
     g_current = nullptr;
+}
+
+void ScriptedRasters::Note(std::string call)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_calls.push_back(std::move(call));
 }
 
 KxPlugin* MakeScriptedRaster(const KxString& kind, const KxString& ext)

@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -35,7 +36,11 @@ public:
     /// Source point to longitude and latitude, degrees; false where it cannot be converted.
     /// Transforms that are made while it is here keep it.
     std::function<bool(const KxPoint3d&, KxPoint3d&)> m_toWgs84;
+    void Note(std::string call);
     std::vector<std::string> m_calls; ///< "Open path", "image 3/2/1", "stored 3/2/1", "destroyed"
+
+private:
+    std::mutex m_mutex; ///< guards m_calls while several threads cut
 };
 
 /// A new accessor of the rasters in force; null when there are none or the extension is another.
