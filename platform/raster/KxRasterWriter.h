@@ -31,7 +31,7 @@ enum KxECrsForm : int {
 class KXCOMMON_API KxRasterWriter : public KxPlugin
 {
 public:
-    /// Hears how much of Finish is done, and says whether to go on.
+    /// Hears how much of Finish is done, and says whether to go on. Must not throw.
     /// @param share  [0, 1]
     /// @return 0 to give up
     using Progress = unsigned char (*)(double share, void* user);

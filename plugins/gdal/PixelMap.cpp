@@ -165,7 +165,7 @@ PixelMap MakePixelMap(const Georeference& georeference,
     if (georeference.IsEven()) {
         maker.FillEven(centres);
     } else {
-        constexpr double kTolerance = 1.0 / 256; // of a pixel that is read
+        constexpr double kTolerance = 1.0 / 1024; // of a pixel that is read
         maker.FillAny(centres, kTolerance * full.m_width / chosen.m_width);
     }
     return maker.Finish();
