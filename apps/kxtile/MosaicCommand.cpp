@@ -13,8 +13,10 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <numbers>
@@ -236,6 +238,43 @@ void Fetch(const Mosaic& mosaic, KxC::KxRasterDataAccessor& raster, const Tempor
                        "that size.");
 }
 
+/// The least and greatest latitude of places.
+struct Latitudes
+{
+    double m_least = 90;
+    double m_most = -90;
+
+    void Take(const std::optional<KxC::KxPoint2d>& place)
+    {
+        if (!place)
+            return;
+        m_least = std::min(m_least, place->y);
+        m_most = std::max(m_most, place->y);
+    }
+};
+
+/// The library looks for tiles along the edges of an extent. What lies farther north or south than
+/// they do, as a pole in the middle does, stays empty.
+void WarnOfPole(const Crs& crs, const MosaicGrid& grid, const KxC::KxRect2d& bounds)
+{
+    constexpr int kSteps = 16;
+    Latitudes edges;
+    Latitudes inside;
+    for (int i = 0; i <= kSteps; ++i)
+        for (int j = 0; j <= kSteps; ++j) {
+            const bool atEdge = i % kSteps == 0 || j % kSteps == 0;
+            (atEdge ? edges : inside)
+                .Take(crs.ToDegrees(bounds.m_dLeft + bounds.Width() * i / kSteps,
+                                    bounds.m_dBottom + bounds.Height() * j / kSteps));
+        }
+    const double tile = 360 / std::exp2(grid.m_level);
+    if (inside.m_most > edges.m_most + tile || inside.m_least < edges.m_least - tile)
+        fmt::print(stderr,
+                   "kxtile: warning: the middle of the bounds lies nearer to a pole than their "
+                   "edges do: it stays\n        empty. Take several pictures, so that an edge "
+                   "runs through the pole.\n");
+}
+
 void WriteGeoreference(const Mosaic& mosaic, const TemporaryFile& file)
 {
     const MosaicGrid& grid = mosaic.m_grid;
@@ -283,17 +322,25 @@ void PrintMosaic(const GlobalOptions& options, const Mosaic& mosaic, double seco
     PrintJson(answer);
 }
 
+/// One picture comes by each tile once: keeping what was read and decoded would only take memory.
+void KeepLittle()
+{
+    KxC::m_gWMTileDataCacheManager.SetBudget(0);
+    constexpr int kUnlessSet = 0;
+    ::setenv("GDAL_CACHEMAX", "16", kUnlessSet); // MB; the reader takes 5 % of all memory otherwise
+}
+
 void RunMosaic(const GlobalOptions& options, const MosaicArguments& arguments)
 {
+    KeepLittle(); // before GDAL is loaded
     const Mosaic mosaic = Prepare(arguments);
     KxC::KxRasterDataAccessor& raster = OpenRasterFile(arguments.m_raster);
     CheckLevel(raster, arguments, mosaic.m_grid, mosaic.MetresPerUnit());
-    // One picture comes by each tile once: keeping them would only take memory.
-    KxC::m_gWMTileDataCacheManager.SetBudget(0);
     const auto begin = std::chrono::steady_clock::now();
     const TemporaryFile file(arguments.m_output);
     Fetch(mosaic, raster, file);
     WriteGeoreference(mosaic, file);
+    WarnOfPole(mosaic.m_crs, mosaic.m_grid, mosaic.m_bounds);
     file.RenameTo(arguments.m_output);
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
     PrintMosaic(options, mosaic, took.count());

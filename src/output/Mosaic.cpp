@@ -83,7 +83,7 @@ std::optional<MosaicPicture> Sample(const RasterSource& raster,
     MosaicTiles tiles(raster, cover.m_range, cover.m_level);
     MosaicPicture picture(size.m_width, size.m_height);
     for (const double y : positions(rect.m_dBottom, rect.m_dTop, size.m_height)) {
-        picture.AddRow(tiles, rows.PlacesAt(y, tiles));
+        picture.AddRow(rows, y, tiles);
         tiles.EndRow();
     }
     tiles.AskTheRest();

@@ -3,9 +3,9 @@
 
 #include "KxFile.h"
 #include "LogTexts.h"
+#include "MosaicRows.h"
 #include "MosaicTiles.h"
 #include "PixelCopy.h"
-#include "Sampler.h"
 
 #include <cstdint>
 #include <cstring>
@@ -46,27 +46,24 @@ MosaicPicture::MosaicPicture(int width, int height)
 {
 }
 
-void MosaicPicture::AddRow(MosaicTiles& tiles, const std::vector<GridPosition>& places)
+void MosaicPicture::AddRow(MosaicRows& rows, double y, MosaicTiles& tiles)
 {
-    const bool whole = SampleRow(*m_image, m_rows, tiles, places);
-    if (tiles.NeedsAlpha() && m_image->GetPixelSize() == 3) {
+    const auto& holes = rows.Fill(*m_image, m_rows, y, tiles);
+    if (m_image->GetPixelSize() == 3 && tiles.NeedsAlpha()) {
         AddAlpha();
-        SampleRow(*m_image, m_rows, tiles, places);
-    } else if (!whole && m_image->GetPixelSize() == 3) {
-        NoteHoles(tiles, places);
+        rows.Fill(*m_image, m_rows, y, tiles);
+    } else if (m_image->GetPixelSize() == 3 && !holes.empty()) {
+        NoteHoles(holes);
     }
     ++m_rows;
 }
 
-void MosaicPicture::NoteHoles(MosaicTiles& tiles, const std::vector<GridPosition>& places)
+void MosaicPicture::NoteHoles(const std::vector<std::size_t>& columns)
 {
     const auto width = static_cast<std::size_t>(m_image->GetWidth());
     m_holes.resize(width * static_cast<std::size_t>(m_image->GetHeight()));
-    for (std::size_t column = 0; column < width; ++column) {
-        const PlaceInTile at(places[column]);
-        if (tiles.ImageAt(at.m_row, at.m_col) == nullptr)
-            m_holes[static_cast<std::size_t>(m_rows) * width + column] = true;
-    }
+    for (const std::size_t column : columns)
+        m_holes[static_cast<std::size_t>(m_rows) * width + column] = true;
 }
 
 void MosaicPicture::AddAlpha()

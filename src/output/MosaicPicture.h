@@ -2,13 +2,14 @@
 #pragma once
 
 #include "KxImageData.h"
-#include "TileGrid.h"
 
+#include <cstddef>
 #include <memory>
 #include <vector>
 
 namespace KxC {
 
+class MosaicRows;
 class MosaicTiles;
 
 /// The picture that a mosaic becomes, filled row by row from the south. It begins without alpha and
@@ -20,8 +21,8 @@ public:
     /// Throws std::bad_alloc.
     MosaicPicture(int width, int height);
 
-    /// Takes the pixels of the next row from their places.
-    void AddRow(MosaicTiles& tiles, const std::vector<GridPosition>& places);
+    /// Fills the next row, which lies at y.
+    void AddRow(MosaicRows& rows, double y, MosaicTiles& tiles);
 
     /// Makes the rows so far as if the picture had had alpha from the start. Throws std::bad_alloc.
     void AddAlpha();
@@ -29,7 +30,7 @@ public:
     const KxImageData& Image() const { return *m_image; }
 
 private:
-    void NoteHoles(MosaicTiles& tiles, const std::vector<GridPosition>& places);
+    void NoteHoles(const std::vector<std::size_t>& columns);
 
     std::unique_ptr<KxImageData> m_image;
     int m_rows = 0; ///< filled

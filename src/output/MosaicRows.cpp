@@ -2,6 +2,8 @@
 #include "MosaicRows.h"
 
 #include "MosaicTiles.h"
+#include "PixelCopy.h"
+#include "Sampler.h"
 
 #include <algorithm>
 #include <cmath>
@@ -52,37 +54,55 @@ struct Split
     double m_rest;
 };
 
-/// Whether everything within an error of a coordinate lies in one pixel.
-/// @param inTile  fraction of the tile
-bool IsSure(double inTile, int pixels, double error)
-{
-    const double inPixel = Split(inTile * pixels).m_rest;
-    const double off = error * pixels;
-    return inPixel > off && inPixel < 1 - off;
-}
-
-/// The curve of fourth degree through five places one apart.
-class Quartic
+/// A tile, and where in it an interpolated place leaves no doubt about the pixel.
+class SureTile
 {
 public:
-    explicit Quartic(const double (&values)[5])
+    SureTile() = default;
+    /// @param errorUp, errorAcross  of places, in tiles
+    SureTile(MosaicTiles& tiles, int row, int col, double errorUp, double errorAcross)
+        : m_row(row), m_col(col)
     {
-        double differences[5];
-        std::copy(std::begin(values), std::end(values), std::begin(differences));
-        for (int order = 1; order < 5; ++order)
-            for (int i = 4; i >= order; --i)
-                differences[i] = (differences[i] - differences[i - 1]) / order;
-        std::copy(std::begin(differences), std::end(differences), std::begin(m_coefficients));
+        const KxImageData* const image = tiles.ImageAt(row, col);
+        if (image != nullptr) {
+            m_bytes = image->GetData();
+            m_rowBytes = image->GetRowBytes();
+            m_pixelSize = image->GetPixelSize();
+            m_width = image->GetWidth();
+            m_height = image->GetHeight();
+        }
+        m_offUp = errorUp * m_height;
+        m_offAcross = errorAcross * m_width;
     }
-    /// By Newton's form.
-    double At(double t) const
+    bool Is(int row, int col) const { return row == m_row && col == m_col; }
+    int PixelSize() const { return m_pixelSize; }
+
+    /// @param up, across  place in the tile, [0, 1)
+    /// @param pixel       receives the pixel, null where the tile has no picture
+    /// @return false where the place does not tell
+    bool Find(double up, double across, const unsigned char*& pixel) const
     {
-        const double* const c = m_coefficients;
-        return c[0] + t * (c[1] + (t - 1) * (c[2] + (t - 2) * (c[3] + (t - 3) * c[4])));
+        const Split y(up * m_height);
+        const Split x(across * m_width);
+        if (!(y.m_rest > m_offUp && y.m_rest < 1 - m_offUp && x.m_rest > m_offAcross &&
+              x.m_rest < 1 - m_offAcross))
+            return false;
+        if (m_bytes != nullptr)
+            pixel = m_bytes + static_cast<std::ptrdiff_t>(y.m_whole) * m_rowBytes +
+                    static_cast<std::ptrdiff_t>(x.m_whole) * m_pixelSize;
+        return true;
     }
 
 private:
-    double m_coefficients[5];
+    int m_row = -1;
+    int m_col = -1;
+    const unsigned char* m_bytes = nullptr;
+    std::ptrdiff_t m_rowBytes = 0;
+    int m_pixelSize = 3;
+    int m_width = 1; ///< without a picture the tile's own edges are left to tell apart
+    int m_height = 1;
+    double m_offUp = 0;
+    double m_offAcross = 0;
 };
 
 } // namespace
@@ -93,19 +113,24 @@ MosaicRows::MosaicRows(const TransformGrid& grid, std::vector<double> xs)
 {
 }
 
-const std::vector<GridPosition>& MosaicRows::PlacesAt(double y, MosaicTiles& tiles)
+const std::vector<std::size_t>&
+MosaicRows::Fill(KxImageData& output, int row, double y, MosaicTiles& tiles)
 {
     std::fill(m_exact.begin(), m_exact.end(), false);
     m_decided.clear();
+    m_holes.clear();
     PutStretches();
     while (!m_open.empty()) {
         TransformNodes(y);
         Decide();
     }
-    for (const auto& [stretch, error] : m_decided)
-        Interpolate(stretch, error, tiles);
+    if (output.GetPixelSize() == 4)
+        FillStretches<4>(output, row, tiles);
+    else
+        FillStretches<3>(output, row, tiles);
     Transform(y);
-    return m_places;
+    SampleExact(output, row, tiles);
+    return m_holes;
 }
 
 /// Covers the columns with stretches; what is left is transformed, and so is the last column, which
@@ -207,32 +232,58 @@ double MosaicRows::BoundAlong(double GridPosition::*axis, const Stretch& stretch
            kTransformError / m_grid.Span();
 }
 
-void MosaicRows::Interpolate(const Stretch& stretch, const Error& error, MosaicTiles& tiles)
+template <int PixelSize>
+void MosaicRows::FillStretches(KxImageData& output, int row, MosaicTiles& tiles)
 {
-    double cols[5];
-    double rows[5];
-    for (std::size_t i = 0; i <= 4; ++i) {
-        cols[i] = m_places[stretch.Node(i)].m_col;
-        rows[i] = m_places[stretch.Node(i)].m_row;
-    }
-    const Quartic colAt(cols);
-    const Quartic rowAt(rows);
+    for (const auto& [stretch, error] : m_decided)
+        Interpolate<PixelSize>(PixelOf(output, row, 0), stretch, error, tiles);
+}
+
+template <int PixelSize>
+void MosaicRows::Interpolate(unsigned char* output,
+                             const Stretch& stretch,
+                             const Error& error,
+                             MosaicTiles& tiles)
+{
+    const Quartic colAt = CurveAlong(&GridPosition::m_col, stretch);
+    const Quartic rowAt = CurveAlong(&GridPosition::m_row, stretch);
     const double step = 1.0 / static_cast<double>(stretch.m_spacing);
+    SureTile tile;
     for (std::size_t column = stretch.m_first; column < stretch.End(); ++column) {
         if (m_exact[column])
             continue;
         const double t = static_cast<double>(column - stretch.m_first) * step;
-        const GridPosition place{colAt.At(t), rowAt.At(t)};
-        const Split col(place.m_col);
-        const Split row(place.m_row);
-        const KxImageData* const image = tiles.ImageAt(row.m_whole, col.m_whole);
-        const int width = image != nullptr ? image->GetWidth() : 1;
-        const int height = image != nullptr ? image->GetHeight() : 1;
-        if (IsSure(col.m_rest, width, error.m_col) && IsSure(row.m_rest, height, error.m_row))
-            m_places[column] = place;
-        else
+        const Split col(colAt.At(t));
+        const Split row(rowAt.At(t));
+        if (!tile.Is(row.m_whole, col.m_whole))
+            tile = SureTile(tiles, row.m_whole, col.m_whole, error.m_row, error.m_col);
+        const unsigned char* pixel = nullptr;
+        if (!tile.Find(row.m_rest, col.m_rest, pixel))
             Want(column, column + 1);
+        else if (pixel == nullptr)
+            m_holes.push_back(column);
+        else if (tile.PixelSize() == 4)
+            CopyPixel<4, PixelSize>(pixel, output + column * PixelSize);
+        else
+            CopyPixel<3, PixelSize>(pixel, output + column * PixelSize);
     }
+}
+
+/// The columns that are transformed, by the shared rule.
+void MosaicRows::SampleExact(KxImageData& output, int row, MosaicTiles& tiles)
+{
+    for (std::size_t column = 0; column < m_xs.size(); ++column)
+        if (m_exact[column] &&
+            !SamplePixel(output, row, static_cast<int>(column), tiles, m_places[column]))
+            m_holes.push_back(column);
+}
+
+Quartic MosaicRows::CurveAlong(double GridPosition::*axis, const Stretch& stretch) const
+{
+    double values[5];
+    for (std::size_t i = 0; i <= 4; ++i)
+        values[i] = m_places[stretch.Node(i)].*axis;
+    return Quartic(values);
 }
 
 } // namespace KxC

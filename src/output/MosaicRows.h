@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "Quartic.h"
 #include "TransformGrid.h"
 
 #include <cstddef>
@@ -9,12 +10,13 @@
 
 namespace KxC {
 
+class KxImageData;
 class MosaicTiles;
 
-/// The places of a mosaic's pixels, row by row: such that each takes the source pixel that its
-/// transformed position lies in, while few positions are transformed. Along a row, places are
-/// interpolated between transformed ones with a bound on their error; where the bound leaves the
-/// source pixel open, the position itself is transformed.
+/// Fills a mosaic's rows: each pixel with the source pixel that its transformed position lies in,
+/// while few positions are transformed. Along a row, places are interpolated between transformed
+/// ones with a bound on their error; where the bound leaves the source pixel open, the position
+/// itself is transformed.
 /// docs/decisions/0008-mosaic-sampling.md states the bound.
 class MosaicRows
 {
@@ -23,9 +25,10 @@ public:
     /// @param xs    of the columns, as SamplePositions makes them
     MosaicRows(const TransformGrid& grid, std::vector<double> xs);
 
-    /// The places of one row, until the next call.
-    /// @param tiles  asked for tiles that the row lies in
-    const std::vector<GridPosition>& PlacesAt(double y, MosaicTiles& tiles);
+    /// Fills a row of the output. Pixels in places without a picture stay as they are.
+    /// @return the columns of these pixels, until the next call
+    const std::vector<std::size_t>&
+    Fill(KxImageData& output, int row, double y, MosaicTiles& tiles);
 
 private:
     /// Columns from m_first to m_first + 4 x m_spacing, with a node at each multiple of m_spacing.
@@ -52,19 +55,28 @@ private:
     void SplitUp(const Stretch& stretch);
     bool BoundError(const Stretch& stretch, Error& error) const;
     double BoundAlong(double GridPosition::*axis, const Stretch& stretch) const;
-    void Interpolate(const Stretch& stretch, const Error& error, MosaicTiles& tiles);
+    Quartic CurveAlong(double GridPosition::*axis, const Stretch& stretch) const;
+    template <int PixelSize>
+    void FillStretches(KxImageData& output, int row, MosaicTiles& tiles);
+    template <int PixelSize>
+    void Interpolate(unsigned char* output,
+                     const Stretch& stretch,
+                     const Error& error,
+                     MosaicTiles& tiles);
+    void SampleExact(KxImageData& output, int row, MosaicTiles& tiles);
 
     const TransformGrid& m_grid;
     std::vector<double> m_xs;
     double m_wobble; ///< the most by which columns are off from even spacing, in columns
     bool m_nearest;
-    std::vector<GridPosition> m_places;
-    std::vector<bool> m_exact; ///< columns that are transformed, or will be
+    std::vector<GridPosition> m_places; ///< of the columns that are transformed
+    std::vector<bool> m_exact;          ///< columns that are transformed, or will be
     std::vector<Stretch> m_open;
     std::vector<std::pair<Stretch, Error>> m_decided;
     std::vector<std::size_t> m_wanted; ///< columns to transform
     std::vector<double> m_wantedXs;
     std::vector<GridPosition> m_wantedPlaces;
+    std::vector<std::size_t> m_holes; ///< columns without a picture
 };
 
 } // namespace KxC

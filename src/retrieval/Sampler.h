@@ -52,17 +52,6 @@ bool SamplePixel(KxImageData& output, int row, int column, Tiles& tiles, const G
     return true;
 }
 
-/// Takes the pixels of a row from their places.
-/// @return whether there was a picture at every place
-template <class Tiles>
-bool SampleRow(KxImageData& output, int row, Tiles& tiles, const std::vector<GridPosition>& places)
-{
-    bool whole = true;
-    for (int column = 0; column < output.GetWidth(); ++column)
-        whole &= SamplePixel(output, row, column, tiles, places[static_cast<std::size_t>(column)]);
-    return whole;
-}
-
 /// Takes every pixel from its place.
 /// @param placesOfRow  (row, std::vector<GridPosition>&): fills in the places of an output row
 template <class Tiles, class PlacesOfRow>
@@ -71,7 +60,8 @@ void SampleRows(KxImageData& output, Tiles& tiles, const PlacesOfRow& placesOfRo
     std::vector<GridPosition> places(static_cast<std::size_t>(output.GetWidth()));
     for (int row = 0; row < output.GetHeight(); ++row) {
         placesOfRow(row, places);
-        SampleRow(output, row, tiles, places);
+        for (int column = 0; column < output.GetWidth(); ++column)
+            SamplePixel(output, row, column, tiles, places[static_cast<std::size_t>(column)]);
     }
 }
 

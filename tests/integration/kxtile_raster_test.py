@@ -1,0 +1,314 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""Drives kxtile's raster commands as a user would, and compares mosaics with gdalwarp's.
+
+Usage: kxtile_raster_test.py KXTILE PLUGIN_FOLDERS
+"""
+import json
+import math
+import os
+import pathlib
+import subprocess
+import sys
+import tempfile
+import unittest
+
+from kxtile_harness import KxtileTestCase, png_size
+
+PLUGINS = sys.argv[2]
+DATA = os.environ.get("KXTILE_TEST_DATA")
+WIDTH, HEIGHT = 1200, 900
+# Ten metres a pixel in UTM zone 33, around 15.1 degrees east, 50 degrees north.
+WEST, NORTH, STEP = 500000, 5540000, 10
+
+
+def run(*arguments):
+    done = subprocess.run([str(a) for a in arguments], capture_output=True, check=False)
+    assert done.returncode == 0, (arguments, done.stderr)
+    return done.stdout
+
+
+def addressed_pixel(column, row):
+    """A pixel of the made raster, which tells its column and row."""
+    return bytes((column % 256, row % 256, 1 + column // 256 * 16 + row // 256))
+
+
+def place_of(pixel):
+    block = pixel[2] - 1
+    return block // 16 * 256 + pixel[0], block % 16 * 256 + pixel[1]
+
+
+def make_raster(folder):
+    """The made raster as GeoTIFF."""
+    raw = folder / "made.raw"
+    raw.write_bytes(b"".join(addressed_pixel(column, row)
+                             for row in range(HEIGHT) for column in range(WIDTH)))
+    (folder / "made.hdr").write_text(
+        f"ENVI\nsamples = {WIDTH}\nlines = {HEIGHT}\nbands = 3\nheader offset = 0\n"
+        "file type = ENVI Standard\ndata type = 1\ninterleave = bip\nbyte order = 0\n")
+    path = folder / "made.tif"
+    run("gdal_translate", "-q", "-a_srs", "EPSG:32633", "-a_ullr", WEST, NORTH,
+        WEST + WIDTH * STEP, NORTH - HEIGHT * STEP, "-co", "TILED=YES", raw, path)
+    return path
+
+
+class Picture:
+    """The pixels of a raster as GDAL reads them, four bytes each, rows from the north."""
+
+    def __init__(self, path):
+        with tempfile.TemporaryDirectory() as folder:
+            raw = pathlib.Path(folder, "raw")
+            self.info = json.loads(run("gdalinfo", "-json", path))
+            grey = ["-b", 1] * 3
+            bands = {1: grey, 2: [*grey, "-b", 2]}.get(len(self.info["bands"]), [])
+            alpha = any(b["colorInterpretation"] == "Alpha" for b in self.info["bands"])
+            run("gdal_translate", "-q", "-of", "ENVI", "-co", "INTERLEAVE=BIP", *bands, path, raw)
+            data = raw.read_bytes()
+        self.width, self.height = self.info["size"]
+        size = 4 if alpha else 3
+        self.pixels = [data[i:i + 3] if not alpha or data[i + 3] else None
+                       for i in range(0, self.width * self.height * size, size)]
+
+    def extent(self):
+        """West, south, east, north of the pixels' outer edges."""
+        west, across, _, north, _, down = self.info["geoTransform"]
+        return west, north + down * self.height, west + across * self.width, north
+
+
+class RasterTest(KxtileTestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.address = ""  # nothing here is fetched
+        cls.shared = tempfile.TemporaryDirectory()
+        cls.made = make_raster(pathlib.Path(cls.shared.name))
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.shared.cleanup()
+
+    def setUp(self):
+        super().setUp()
+        self.environment["KXTILE_PLUGIN_PATH"] = PLUGINS
+
+    def failure(self, *arguments, status=1):
+        return self.kxtile(*arguments, status=status).stderr.decode()
+
+    def mosaic(self, raster, bounds, crs, resolution, name, *options):
+        return self.answer("mosaic", raster, "--bounds", ",".join(map(repr, bounds)),
+                           "--crs", crs, "--resolution", repr(resolution), "-o", name, *options)
+
+    def warped(self, raster, mosaic, crs, level):
+        """What gdalwarp makes of a raster on the grid of a mosaic, by way of the grid of the
+        raster's tiles: the nearest pixel of the nearest pixel, as the library takes it."""
+        corners = mosaic.info["wgs84Extent"]["coordinates"][0]
+        xs, ys = zip(*corners)
+        step = 360 / 256 / 2 ** level
+        margin = 8 + (max(ys) - min(ys)) / step // 8
+        tiles = [(math.floor(min(xs) / step) - margin) * step,
+                 (math.floor(min(ys) / step) - margin) * step,
+                 (math.ceil(max(xs) / step) + margin) * step,
+                 (math.ceil(max(ys) / step) + margin) * step]
+        between = self.folder / "between.tif"
+        run("gdalwarp", "-q", "-overwrite", "-r", "near", "-et", 0, "-dstalpha", "-t_srs",
+            "EPSG:4326", "-te", *tiles, "-tr", step, step, raster, between)
+        reference = self.folder / "reference.tif"
+        run("gdalwarp", "-q", "-overwrite", "-r", "near", "-et", 0, "-t_srs", crs, "-te",
+            *mosaic.extent(), "-ts", mosaic.width, mosaic.height, between, reference)
+        return Picture(reference)
+
+    def assert_alike(self, mosaic, reference):
+        """At least 99 of 100 pixels that both have are equal."""
+        both = [(a, b) for a, b in zip(mosaic.pixels, reference.pixels)
+                if a is not None and b is not None]
+        self.assertGreater(len(both), len(mosaic.pixels) // 20)
+        equal = sum(a == b for a, b in both)
+        self.assertGreaterEqual(equal / len(both), 0.99)
+
+    def test_info_tells_levels_bounds_and_type(self):
+        info = self.answer("raster", "info", self.made)
+        self.assertEqual(info["type"], "projected")
+        # The pixel is 9.0e-5 degrees high; level 14's are 8.6e-5, level 13's twice that.
+        self.assertEqual(info["max_level"], 14)
+        corners = json.loads(run("gdalinfo", "-json", self.made))["wgs84Extent"]["coordinates"][0]
+        xs, ys = zip(*corners)
+        for is_, wanted in zip(info["bounds"], (min(xs), min(ys), max(xs), max(ys))):
+            self.assertAlmostEqual(is_, wanted, delta=2e-4)
+        told = self.kxtile("raster", "info", self.made).stdout.decode()
+        self.assertIn(f"levels        {info['min_level']} to 14", told)
+
+    def test_tile_is_cut_at_its_address(self):
+        tile = self.answer("raster", "tile", self.made, "4439/2776/13", "-o", "t.png")
+        self.assertEqual((tile["format"], tile["width"], tile["height"]), ("png", 256, 256))
+        self.assertEqual(png_size(self.folder / "t.png"), (256, 256))
+        to_stdout = self.kxtile("raster", "tile", self.made, "4439/2776/13", "-o", "-")
+        self.assertTrue(to_stdout.stdout.startswith((b"\x89PNG", b"\xff\xd8\xff")))
+        message = self.failure("raster", "tile", self.made, "1/1/13", status=3)
+        self.assertRegex(message, r"levels \d+ to 14")
+
+    def test_geotiff_lies_where_it_was_asked_for(self):
+        bounds = [501000, 5533000, 509000, 5539000]
+        made = self.mosaic(self.made, bounds, "EPSG:32633", 10.0, "m.tif")
+        self.assertEqual((made["width"], made["height"], made["level"]), (800, 600, 14))
+        picture = Picture(self.folder / "m.tif")
+        self.assertEqual((picture.width, picture.height), (800, 600))
+        for is_, wanted in zip(picture.extent(), bounds):
+            self.assertAlmostEqual(is_, wanted, delta=1e-3)
+        self.assertIn('ID["EPSG",32633]', picture.info["coordinateSystem"]["wkt"])
+        # Every pixel shows the raster at its place, to within one of the raster's pixels.
+        for row in range(0, 600, 7):
+            for column in range(0, 800, 7):
+                x, y = place_of(picture.pixels[row * 800 + column])
+                self.assertLessEqual(abs(x - (column + 100)), 1)
+                self.assertLessEqual(abs(y - (row + 100)), 1)
+
+    def test_mosaics_agree_with_gdalwarp(self):
+        for crs, bounds, resolution in [
+                ("EPSG:32633", [501003, 5533002, 505007, 5537006], 13.0),
+                ("EPSG:4326", [15.03, 49.96, 15.08, 49.99], 0.0001),
+                ("EPSG:3857", [1673500, 6432000, 1680000, 6438000], 17.0),
+                ("EPSG:3035", [4681000, 2993000, 4686000, 2998000], 11.5),
+                ("EPSG:3995", [1176000, -4374500, 1180000, -4370500], 12.0),
+                ("+proj=lcc +lat_1=49 +lat_2=51 +lat_0=50 +lon_0=15 +datum=WGS84",
+                 [1000, -6000, 5000, -1000], 10.0)]:
+            with self.subTest(crs):
+                # A .tif of a system without code needs the plug-in that knows .prj texts.
+                name = "m.png" if crs.startswith("+") else "m.tif"
+                made = self.mosaic(self.made, bounds, crs, resolution, name)
+                if name == "m.png":
+                    west, south, east, north = bounds
+                    run("gdal_translate", "-q", "-a_srs", crs, "-a_ullr", west, north, east, south,
+                        self.folder / name, self.folder / "m.tif")
+                mosaic = Picture(self.folder / "m.tif")
+                self.assert_alike(mosaic, self.warped(self.made, mosaic, crs, made["level"]))
+
+    @unittest.skipUnless(DATA, "KXTILE_TEST_DATA is not set: no public rasters to compare with")
+    def test_mosaics_of_public_rasters_agree_with_gdalwarp(self):
+        for name, crs, bounds, resolution in [
+                ("RGB.byte.tif", "EPSG:32618", [140000, 2640000, 300000, 2820000], 300.0),
+                ("RGB.byte.tif", "EPSG:4326", [-78.3, 24.0, -76.8, 25.4], 0.0028),
+                ("world.rgb.tif", "EPSG:4326", [-20.0, 30.0, 50.0, 70.0], 0.71),
+                ("shade.tif", "EPSG:3857", None, 1.02),
+                ("cog_cmap.tif", "EPSG:3857", None, 1.02)]:
+            raster = pathlib.Path(DATA, name)
+            with self.subTest(raster=name, crs=crs):
+                if bounds is None:  # the raster's own, and a little over its own pixels
+                    info = json.loads(run("gdalinfo", "-json", raster))
+                    pixel = info["geoTransform"][1]
+                    west, north = info["geoTransform"][0], info["geoTransform"][3]
+                    middle = [side // 2 for side in info["size"]]
+                    bounds = [west + (middle[0] - 150) * pixel, north - (middle[1] + 150) * pixel,
+                              west + (middle[0] + 150) * pixel, north - (middle[1] - 150) * pixel]
+                    resolution *= pixel
+                made = self.mosaic(raster, bounds, crs, resolution, "m.tif")
+                mosaic = Picture(self.folder / "m.tif")
+                source = raster
+                if "palette" in run("gdalinfo", raster).decode().lower():
+                    source = self.folder / "rgb.tif"
+                    run("gdal_translate", "-q", "-expand", "rgba", raster, source)
+                self.assert_alike(mosaic, self.warped(source, mosaic, crs, made["level"]))
+
+    def test_degrees_are_the_same_grid(self):
+        made = self.mosaic(self.made, [15.0, 49.9, 15.2, 50.02], "EPSG:4326", 0.0002, "m.tif")
+        self.assertEqual((made["width"], made["height"]), (1000, 600))
+        picture = Picture(self.folder / "m.tif")
+        for is_, wanted in zip(picture.extent(), (15.0, 49.9, 15.2, 50.02)):
+            self.assertAlmostEqual(is_, wanted, delta=1e-8)
+        self.assertIn('ID["EPSG",4326]', picture.info["coordinateSystem"]["wkt"])
+        self.assertEqual(len(picture.info["bands"]), 4)
+        self.assertIsNone(picture.pixels[0], "what the raster does not cover is transparent")
+
+    def test_every_format_is_written(self):
+        for name, format_ in [("m.png", "PNG"), ("m.jpg", "JPEG"), ("m.jpeg", "JPEG"),
+                              ("m.webp", "WEBP"), ("m.tiff", "GTiff"), ("M.TIF", "GTiff")]:
+            self.mosaic(self.made, [501000, 5533000, 503000, 5534000], "EPSG:32633", 10.0, name)
+            info = json.loads(run("gdalinfo", "-json", self.folder / name))
+            self.assertEqual((info["driverShortName"], info["size"]), (format_, [200, 100]))
+        names = {path.name for path in self.folder.iterdir()}
+        self.assertFalse([name for name in names if name.startswith(".")], "a temporary file")
+
+    def test_single_pixels_and_rows(self):
+        for bounds, size in [([505000, 5536000, 505010, 5536010], [1, 1]),
+                             ([505000, 5536000, 505500, 5536010], [50, 1]),
+                             ([505000, 5536000, 505010, 5536500], [1, 50])]:
+            self.mosaic(self.made, bounds, "EPSG:32633", 10.0, "m.tif")
+            picture = Picture(self.folder / "m.tif")
+            self.assertEqual([picture.width, picture.height], size)
+            west, south, _, _ = bounds
+            x, y = place_of(picture.pixels[(picture.height - 1) * picture.width])
+            self.assertLessEqual(abs(x - (west - WEST) // 10), 1)
+            self.assertLessEqual(abs(y - ((NORTH - south) // 10 - 1)), 1)
+
+    def test_world_file_and_prj_stand_beside_the_picture(self):
+        if "KxGdalWriter" not in " ".join(
+                str(path) for folder in PLUGINS.split(":") for path in
+                pathlib.Path(folder).glob("*.so")):
+            message = self.failure("mosaic", self.made, "--bounds", "501000,5533000,503000,5534000",
+                                   "--crs", "EPSG:32633", "--resolution", "10", "-o", "m.png",
+                                   "--world-file")
+            self.assertIn("KxGdalWriter.so is missing", message)
+            self.skipTest("KxGdalWriter is not built: nothing knows .prj texts")
+        for name, world in [("m.png", "m.pgw"), ("m.jpg", "m.jgw"), ("m.webp", "m.wpw"),
+                            ("m.tif", "m.tfw")]:
+            made = self.mosaic(self.made, [501000, 5533000, 503000, 5534500], "EPSG:32633", 10.0,
+                               name, "--world-file")
+            self.assertEqual((made["world_file"], made["prj_file"]), (world, "m.prj"))
+            lines = [float(line) for line in (self.folder / world).read_text().splitlines()]
+            for is_, wanted in zip(lines, (10, 0, 0, -10, 501005, 5534495)):
+                self.assertAlmostEqual(is_, wanted, delta=1e-4)
+            self.assertEqual(len(lines), 6)
+        # GDAL takes both.
+        info = json.loads(run("gdalinfo", "-json", self.folder / "m.png"))
+        self.assertAlmostEqual(info["geoTransform"][0], 501000, delta=1e-3)
+        prj = (self.folder / "m.prj").read_text()
+        self.assertTrue(prj.startswith('PROJCS["WGS_1984_UTM_Zone_33N"'), prj)
+        made = self.mosaic(self.made, [15.03, 49.94, 15.14, 49.99], "EPSG:4326", 0.0001,
+                           "d.png", "--world-file")
+        lines = [float(line) for line in (self.folder / "d.pgw").read_text().splitlines()]
+        self.assertAlmostEqual(lines[0], 0.0001, delta=1e-7)
+        self.assertAlmostEqual(lines[4], 15.03005, delta=1e-6)
+        self.assertTrue((self.folder / "d.prj").read_text().startswith("GEOGCS["))
+
+    def test_nothing_there_is_a_failure_that_leaves_files_alone(self):
+        (self.folder / "old.png").write_text("old")
+        for bounds in ("600000,5533000,603000,5534000", "9501000,5533000,9503000,5534000"):
+            message = self.failure("mosaic", self.made, "--bounds", bounds, "--crs", "EPSG:32633",
+                                   "--resolution", "10", "-o", "old.png")
+            self.assertIn("lies in the bounds", message)
+            self.assertIn("It covers longitude 15", message)
+        self.assertEqual((self.folder / "old.png").read_text(), "old")
+
+    def test_failures_get_words(self):
+        def message(raster=self.made, bounds="501000,5533000,503000,5534000", crs="EPSG:32633",
+                    resolution="10", output="m.png", status=1):
+            return self.failure("mosaic", raster, "--bounds", bounds, "--crs", crs,
+                                "--resolution", resolution, "-o", output, status=status)
+
+        self.assertIn("there is no file 'none.tif'", message(raster="none.tif"))
+        (self.folder / "text.tif").write_text("no raster")
+        self.assertIn("cannot open the raster", message(raster="text.tif"))
+        (self.folder / "a.xyzzy").write_text("no raster")
+        self.assertIn("no plug-in reads '.xyzzy'", message(raster="a.xyzzy"))
+        fine = message(resolution="0.5")
+        self.assertRegex(fine, r"no level for a resolution of 0\.5: it has levels \d+ to 14")
+        self.assertIn("from 9.55", fine)
+        self.assertIn("EPSG:999999", message(crs="EPSG:999999"))
+        self.assertIn("another datum", message(crs="EPSG:4267", bounds="15,49.9,15.1,50",
+                                               resolution="0.001"))
+        self.assertIn("are no bounds", message(bounds="1,2,3", status=2))
+        self.assertIn("are empty", message(bounds="3,2,1,4", status=2))
+        self.assertIn("narrower than one pixel", message(resolution="5000", status=2))
+        self.assertIn("at most 16384", message(resolution="0.01", status=2))
+        self.assertIn("must be above 0", message(resolution="-1", status=2))
+        self.assertIn("no picture is written as .bmp", message(output="m.bmp", status=2))
+        self.assertIn("does not say what format", message(output="m", status=2))
+        self.assertIn("the folder exists", message(output="none/m.png"))
+        self.assertEqual(list(self.folder.glob("m*")), [])
+
+    def test_bounds_may_begin_with_a_minus(self):
+        west = self.failure("mosaic", self.made, "--bounds", "-78.3,24.0,-76.8,25.4", "--crs",
+                            "EPSG:4326", "--resolution", "0.001", "-o", "m.png")
+        self.assertIn("lies in the bounds", west)
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])
