@@ -1,6 +1,6 @@
 #!/bin/sh
-# Installs what building and testing need and is missing: Debian packages, and the picture that
-# kxorigin publishes. Needs root or sudo only where something is missing. Quick the second time.
+# Installs what building and testing need and is missing: Debian packages, the picture that kxorigin
+# publishes, and the map page that kxtile serve shows. Needs root or sudo only where something is missing. Quick the second time.
 set -eu
 root=$(cd "$(dirname "$0")/.." && pwd)
 
@@ -22,7 +22,7 @@ missing_packages() {
         case $state in installed*) ;; *) echo "$package" ;; esac
     done
     # Any npm serves; Debian's is taken only where there is none.
-    command -v npm >/dev/null 2>&1 || [ -f "$root/build/assets/earth-blue-marble.jpg" ] || echo npm
+    command -v npm >/dev/null 2>&1 || echo npm
 }
 
 command -v dpkg-query >/dev/null 2>&1 || {
@@ -37,3 +37,4 @@ if [ -n "$missing" ]; then
     as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends $missing >/dev/null
 fi
 "$root/cmake/fetch_assets.sh" "$root/build/assets"
+"$root/cmake/build_page.sh" "$root/build/assets"

@@ -2,7 +2,7 @@
 #include "GeoPoint.h"
 
 #include "Command.h"
-#include "KxCoordSysTrans.h"
+#include "Crs.h"
 #include "KxMath.h"
 
 #include <CLI/CLI.hpp>
@@ -10,7 +10,6 @@
 
 #include <charconv>
 #include <cmath>
-#include <limits>
 #include <numbers>
 
 namespace KxTileHost {
@@ -37,17 +36,6 @@ bool ReadPair(const std::string& text, double& first, double& second)
     while (at != end && *at == ' ')
         ++at;
     return ReadNumber(at, end, second) && at == end;
-}
-
-KxC::ProjectStringType TypeOf(const std::string& crs)
-{
-    if (crs.starts_with('+'))
-        return KxC::ProjectStringType_Proj4;
-    if (crs.ends_with(".prj"))
-        return KxC::ProjectStringType_PrjFile;
-    if (crs.find('[') != std::string::npos)
-        return KxC::ProjectStringType_WKT;
-    return KxC::ProjectStringType_Authority;
 }
 
 } // namespace
@@ -86,20 +74,10 @@ KxC::KxPoint2d ParsePair(const std::string& text)
 GeoPoint ParsePlaceIn(const std::string& crs, const std::string& text)
 {
     const KxC::KxPoint2d pair = ParsePair(text);
-    KxC::KxCoordSysTrans* const system =
-        KxC::m_gCoordSysTransManager.GetKxCoordSysTrans(crs.c_str(), TypeOf(crs));
-    const std::string error = system->GetError().Cstr();
-    if (!error.empty())
-        throw CommandError(kExitFailed,
-                           fmt::format("cannot use the coordinate system '{}': {}", crs, error),
-                           "Write EPSG:32650 or the like, a PROJ string, WKT, or the path of a "
-                           ".prj file.");
-    constexpr double nowhere = std::numeric_limits<double>::quiet_NaN();
-    KxC::KxPoint3d place(nowhere, nowhere, 0.0);
-    system->SrcPtToWGS84Pt({pair.x, pair.y, 0.0}, place);
-    if (!std::isfinite(place.x) || !std::isfinite(place.y))
+    const auto place = Crs(crs).ToDegrees(pair.x, pair.y);
+    if (!place)
         throw CommandError(kExitFailed, fmt::format("'{}' is no place of '{}'", text, crs));
-    return {place.x, place.y};
+    return {place->x, place->y};
 }
 
 void AddLevelOption(CLI::App& command, int& level)

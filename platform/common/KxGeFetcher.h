@@ -45,6 +45,14 @@ public:
     void SetDataTime(const KxTime& time);
     const KxTime& GetDataTime() const;
 
+    /// What requests carry besides their address. Both are read with each fetch and have to live as
+    /// long as the fetcher does.
+    /// @param userAgent     null or empty names this product and its version
+    /// @param requestLines  further header lines, as for KxNetGetch::RequestData; null for none.
+    ///                      They go to the server that is set; a history server on another host,
+    ///                      which that one names, is asked without them
+    void SetRequest(const KxString* userAgent, const KxArray<KxString>* requestLines);
+
     /// Fetches one encoded image. Where a tile has none of its own, it is the part of a coarser
     /// tile's image, up to 8 levels up, enlarged, as PNG. Undated imagery stands in where a place
     /// has no dated one at all; where all is newer than the wanted date, there is none.
@@ -66,6 +74,7 @@ public:
 
     /// Sets the server for the whole process, and forgets what was read so far. Without it the
     /// server is that of the environment variable KXTILE_EARTH_URL, else the public one.
+    /// A server that has no history imagery itself may name one that has, over http or https.
     /// @param url  http or https; a path and a query are kept. Empty takes the setting back
     static void SetServer(const KxString& url);
 
@@ -77,10 +86,14 @@ public:
     static const KxGeFetchInfo& GetLastFetchInfo();
     /// Forgets it, so that a host can tell whether an operation asked an earth server at all.
     static void ClearLastFetchInfo();
+    /// Notes what came of an operation that another thread did for the calling one as well.
+    static void SetLastFetchInfo(const KxGeFetchInfo& info);
 
 private:
     unsigned char m_bHistroyDataUsed;
     KxTime m_dataTime;
+    const KxString* m_pUserAgent = nullptr;
+    const KxArray<KxString>* m_pRequestLines = nullptr;
 };
 
 } // namespace KxC

@@ -80,6 +80,10 @@ public:
     /// @param level       [0, 30]
     /// @param row         counted from the north, or from the south when `southToNorth` is nonzero
     static void CalcWMTileBounds(KxRect2d& rect, int level, int row, int col, int southToNorth);
+    /// The same in degrees of longitude and latitude; the grid ends at exactly +-180 and at +-85.05
+    /// or so.
+    static void
+    CalcWMTileLatLonBounds(KxRect2d& rect, int level, int row, int col, int southToNorth);
     /// Bounds of a tile of the geographic square grid, degrees. Rows count from the south, where
     /// "latitude" is -180.
     /// @param level  [0, 30]

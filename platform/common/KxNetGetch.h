@@ -85,6 +85,8 @@ public:
     static const KxNetRequestInfo& GetLastRequestInfo();
     /// Forgets it, so that a host can tell whether an operation sent any request.
     static void ClearLastRequestInfo();
+    /// Notes what happened to a request that another thread sent for the calling one as well.
+    static void SetLastRequestInfo(const KxNetRequestInfo& info);
 };
 
 } // namespace KxC

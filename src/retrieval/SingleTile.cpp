@@ -5,6 +5,7 @@
 #include "MemoryCache.h"
 #include "SourceTexts.h"
 #include "TileBody.h"
+#include "TileFlights.h"
 #include "TileRequest.h"
 #include "TileUrl.h"
 
@@ -178,6 +179,57 @@ KxWMImageTileData* FindInMemory(const KxTSDParamItem& source, const SourceTile& 
         cache->AccessTileData(address.m_level, address.m_row, address.m_col));
 }
 
+FlightOutcome
+OutcomeOf(NetError result, const KxWMImageTileData* tile, const KxTSDParamItem& source)
+{
+    FlightOutcome outcome{result, tile != nullptr, {}, {}};
+    if (result != NetError_Failure)
+        return outcome;
+    outcome.m_request = KxNetGetch::GetLastRequestInfo();
+    if (source.m_nTileScheme == kSchemeEarthHistory)
+        outcome.m_earthFetch = KxGeFetcher::GetLastFetchInfo();
+    return outcome;
+}
+
+/// A failure is one of this thread's own: whoever asks it finds what the request failed with.
+NetError ShareOutcome(const FlightOutcome& outcome, const KxTSDParamItem& source)
+{
+    if (outcome.m_result != NetError_Failure)
+        return outcome.m_result;
+    KxNetGetch::SetLastRequestInfo(outcome.m_request);
+    if (source.m_nTileScheme == kSchemeEarthHistory)
+        KxGeFetcher::SetLastFetchInfo(outcome.m_earthFetch);
+    return NetError_Failure;
+}
+
+/// What the memory cache had not, fetched by one thread for all that want it meanwhile.
+/// @param landed  how many flights had landed before the memory cache was asked
+NetError FetchInFlight(KxWMImageTileData*& tile,
+                       KxTSDParamItem& source,
+                       const SourceTile& address,
+                       int requestParam,
+                       const CacheSwitches& switches,
+                       unsigned long long landed)
+{
+    TileFlights::Seat seat(SharedTileFlights(),
+                           {&source, address.m_level, address.m_row, address.m_col, requestParam});
+    if (!seat.IsPilot()) {
+        const FlightOutcome& outcome = seat.Wait();
+        if (!outcome.m_isStored)
+            return ShareOutcome(outcome, source);
+    }
+    // Another thread may have stored it since.
+    if (!seat.IsPilot() || !seat.IsNextAfter(landed))
+        tile = FindInMemory(source, address);
+    NetError result = NetError_Success;
+    // A tile that the cache did not keep is fetched by each thread for itself.
+    if (tile == nullptr)
+        result = DownloadSourceTile(tile, source, address, requestParam, switches);
+    if (seat.IsPilot())
+        seat.Land(OutcomeOf(result, tile, source));
+    return result;
+}
+
 } // namespace
 
 NetError DownloadSourceTile(KxWMImageTileData*& tile,
@@ -195,12 +247,13 @@ NetError FetchSourceTile(KxWMImageTileData*& tile,
                          int requestParam,
                          const CacheSwitches& switches)
 {
-    if (switches.m_memory) {
-        tile = FindInMemory(source, address);
-        if (tile != nullptr)
-            return NetError_Success;
-    }
-    return DownloadSourceTile(tile, source, address, requestParam, switches);
+    if (!switches.m_memory)
+        return DownloadSourceTile(tile, source, address, requestParam, switches);
+    const unsigned long long landed = SharedTileFlights().CountLanded();
+    tile = FindInMemory(source, address);
+    if (tile != nullptr)
+        return NetError_Success;
+    return FetchInFlight(tile, source, address, requestParam, switches, landed);
 }
 
 // Hosts get a result whatever happens: memory that runs out is a failure like any other.

@@ -34,7 +34,10 @@ bool MakeGeFetcher(KxTSDParamItem& item)
     if (item.m_nTileScheme != kSchemeEarthHistory || item.m_pGeFetcher != nullptr)
         return false;
     item.m_pGeFetcher = new (std::nothrow) KxGeFetcher;
-    return item.m_pGeFetcher != nullptr;
+    if (item.m_pGeFetcher == nullptr)
+        return false;
+    item.m_pGeFetcher->SetRequest(&item.m_strUserAgent, &item.m_arrRequestHeaders);
+    return true;
 }
 
 /// Loads the URL script, when there is one: the text, else the file that the template names.

@@ -25,6 +25,9 @@ enum EnvelopeField : std::uint32_t {
 };
 constexpr std::uint32_t kDatabaseVersion = 13;
 constexpr std::uint32_t kQuadtreeVersion = 1;
+constexpr std::uint32_t kEndSnippet = 7;
+constexpr std::uint32_t kTimeMachineOptions = 32;
+constexpr std::uint32_t kServerUrl = 1;
 
 bool IsBinaryForm(ByteView answer)
 {
@@ -36,7 +39,7 @@ DbRoot ReadBinaryForm(ByteView answer)
     const ByteView key = answer.first(kBinaryHeaderBytes).subspan(kBinaryKeyOffset);
     const unsigned version = ReadU16(answer, kBinaryVersionOffset) ^
                              ReadU16(key, kHeaderKeyOffset + kBinaryVersionOffset);
-    return {{key.begin(), key.end()}, version};
+    return {{key.begin(), key.end()}, version, ""};
 }
 
 struct Envelope
@@ -73,14 +76,32 @@ std::uint32_t ReadQuadtreeVersion(ByteView databaseVersion)
     return version;
 }
 
-std::uint32_t ReadContent(ByteView content)
+/// The last of a message's fields of a number; empty where there is none.
+ByteView FieldOf(ByteView message, std::uint32_t number)
 {
-    std::uint32_t version = 1;
-    WireReader reader(content);
+    ByteView bytes;
+    WireReader reader(message);
     for (WireField field; reader.Next(field);)
+        if (field.Is(number, WireType::Bytes))
+            bytes = field.m_bytes;
+    return bytes;
+}
+
+std::string ReadHistoryServer(ByteView endSnippet)
+{
+    const ByteView url = FieldOf(FieldOf(endSnippet, kTimeMachineOptions), kServerUrl);
+    return {url.begin(), url.end()};
+}
+
+void ReadContent(DbRoot& root, ByteView content)
+{
+    WireReader reader(content);
+    for (WireField field; reader.Next(field);) {
         if (field.Is(kDatabaseVersion, WireType::Bytes))
-            version = ReadQuadtreeVersion(field.m_bytes);
-    return version;
+            root.m_version = ReadQuadtreeVersion(field.m_bytes);
+        if (field.Is(kEndSnippet, WireType::Bytes))
+            root.m_historyServer = ReadHistoryServer(field.m_bytes);
+    }
 }
 
 } // namespace
@@ -92,7 +113,10 @@ DbRoot ReadDbRoot(ByteView answer)
     const Envelope envelope = ReadEnvelope(answer);
     std::vector<unsigned char> packet(envelope.m_content.begin(), envelope.m_content.end());
     const OwnedBytes content = OpenPacket(packet, envelope.m_key);
-    return {{envelope.m_key.begin(), envelope.m_key.end()}, ReadContent(content.View())};
+    DbRoot root;
+    root.m_key.assign(envelope.m_key.begin(), envelope.m_key.end());
+    ReadContent(root, content.View());
+    return root;
 }
 
 } // namespace KxC::Earth

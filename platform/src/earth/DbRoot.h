@@ -3,6 +3,7 @@
 
 #include "Bytes.h"
 
+#include <string>
 #include <vector>
 
 namespace KxC::Earth {
@@ -12,6 +13,7 @@ struct DbRoot
 {
     std::vector<unsigned char> m_key; ///< of this database's packets
     std::uint32_t m_version = 1;      ///< of its uppermost quadtree packet
+    std::string m_historyServer = {}; ///< where history imagery is, as written; empty: not told
 
     friend bool operator==(const DbRoot&, const DbRoot&) = default;
 };

@@ -53,6 +53,17 @@ bool CopyTo(KxRawData& image, const std::vector<unsigned char>* bytes)
     return true;
 }
 
+/// Reads an answer; one that is damaged is reported with the address that it came from.
+template <typename Read>
+auto ReadAnswerOf(const std::string& url, const Read& read)
+{
+    try {
+        return read();
+    } catch (const DamagedAnswer& damage) {
+        throw DamagedAnswer(url + ": " + damage.what());
+    }
+}
+
 void Keep(const std::string& url, ByteView image)
 {
     auto copy = std::make_shared<const std::vector<unsigned char>>(image.begin(), image.end());
@@ -76,7 +87,15 @@ bool EarthRequests::Request(KxRawData& body, const std::string& url) const
 {
     const KxString address(url.data(), static_cast<int>(url.size()));
     const NetError result =
-        KxNetGetch::RequestData(body, address, "", "", 0, 1, m_server.m_timeoutMs, "", nullptr);
+        KxNetGetch::RequestData(body,
+                                address,
+                                "",
+                                "",
+                                0,
+                                1,
+                                m_server.m_timeoutMs,
+                                m_texts.m_userAgent != nullptr ? *m_texts.m_userAgent : KxString(),
+                                m_configured.HasHostOf(url) ? m_texts.m_lines : nullptr);
     if (result == NetError_Success)
         return body.GetSize() > 0;
     if (result == NetError_NoData)
@@ -84,36 +103,68 @@ bool EarthRequests::Request(KxRawData& body, const std::string& url) const
     throw FetchFailure(url + ": " + KxNetGetch::GetLastRequestInfo().m_strCause.Cstr());
 }
 
-SharedRoot EarthRequests::RequestRoot(const std::string& url)
+/// @return null where the server has none
+SharedRoot EarthRequests::RootAt(const std::string& url, Source source)
 {
+    if (source == Source::StoreOrServer)
+        if (SharedRoot root = SharedStores().roots.Find(url))
+            return root;
     KxRawData answer;
     if (!Request(answer, url))
-        throw FetchFailure(url + ": the server has no such database");
-    auto root = std::make_shared<const DbRoot>(ReadDbRoot(SpanOf(answer)));
+        return nullptr;
+    auto root = ReadAnswerOf(
+        url, [&] { return std::make_shared<const DbRoot>(ReadDbRoot(SpanOf(answer))); });
     SharedStores().roots.Put(url, root);
     return root;
+}
+
+/// @throws FetchFailure where there is none
+SharedRoot EarthRequests::FindRoot(Database database, Source source)
+{
+    SharedRoot root = RootAt(m_server.RootUrl(database), source);
+    if (database == Database::History && TurnToNamedServer(root, source))
+        root = RootAt(m_server.RootUrl(database), source);
+    if (root == nullptr)
+        throw FetchFailure(m_server.RootUrl(database) + ": the server has no such database");
+    return root;
+}
+
+/// The history server is named by the configured server's dbRoot of that database, or, where it has
+/// none, by the current one's. One that is named is not asked for yet another.
+/// @param history  the configured server's; null where it has none
+/// @return whether requests for history imagery go to another server from now on
+bool EarthRequests::TurnToNamedServer(const SharedRoot& history, Source source)
+{
+    if (m_server.IsHistoryNamed())
+        return false;
+    const SharedRoot naming =
+        history != nullptr ? history : RootAt(m_server.RootUrl(Database::Current), source);
+    const std::string url = m_server.RootUrl(Database::History);
+    if (naming == nullptr || !m_server.NameHistory(naming->m_historyServer))
+        return false;
+    // So that the next fetch need not ask again for what is not there.
+    if (history == nullptr)
+        SharedStores().roots.Put(url, naming);
+    return true;
 }
 
 const DbRoot& EarthRequests::Root(Database database)
 {
     SharedRoot& root = m_roots[IndexOf(database)];
-    if (root == nullptr) {
-        const std::string url = m_server.RootUrl(database);
-        root = SharedStores().roots.Find(url);
-        if (root == nullptr)
-            root = RequestRoot(url);
-    }
+    if (root == nullptr)
+        root = FindRoot(database, Source::StoreOrServer);
     return *root;
 }
 
 bool EarthRequests::RenewRoots()
 {
     bool isAnother = false;
+    m_server = m_configured;
     for (const Database database : {Database::Current, Database::History}) {
         SharedRoot& root = m_roots[IndexOf(database)];
         if (root == nullptr)
             continue;
-        const SharedRoot fresh = RequestRoot(m_server.RootUrl(database));
+        const SharedRoot fresh = FindRoot(database, Source::Server);
         isAnother = isAnother || !(*fresh == *root);
         root = fresh;
     }
@@ -130,8 +181,11 @@ SharedPacket EarthRequests::Packet(Database database, const QuadPath& top, std::
     KxRawData body;
     SharedPacket packet;
     if (Request(body, url)) {
-        const OwnedBytes bytes = OpenPacket(SpanOf(body), root.m_key);
-        packet = std::make_shared<const QuadPacket>(ReadQuadPacket(bytes.View(), top.m_level == 0));
+        packet = ReadAnswerOf(url, [&] {
+            const OwnedBytes bytes = OpenPacket(SpanOf(body), root.m_key);
+            return std::make_shared<const QuadPacket>(
+                ReadQuadPacket(bytes.View(), top.m_level == 0));
+        });
     }
     SharedStores().packets.Put(url, packet, packet == nullptr ? 0 : packet->ByteSize());
     return packet;

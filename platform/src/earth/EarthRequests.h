@@ -3,9 +3,18 @@
 
 #include "AnswerStore.h"
 #include "EarthServer.h"
+#include "KxContainers.h"
 #include "KxRawData.h"
+#include "KxString.h"
 
 namespace KxC::Earth {
+
+/// What requests carry besides their address; null for nothing of the kind.
+struct RequestTexts
+{
+    const KxString* m_userAgent = nullptr;
+    const KxArray<KxString>* m_lines = nullptr; ///< for the configured server's hosts only
+};
 
 /// The requests of one fetch, through the stores that all fetches share. It asks for a database's
 /// dbRoot when it needs it, and keeps to what it got.
@@ -13,8 +22,12 @@ namespace KxC::Earth {
 class EarthRequests
 {
 public:
-    explicit EarthRequests(EarthServer server) : m_server(std::move(server)) {}
+    EarthRequests(const EarthServer& configured, const RequestTexts& texts)
+        : m_configured(configured), m_server(configured), m_texts(texts)
+    {
+    }
 
+    /// That of history imagery may be another server's, which the configured one names.
     /// @throws FetchFailure when it cannot be had: nothing works without its key
     const DbRoot& Root(Database database);
 
@@ -36,11 +49,16 @@ public:
 
 private:
     bool Request(KxRawData& body, const std::string& url) const;
-    SharedRoot RequestRoot(const std::string& url);
+    enum class Source { StoreOrServer, Server };
+    SharedRoot FindRoot(Database database, Source source);
+    SharedRoot RootAt(const std::string& url, Source source);
+    bool TurnToNamedServer(const SharedRoot& history, Source source);
     bool RequestImage(KxRawData& image, const std::string& url, Database database);
     bool OpenWithEitherKey(KxRawData& image, Database database);
 
-    EarthServer m_server;
+    EarthServer m_configured;
+    EarthServer m_server; ///< the configured one, or that with the history server that it names
+    RequestTexts m_texts;
     SharedRoot m_roots[2]; ///< by Database; null until needed
 };
 

@@ -15,11 +15,22 @@ struct EarthServer
     std::string m_currentBase; ///< for packets and images of the current database
     std::string m_historyBase;
     int m_timeoutMs = 0; ///< of a request; 0 for the request layer's own
+    /// Whose history imagery is where; the public server's address says it already.
+    enum class History { Asked, Known, Named } m_history = History::Asked;
 
     /// A server that answers everything below one address, which may have a query of its own.
     static EarthServer At(const std::string& base);
     /// The public one.
     static EarthServer Public();
+
+    /// Turns to a history server that this server's dbRoot names: an http or https address, not
+    /// from https down to http.
+    /// @return whether it is another one and can be followed
+    bool NameHistory(const std::string& url);
+    bool IsHistoryNamed() const { return m_history == History::Named; }
+
+    /// Whether an address has the scheme, host and port of one of the server's own.
+    bool HasHostOf(const std::string& url) const;
 
     std::string RootUrl(Database database) const;
     std::string PacketUrl(Database database, const QuadPath& top, std::uint32_t version) const;

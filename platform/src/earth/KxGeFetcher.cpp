@@ -69,9 +69,12 @@ NetError Finish(const Operation& operation)
     return info.m_result;
 }
 
-bool FetchTile(KxRawData& data, KxGeFetchInfo& info, const TileWish& wish)
+bool FetchTile(KxRawData& data,
+               KxGeFetchInfo& info,
+               const TileWish& wish,
+               const RequestTexts& texts)
 {
-    EarthRequests requests(CurrentServer());
+    EarthRequests requests(CurrentServer(), texts);
     const std::optional<FoundImage> found =
         SearchWithFreshRoots(requests, [&] { return FindImage(data, requests, wish); });
     if (!found)
@@ -82,9 +85,9 @@ bool FetchTile(KxRawData& data, KxGeFetchInfo& info, const TileWish& wish)
     return true;
 }
 
-bool ListDays(std::vector<KxTime>& dates, const QuadPath& tile)
+bool ListDays(std::vector<KxTime>& dates, const QuadPath& tile, const RequestTexts& texts)
 {
-    EarthRequests requests(CurrentServer());
+    EarthRequests requests(CurrentServer(), texts);
     for (const DateKey day :
          SearchWithFreshRoots(requests, [&] { return FindDays(requests, tile); }))
         dates.push_back(DateOfKey(day));
@@ -117,14 +120,22 @@ const KxTime& KxGeFetcher::GetDataTime() const
     return m_dataTime;
 }
 
+void KxGeFetcher::SetRequest(const KxString* userAgent, const KxArray<KxString>* requestLines)
+{
+    m_pUserAgent = userAgent;
+    m_pRequestLines = requestLines;
+}
+
 NetError KxGeFetcher::FetchImageRawData(
     KxRawData& data, int level, int row, int col, KxString& /*info*/, int /*option*/)
 {
     data.Clear();
     const NetError result = Finish([&](KxGeFetchInfo& info) {
         const std::optional<QuadPath> tile = MakeQuadPath(level, row, col);
-        return tile &&
-               FetchTile(data, info, {*tile, m_bHistroyDataUsed != 0, KeyOfDate(m_dataTime)});
+        return tile && FetchTile(data,
+                                 info,
+                                 {*tile, m_bHistroyDataUsed != 0, KeyOfDate(m_dataTime)},
+                                 {m_pUserAgent, m_pRequestLines});
     });
     if (result != NetError_Success)
         data.Clear();
@@ -136,7 +147,7 @@ NetError KxGeFetcher::ListDates(std::vector<KxTime>& dates, int level, int row, 
     dates.clear();
     const NetError result = Finish([&](KxGeFetchInfo&) {
         const std::optional<QuadPath> tile = MakeQuadPath(level, row, col);
-        return tile && ListDays(dates, *tile);
+        return tile && ListDays(dates, *tile, {m_pUserAgent, m_pRequestLines});
     });
     if (result != NetError_Success)
         dates.clear();
@@ -162,6 +173,11 @@ const KxGeFetchInfo& KxGeFetcher::GetLastFetchInfo()
 void KxGeFetcher::ClearLastFetchInfo()
 {
     ThreadInfo() = KxGeFetchInfo{};
+}
+
+void KxGeFetcher::SetLastFetchInfo(const KxGeFetchInfo& info)
+{
+    ThreadInfo() = info;
 }
 
 } // namespace KxC

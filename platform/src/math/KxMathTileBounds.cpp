@@ -2,6 +2,7 @@
 #include "KxMath.h"
 
 #include <cmath>
+#include <numbers>
 
 namespace KxC {
 
@@ -25,6 +26,17 @@ void KxMath::CalcWMTileBounds(KxRect2d& rect, int level, int row, int col, int s
     // Turned first, so that a tile has the same bounds whichever way its row is counted.
     const double rowFromSouth = southToNorth != 0 ? row : count - 1 - row;
     rect = SquareTile(kHalfWorld, count, rowFromSouth, col);
+}
+
+void KxMath::CalcWMTileLatLonBounds(KxRect2d& rect, int level, int row, int col, int southToNorth)
+{
+    constexpr double kDegree = std::numbers::pi / 180.0;
+    KxRect2d metres;
+    CalcWMTileBounds(metres, level, row, col, southToNorth);
+    // Columns are the same on both grids, and exact there.
+    CalcTileBounds(rect, level, 0, col);
+    rect.m_dTop = WebMecator2LatLon(0.0, metres.m_dTop).y / kDegree;
+    rect.m_dBottom = WebMecator2LatLon(0.0, metres.m_dBottom).y / kDegree;
 }
 
 void KxMath::CalcTileBounds(KxRect2d& rect, int level, int row, int col)

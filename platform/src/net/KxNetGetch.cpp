@@ -224,4 +224,9 @@ void KxNetGetch::ClearLastRequestInfo()
     ThreadInfo() = KxNetRequestInfo{};
 }
 
+void KxNetGetch::SetLastRequestInfo(const KxNetRequestInfo& info)
+{
+    ThreadInfo() = info;
+}
+
 } // namespace KxC

@@ -40,6 +40,7 @@ TEST(ReadDbRoot, ReadsThePublishedSample)
     const DbRoot root = Read(FromHex(kSampleRootWire));
     EXPECT_EQ(KeyOf(root), SampleKey());
     EXPECT_EQ(root.m_version, 1234U);
+    EXPECT_EQ(root.m_historyServer, "http://127.0.0.1/?db=tm");
     // What it holds is also what another encoder makes of it.
     EXPECT_EQ(Read(Sealed(FromHex(kSampleRootPlain))), root);
 }

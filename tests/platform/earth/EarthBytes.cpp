@@ -118,10 +118,13 @@ std::string Group(std::uint32_t field, std::string_view content)
     return Varint(field << 3 | 3U) + std::string(content) + Varint(field << 3 | 4U);
 }
 
-std::string DbRootAnswer(std::string_view key, std::uint32_t version)
+std::string
+DbRootAnswer(std::string_view key, std::uint32_t version, std::string_view historyServer)
 {
-    return Number(1, 0) + Text(2, key) +
-           Text(3, Encrypt(Compress(Text(13, Number(1, version))), key));
+    std::string content = Text(13, Number(1, version));
+    if (!historyServer.empty())
+        content += Text(7, Text(32, Text(1, historyServer)));
+    return Number(1, 0) + Text(2, key) + Text(3, Encrypt(Compress(content), key));
 }
 
 namespace {

@@ -32,8 +32,9 @@ std::string Number(std::uint32_t field, std::uint64_t value);
 std::string Text(std::uint32_t field, std::string_view content);
 std::string Group(std::uint32_t field, std::string_view content);
 
-/// A dbRoot as it is sent.
-std::string DbRootAnswer(std::string_view key, std::uint32_t version);
+/// A dbRoot as it is sent, with the history server that it names.
+std::string
+DbRootAnswer(std::string_view key, std::uint32_t version, std::string_view historyServer = {});
 
 /// A day of a node in a protobuf packet.
 struct Day

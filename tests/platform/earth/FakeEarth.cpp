@@ -30,6 +30,7 @@ void FakeEarth::Serve(Testing::LoopbackConnection& connection,
     {
         const std::lock_guard guard(m_lock);
         m_queries.push_back(query);
+        m_lastRequest = request;
         answer = m_answers[query];
     }
     if (answer.gate != nullptr)
@@ -46,6 +47,17 @@ void FakeEarth::PutRoots(std::uint32_t current, std::uint32_t history)
 {
     Put("root", DbRootAnswer(m_currentKey, current));
     Put("root-tm", DbRootAnswer(m_historyKey, history));
+}
+
+void FakeEarth::PutRootNaming(const std::string& historyServer)
+{
+    Put("root", DbRootAnswer(m_currentKey, 5, historyServer));
+}
+
+std::string FakeEarth::LastHeader(const std::string& name)
+{
+    const std::lock_guard guard(m_lock);
+    return m_lastRequest.Header(name);
 }
 
 void FakeEarth::Put(const std::string& query, const std::string& body)

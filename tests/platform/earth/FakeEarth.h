@@ -22,6 +22,10 @@ public:
     FakeEarth();
 
     std::string Url() const { return m_server.Url("/earth"); }
+    /// The dbRoot of the current database, which names a history server.
+    void PutRootNaming(const std::string& historyServer);
+    /// A request's header as the last request had it, empty where it had none.
+    std::string LastHeader(const std::string& name);
     const std::string& CurrentKey() const { return m_currentKey; }
     const std::string& HistoryKey() const { return m_historyKey; }
 
@@ -59,6 +63,7 @@ private:
     std::mutex m_lock; ///< guards what follows
     std::map<std::string, Answer> m_answers;
     std::vector<std::string> m_queries;
+    Testing::LoopbackRequest m_lastRequest;
     Testing::LoopbackServer m_server; ///< last: its threads use all of the above
 };
 

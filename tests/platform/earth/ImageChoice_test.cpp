@@ -135,6 +135,17 @@ TEST(EarthServer, JoinsAddressesWithTheirPathAndQuery)
               "http://h/dbRoot.v5?k=1&hl=en&gl=us&output=proto");
 }
 
+TEST(EarthServer, FollowsNoNamedServerFromHttpsDownToHttp)
+{
+    EarthServer server = EarthServer::At("https://h");
+    EXPECT_FALSE(server.NameHistory("http://other"));
+    EXPECT_TRUE(server.NameHistory("https://Other:8443/path/?db=tm&k=1"));
+    EXPECT_EQ(server.RootUrl(Database::History),
+              "https://Other:8443/path/dbRoot.v5?k=1&db=tm&hl=en&gl=us&output=proto");
+    EXPECT_EQ(server.RootUrl(Database::Current), "https://h/dbRoot.v5?hl=en&gl=us&output=proto");
+    EXPECT_FALSE(EarthServer::Public().NameHistory("https://other"));
+}
+
 TEST(EarthServer, WritesDaysInHexadecimal)
 {
     const QuadPath tile = TileOf("2");

@@ -49,6 +49,7 @@ TEST_F(KxGeFetcherFailures, DoesNotRememberADamagedRoot)
 {
     m_earth.Put("root", DbRootAnswer(m_earth.CurrentKey(), 5).substr(0, 50));
     ExpectFailure("longer than its message");
+    ExpectFailure("/earth/dbRoot.v5?hl=en&gl=us&output=proto: ");
     m_earth.PutRoots(5, 900);
     ExpectSuccess();
 }
@@ -62,6 +63,7 @@ TEST_F(KxGeFetcherFailures, DoesNotRememberADamagedPacket)
                                    Compress(BinaryPacket({{0x44, 0, 1}}))}) {
         m_earth.Put("q2-0-q.5", Encrypt(bad, m_earth.CurrentKey()));
         ExpectFailure("packet");
+        ExpectFailure("/earth/flatfile?q2-0-q.5: ");
         EXPECT_EQ(m_earth.TakeQueries().back(), "root") << "it may have been replaced";
     }
     m_earth.Put("q2-0-q.5", Encrypt(good, m_earth.CurrentKey()));

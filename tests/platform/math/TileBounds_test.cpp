@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <numbers>
+
 namespace KxC::Test {
 
 namespace {
@@ -54,6 +57,30 @@ TEST(KxMathTileBounds, CountsGeographicRowsFromTheSquaresSouth)
     ExpectRect(DegreesOf(2, 0, 0), {-180, -90, -90, -180});
     ExpectRect(DegreesOf(2, 1, 3), {90, 0, 180, -90});
     ExpectRect(DegreesOf(3, 5, 4), {0, 90, 45, 45});
+}
+
+TEST(KxMathTileBounds, GivesWebMercatorTilesInDegreesToo)
+{
+    // Latitudes by the inverse Gudermannian: atan(sinh(y / R)).
+    for (const int level : {0, 1, 5, 17, 30}) {
+        const double count = std::exp2(level);
+        const int col = static_cast<int>(count / 3);
+        const int row = static_cast<int>(count / 5);
+        KxRect2d rect;
+        KxMath::CalcWMTileLatLonBounds(rect, level, row, col, 1);
+        const auto latitude = [=](double edge) {
+            const double y = (2 * edge / count - 1) * std::numbers::pi;
+            return std::atan(std::sinh(y)) * 180 / std::numbers::pi;
+        };
+        EXPECT_DOUBLE_EQ(rect.m_dLeft, col * (360 / count) - 180) << level;
+        EXPECT_DOUBLE_EQ(rect.m_dRight, (col + 1) * (360 / count) - 180) << level;
+        EXPECT_NEAR(rect.m_dBottom, latitude(row), 1e-11) << level;
+        EXPECT_NEAR(rect.m_dTop, latitude(row + 1), 1e-11) << level;
+    }
+    KxRect2d rect;
+    KxMath::CalcWMTileLatLonBounds(rect, 3, 0, 7, 0);
+    EXPECT_EQ(rect.m_dRight, 180.0) << "exactly";
+    EXPECT_NEAR(rect.m_dTop, 85.0511287798066, 1e-12);
 }
 
 TEST(KxMathTileBounds, SharesEdgesWithItsNeighbours)

@@ -5,6 +5,7 @@
 
 #include <random>
 #include <string>
+#include <vector>
 
 namespace KxC::Testing {
 
@@ -116,6 +117,30 @@ TEST(KxCompress, SurvivesRandomBytes)
         const Inflated inflated = Inflate(bytes, 30);
         EXPECT_LE(inflated.text.size(), 30U);
     }
+}
+
+std::string Deflate(const std::string& text)
+{
+    std::vector<unsigned char> gzip = {1, 2, 3};
+    EXPECT_TRUE(KxCompress::GZipCompress({text.begin(), text.end()}, gzip));
+    return {gzip.begin(), gzip.end()};
+}
+
+TEST(KxCompress, DeflatesWhatInflatesToTheSame)
+{
+    std::mt19937 random(4711);
+    std::string noise;
+    for (int i = 0; i < 100000; ++i)
+        noise += static_cast<char>(random());
+    for (const std::string& text : {std::string(), std::string(kHelloText), noise})
+        EXPECT_EQ(Inflate(Deflate(text), static_cast<unsigned int>(text.size())).text, text);
+    EXPECT_LT(Deflate(std::string(100000, 'a')).size(), 1000U);
+}
+
+TEST(KxCompress, DeflatesWithoutATimeStamp)
+{
+    // ID1 ID2 CM FLG, then four bytes of time.
+    EXPECT_EQ(Deflate("text").substr(0, 8), kHello.substr(0, 8));
 }
 
 } // namespace KxC::Testing

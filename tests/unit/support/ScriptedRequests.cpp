@@ -65,8 +65,11 @@ NetError KxNetGetch::RequestData(KxRawData& data,
     EXPECT_TRUE(body.IsEmpty() && referer.IsEmpty());
     if (g_current == nullptr)
         return NetError_Failure;
-    g_current->m_sent.push_back(
-        {url.Cstr(), userAgent.Cstr(), method, fileType, requestParam, requestLines});
+    {
+        const std::lock_guard lock(g_current->m_lock);
+        g_current->m_sent.push_back(
+            {url.Cstr(), userAgent.Cstr(), method, fileType, requestParam, requestLines});
+    }
     g_current->m_action();
     const auto found = g_current->m_answers.find(url.Cstr());
     if (found == g_current->m_answers.end()) {

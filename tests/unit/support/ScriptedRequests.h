@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <map>
+#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -38,7 +39,7 @@ struct ScriptedAnswer
     Bytes m_body;
 };
 
-/// In force while it lives; one at a time.
+/// In force while it lives; one at a time. Any thread may ask; what it answers is set before.
 class ScriptedRequests
 {
 public:
@@ -52,6 +53,7 @@ public:
     void DuringRequests(std::function<void()> action) { m_action = std::move(action); }
     void AnswerEarth(NetError result, const Bytes& body = {});
 
+    std::mutex m_lock; ///< guards m_sent
     std::vector<SentRequest> m_sent;
     std::vector<EarthRequest> m_earthSent;
     std::map<std::string, ScriptedAnswer> m_answers;

@@ -1,0 +1,343 @@
+// SPDX-License-Identifier: MIT
+#include "Command.h"
+#include "Crs.h"
+#include "GeoTiffTags.h"
+#include "KxFile.h"
+#include "KxMath.h"
+#include "KxTileFetcher.h"
+#include "MosaicGrid.h"
+#include "OutputFile.h"
+#include "RasterArgument.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cmath>
+#include <filesystem>
+#include <memory>
+#include <numbers>
+#include <optional>
+#include <system_error>
+
+namespace KxTileHost {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Metres of a degree on the equator of the sphere that the plate carrée below is of.
+constexpr double kMetresPerDegree = KxC::KxMath::kSphereRadius * std::numbers::pi / 180;
+/// Longitude and latitude as metres. The library takes resolutions as metres; what is in degrees is
+/// asked for in this system, and is the same picture.
+constexpr char kPlateCarree[] = "+proj=eqc +R=6378137";
+
+struct MosaicArguments
+{
+    std::string m_raster;
+    std::string m_bounds;
+    std::string m_crs;
+    double m_resolution = 0.0;
+    std::string m_output;
+    bool m_worldFile = false;
+};
+
+/// Gone with the object, unless it was renamed.
+class TemporaryFile
+{
+public:
+    /// A name beside `path`, with its extension.
+    explicit TemporaryFile(const std::string& path)
+        : m_path((fs::path(path).parent_path() /
+                  fmt::format(".kxtile-{}{}", ::getpid(), KxC::KxFile::GetExt(path.c_str()).Cstr()))
+                     .string())
+    {
+    }
+    ~TemporaryFile()
+    {
+        std::error_code error;
+        fs::remove(m_path, error);
+    }
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+
+    const std::string& Path() const { return m_path; }
+    bool IsThere() const { return KxC::KxFile::IsExist(m_path.c_str()) != 0; }
+    void RenameTo(const std::string& path) const
+    {
+        std::error_code error;
+        fs::rename(m_path, path, error);
+        if (error)
+            throw CommandError(kExitFailed,
+                               fmt::format("cannot write '{}': {}", path, error.message()));
+    }
+
+private:
+    std::string m_path;
+};
+
+bool IsTiff(const std::string& path)
+{
+    const KxC::KxString ext = KxC::KxFile::GetExt(path.c_str());
+    return ext.CompareNoCase(".tif") == 0 || ext.CompareNoCase(".tiff") == 0;
+}
+
+/// The extension of the world file: the first and the last letter of the picture's, and a w.
+std::string WorldFilePath(const std::string& picture)
+{
+    const std::string ext = KxC::KxFile::GetExt(picture.c_str()).Cstr();
+    return KxC::KxFile::ChangeExt(picture.c_str(), fmt::format("{}{}w", ext[1], ext.back()).c_str())
+        .Cstr();
+}
+
+std::string PrjPath(const std::string& picture)
+{
+    return KxC::KxFile::ChangeExt(picture.c_str(), "prj").Cstr();
+}
+
+/// The six lines: width and height of a pixel and the place of the north-western one's middle.
+std::string WorldFileText(const MosaicGrid& grid)
+{
+    return fmt::format("{}\n0\n0\n{}\n{}\n{}\n",
+                       grid.m_pixelWidth,
+                       -grid.m_pixelHeight,
+                       grid.m_firstX,
+                       grid.m_firstY);
+}
+
+void CheckArguments(const MosaicArguments& arguments)
+{
+    const bool named = KxC::KxFile::GetExt(arguments.m_output.c_str()).GetLength() > 1;
+    if (!named)
+        throw CommandError(
+            kExitWrongUsage,
+            fmt::format("'{}' does not say what format to write", arguments.m_output),
+            "Use the extension .png, .jpg, .webp or .tif.");
+    CheckOutputFormat(arguments.m_output);
+    if (!(arguments.m_resolution > 0) || !std::isfinite(arguments.m_resolution))
+        throw CommandError(kExitWrongUsage, "the resolution must be above 0");
+}
+
+void CheckFolder(const std::string& path)
+{
+    const std::string folder = fs::path(path).parent_path().string();
+    if (::access(folder.empty() ? "." : folder.c_str(), W_OK | X_OK) != 0)
+        throw CommandError(kExitFailed,
+                           fmt::format("cannot write '{}'", path),
+                           "Check that the folder exists and may be written.");
+}
+
+void CheckLevel(KxC::KxRasterDataAccessor& raster,
+                const MosaicArguments& arguments,
+                const MosaicGrid& grid,
+                double metresPerUnit)
+{
+    const int least = raster.GetMinLevel();
+    const int most = raster.GetMaxLevel();
+    if (grid.m_level >= least && grid.m_level <= most)
+        return;
+    // A level serves from its own pixels' size up to just below twice that.
+    throw CommandError(
+        kExitFailed,
+        fmt::format("'{}' has no level for a resolution of {}: it has levels {} to {}",
+                    arguments.m_raster,
+                    ShortNumber(arguments.m_resolution),
+                    least,
+                    most),
+        fmt::format("Ask for a --resolution from {} to just below {}{}.",
+                    MetresPerPixel(most) / metresPerUnit,
+                    ShortNumber(2 * MetresPerPixel(least) / metresPerUnit),
+                    metresPerUnit > 1 ? " degrees" : " metres"));
+}
+
+/// Whether some of a grid of points in the extent lies in the raster.
+bool Reaches(const KxC::KxRasterDataAccessor& raster, const Crs& crs, const KxC::KxRect2d& bounds)
+{
+    constexpr int kSteps = 16;
+    const KxC::KxRect2d& earth = raster.GetLatLonBounds();
+    for (int i = 0; i <= kSteps; ++i)
+        for (int j = 0; j <= kSteps; ++j) {
+            const auto place = crs.ToDegrees(bounds.m_dLeft + bounds.Width() * i / kSteps,
+                                             bounds.m_dBottom + bounds.Height() * j / kSteps);
+            if (place && earth.IsIntersect({place->x, place->y, place->x, place->y}, 0))
+                return true;
+        }
+    return false;
+}
+
+std::string Describe(const KxC::KxRect2d& degrees)
+{
+    return fmt::format("It covers longitude {:.6g} to {:.6g} and latitude {:.6g} to {:.6g}.",
+                       degrees.m_dLeft,
+                       degrees.m_dRight,
+                       degrees.m_dBottom,
+                       degrees.m_dTop);
+}
+
+[[noreturn]] void ThrowNothingThere(const MosaicArguments& arguments,
+                                    const KxC::KxRasterDataAccessor& raster)
+{
+    throw CommandError(kExitFailed,
+                       fmt::format("nothing of '{}' lies in the bounds", arguments.m_raster),
+                       Describe(raster.GetLatLonBounds()));
+}
+
+/// What a mosaic's command works with, after everything has been checked that can be beforehand.
+struct Mosaic
+{
+    MosaicArguments m_arguments;
+    Crs m_crs;
+    bool m_inDegrees;
+    KxC::KxRect2d m_bounds;
+    MosaicGrid m_grid;
+    std::string m_esriPrj; ///< empty where none is needed
+
+    double MetresPerUnit() const { return m_inDegrees ? kMetresPerDegree : 1.0; }
+};
+
+Mosaic Prepare(const MosaicArguments& arguments)
+{
+    CheckArguments(arguments);
+    const KxC::KxRect2d bounds = ParseBounds(arguments.m_bounds);
+    Mosaic mosaic{arguments, Crs(arguments.m_crs), false, bounds, {}, {}};
+    mosaic.m_inDegrees = mosaic.m_crs.IsInDegrees();
+    if (mosaic.m_inDegrees && !mosaic.m_crs.IsWgs84())
+        throw CommandError(
+            kExitFailed,
+            fmt::format("'{}' is in degrees of another datum than WGS 84", arguments.m_crs),
+            "Ask for the picture in EPSG:4326, or in a system that is in metres.");
+    mosaic.m_grid = PlanMosaic({bounds, arguments.m_resolution}, mosaic.MetresPerUnit());
+    CheckFolder(arguments.m_output);
+    const bool needsPrj =
+        arguments.m_worldFile || (IsTiff(arguments.m_output) && !mosaic.m_crs.EpsgCode());
+    if (needsPrj)
+        mosaic.m_esriPrj = EsriPrjOf(mosaic.m_crs);
+    return mosaic;
+}
+
+void Fetch(const Mosaic& mosaic, KxC::KxRasterDataAccessor& raster, const TemporaryFile& file)
+{
+    const Crs& crs = mosaic.m_crs;
+    const bool done = KxC::KxTileFetcher::FetchImage(
+                          file.Path().c_str(),
+                          mosaic.m_arguments.m_raster.c_str(),
+                          mosaic.m_grid.m_extent,
+                          mosaic.m_grid.m_resolution,
+                          mosaic.m_inDegrees ? kPlateCarree : crs.Text().c_str(),
+                          mosaic.m_inDegrees ? KxC::ProjectStringType_Proj4 : crs.Form()) != 0;
+    if (file.IsThere())
+        return;
+    if (done || !Reaches(raster, crs, mosaic.m_bounds))
+        ThrowNothingThere(mosaic.m_arguments, raster);
+    throw CommandError(kExitFailed,
+                       fmt::format("cannot write '{}'", mosaic.m_arguments.m_output),
+                       "Check that its folder has room, and that its format takes pictures of "
+                       "that size.");
+}
+
+void WriteGeoreference(const Mosaic& mosaic, const TemporaryFile& file)
+{
+    const MosaicGrid& grid = mosaic.m_grid;
+    const std::string& output = mosaic.m_arguments.m_output;
+    if (IsTiff(output))
+        AddGeoTiffTags(file.Path(),
+                       {grid.m_firstX, grid.m_firstY, grid.m_pixelWidth, grid.m_pixelHeight},
+                       {mosaic.m_inDegrees, mosaic.m_crs.EpsgCode().value_or(0), mosaic.m_esriPrj});
+    if (!mosaic.m_arguments.m_worldFile)
+        return;
+    WriteText(WorldFileText(grid), WorldFilePath(output));
+    WriteText(mosaic.m_esriPrj + "\n", PrjPath(output));
+}
+
+void PrintMosaic(const GlobalOptions& options, const Mosaic& mosaic, double seconds)
+{
+    const MosaicGrid& grid = mosaic.m_grid;
+    const MosaicArguments& arguments = mosaic.m_arguments;
+    const auto bytes = static_cast<unsigned long long>(fs::file_size(arguments.m_output));
+    if (!options.m_json) {
+        fmt::print("{}: {} x {}, {} bytes, from level {} in {:.0f} ms\n",
+                   arguments.m_output,
+                   grid.m_width,
+                   grid.m_height,
+                   bytes,
+                   grid.m_level,
+                   seconds * 1000.0);
+        return;
+    }
+    nlohmann::ordered_json answer{{"raster", arguments.m_raster},
+                                  {"file", arguments.m_output},
+                                  {"crs", arguments.m_crs},
+                                  {"width", grid.m_width},
+                                  {"height", grid.m_height},
+                                  {"bytes", bytes},
+                                  {"level", grid.m_level},
+                                  {"pixel_width", grid.m_pixelWidth},
+                                  {"pixel_height", grid.m_pixelHeight},
+                                  {"first_pixel", {grid.m_firstX, grid.m_firstY}},
+                                  {"seconds", seconds}};
+    if (arguments.m_worldFile) {
+        answer["world_file"] = WorldFilePath(arguments.m_output);
+        answer["prj_file"] = PrjPath(arguments.m_output);
+    }
+    PrintJson(answer);
+}
+
+void RunMosaic(const GlobalOptions& options, const MosaicArguments& arguments)
+{
+    const Mosaic mosaic = Prepare(arguments);
+    KxC::KxRasterDataAccessor& raster = OpenRasterFile(arguments.m_raster);
+    CheckLevel(raster, arguments, mosaic.m_grid, mosaic.MetresPerUnit());
+    // One picture comes by each tile once: keeping them would only take memory.
+    KxC::m_gWMTileDataCacheManager.SetBudget(0);
+    const auto begin = std::chrono::steady_clock::now();
+    const TemporaryFile file(arguments.m_output);
+    Fetch(mosaic, raster, file);
+    WriteGeoreference(mosaic, file);
+    file.RenameTo(arguments.m_output);
+    const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
+    PrintMosaic(options, mosaic, took.count());
+}
+
+} // namespace
+
+void AddMosaicCommand(CLI::App& app, const GlobalOptions& options)
+{
+    CLI::App* command = app.add_subcommand("mosaic", "Make one picture of a raster over an extent");
+    const auto arguments = std::make_shared<MosaicArguments>();
+    command->add_option("RASTER", arguments->m_raster, "Raster file, or a pack of tiles")
+        ->required();
+    command
+        ->add_option("--bounds",
+                     arguments->m_bounds,
+                     "WEST,SOUTH,EAST,NORTH, in units of the coordinate system")
+        ->required();
+    command
+        ->add_option("--crs",
+                     arguments->m_crs,
+                     "Coordinate system of the picture: EPSG:32650, a PROJ string, WKT, a .prj "
+                     "file")
+        ->required();
+    command
+        ->add_option("--resolution",
+                     arguments->m_resolution,
+                     "Units of the coordinate system a pixel: metres or degrees")
+        ->required();
+    command->add_option("-o,--output", arguments->m_output, "File: .png, .jpg, .webp or .tif")
+        ->required();
+    command->add_flag("--world-file",
+                      arguments->m_worldFile,
+                      "Also write a world file and a .prj file beside the picture");
+    command->footer(
+        "Pixels count from the west and north edge of the bounds, each the nearest pixel of the\n"
+        "raster. What the raster does not cover is transparent; JPEG has no transparency, there "
+        "it\nis black. A .tif carries its georeference.\n"
+        "Examples:\n"
+        "  kxtile mosaic world.tif --bounds 5.9,45.8,10.5,47.8 --crs EPSG:4326 --resolution 0.01 "
+        "-o alps.tif\n"
+        "  kxtile mosaic city.tif --bounds 440000,4410000,460000,4430000 --crs EPSG:32650 "
+        "--resolution 20 -o city.png --world-file");
+    command->callback([&options, arguments] { RunMosaic(options, *arguments); });
+}
+
+} // namespace KxTileHost

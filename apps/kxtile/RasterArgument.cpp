@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: MIT
+#include "RasterArgument.h"
+
+#include "Command.h"
+#include "KxFile.h"
+#include "KxMath.h"
+#include "KxPlugin.h"
+#include "KxRasterAccessorManager.h"
+
+#include <fmt/format.h>
+
+#include <cmath>
+#include <filesystem>
+#include <memory>
+#include <numbers>
+
+namespace KxTileHost {
+
+namespace {
+
+constexpr double kPixelsPerTile = 256;
+
+/// Says why no raster opened.
+[[noreturn]] void ThrowNotOpened(const std::string& path)
+{
+    std::error_code error;
+    if (!std::filesystem::exists(path, error))
+        throw CommandError(kExitFailed, fmt::format("there is no file '{}'", path));
+    const KxC::KxString ext = KxC::KxFile::GetExt(path.c_str());
+    const std::unique_ptr<KxC::KxPlugin> reader(
+        KxC::m_gPluginManager.FindPluginByExt("AccessorPlugin", ext));
+    if (reader == nullptr)
+        throw CommandError(kExitFailed,
+                           fmt::format("no plug-in reads '{}' files", ext.Cstr()),
+                           "Readers are found in the plug-in folder, or in $KXTILE_PLUGIN_PATH.");
+    throw CommandError(kExitFailed,
+                       fmt::format("cannot open the raster '{}'", path),
+                       "It is damaged, or has no georeference: a world file beside it counts as "
+                       "one. kxtile.log may say more.");
+}
+
+} // namespace
+
+KxC::KxRasterDataAccessor& OpenRasterFile(const std::string& path)
+{
+    KxC::KxRasterDataAccessor* const raster =
+        KxC::m_gRasterAccessorManager.OpenDataAccessor(path.c_str());
+    if (raster == nullptr)
+        ThrowNotOpened(path);
+    return *raster;
+}
+
+double MetresPerPixel(int level)
+{
+    return 2 * std::numbers::pi * KxC::KxMath::kSphereRadius / kPixelsPerTile / std::exp2(level);
+}
+
+std::string ShortNumber(double number)
+{
+    return fmt::format("{:.4g}", number);
+}
+
+} // namespace KxTileHost
