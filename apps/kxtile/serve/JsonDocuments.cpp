@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include <array>
+#include <filesystem>
 
 namespace KxTileHost::Serve {
 
@@ -61,12 +62,20 @@ Json CenterJson(const Source& source)
     return {longitude, latitude, static_cast<int>(level)};
 }
 
+/// The file that a source is, without its folder: pages of elsewhere may read the list on loopback,
+/// and this machine's folders are no business of theirs.
+Json FileNameOf(const Source& source)
+{
+    return TextOrNull(std::filesystem::path(source.m_path).filename().string());
+}
+
 Json Describe(const Source& source)
 {
     const KxC::KxTSDParamItem* const item = source.m_item.get();
     return {{"id", source.m_id},
             {"name", source.m_name},
             {"kind", NameOf(source.m_kind)},
+            {"file", FileNameOf(source)},
             {"format", ExtensionOf(source.m_format)},
             {"tiles", fmt::format("/{}/{{z}}/{{x}}/{{y}}{}", source.m_id, ListedExtension(source))},
             {"raw", RawAddress(source)},

@@ -25,6 +25,18 @@ namespace {
 /// the ETag spares sending them.
 constexpr char kCacheControl[] = "no-cache";
 
+/// The page runs its own script alone and asks the gateway alone, whatever sources are called.
+constexpr char kPolicy[] = "default-src 'none'; script-src 'self'; style-src 'self'; "
+                           "img-src 'self'; connect-src 'self'; base-uri 'none'; "
+                           "form-action 'none'; frame-ancestors 'none'";
+
+AnswerPtr MakeAnswer(const std::string& contentType, const Body& body)
+{
+    const std::shared_ptr<Answer> answer = DocumentAnswer(contentType, body, kCacheControl);
+    answer->m_headers.emplace_back("Content-Security-Policy", kPolicy);
+    return answer;
+}
+
 std::map<std::string, AnswerPtr> MakeAnswers()
 {
     std::map<std::string, AnswerPtr> answers;
@@ -32,7 +44,7 @@ std::map<std::string, AnswerPtr> MakeAnswers()
         const EmbeddedFile& file = kEmbeddedFiles[i];
         const Body body =
             Body::OfStatic(file.m_begin, static_cast<std::size_t>(file.m_end - file.m_begin));
-        answers[file.m_name] = DocumentAnswer(ContentTypeOf(file.m_name), body, kCacheControl);
+        answers[file.m_name] = MakeAnswer(ContentTypeOf(file.m_name), body);
     }
     return answers;
 }

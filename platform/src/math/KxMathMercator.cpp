@@ -26,11 +26,19 @@ double LatitudeOf(double y)
     return 2 * std::atan(std::exp(y / KxMath::kSphereRadius)) - kHalfPi;
 }
 
+/// The west edge likewise: half the world over the radius exceeds pi by a rounding.
+double LongitudeOf(double x)
+{
+    if (std::abs(x + KxMath::kHalfWorld) <= kEdgeRounding)
+        return -std::numbers::pi;
+    return x / KxMath::kSphereRadius;
+}
+
 } // namespace
 
 KxPoint2d KxMath::WebMecator2LatLon(double x, double y)
 {
-    return {x / kSphereRadius, LatitudeOf(y)};
+    return {LongitudeOf(x), LatitudeOf(y)};
 }
 
 KxPoint2d KxMath::LatLon2WebMecator(double lon, double lat)

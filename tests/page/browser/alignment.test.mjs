@@ -13,6 +13,13 @@ const kViews = [
   { center: [113.26, 23.13], zoom: 16 },
 ];
 const kFarthest = 1.5;
+/**
+ * Pixels along a line that are looked at, and how many of them must have its colour: a line of
+ * aligned tiles goes over from one row to the next, and is left out where two of the service's rows
+ * become one.
+ */
+const kBand = 160;
+const kLeast = 24;
 
 let origin;
 let gateway;
@@ -49,17 +56,20 @@ function middles(numbers) {
 
 const range = (count) => Array.from({ length: count }, (_, i) => i);
 
-/** Columns that meridians of kxorigin's picture have: red over most of a band of rows. */
+/** Aligned tiles are JPEG: brightness is sharp there, colour is not. Labels are dark green. */
+const isDark = ([red, green, blue]) => 0.3 * red + 0.59 * green + 0.11 * blue < 130;
+const isRed = (colour) => isDark(colour) && colour[0] - colour[1] > 40;
+const isBlue = (colour) => isDark(colour) && colour[2] - colour[1] > 40;
+
+/** Columns that meridians of kxorigin's picture have: red in a band of rows. */
 function picturedMeridians(pixels) {
-  const rows = range(40).map((i) => Math.floor(pixels.height / 2) - 20 + i);
-  const isRed = ([red, green, blue]) => red > 100 && green < 60 && blue < 140;
-  return middles(range(pixels.width).filter((x) => rows.filter((y) => isRed(pixels.at(x, y))).length > 30));
+  const rows = range(kBand).map((i) => Math.floor((pixels.height - kBand) / 2) + i);
+  return middles(range(pixels.width).filter((x) => rows.filter((y) => isRed(pixels.at(x, y))).length > kLeast));
 }
 
 function picturedParallels(pixels) {
-  const columns = range(40).map((i) => Math.floor(pixels.width / 2) - 20 + i);
-  const isBlue = ([red, green, blue]) => blue > 100 && green < 60 && red < 140;
-  return middles(range(pixels.height).filter((y) => columns.filter((x) => isBlue(pixels.at(x, y))).length > 30));
+  const columns = range(kBand).map((i) => Math.floor((pixels.width - kBand) / 2) + i);
+  return middles(range(pixels.height).filter((y) => columns.filter((x) => isBlue(pixels.at(x, y))).length > kLeast));
 }
 
 /** Where a meridian or parallel is drawn: the middle of what changed near where it must be. */

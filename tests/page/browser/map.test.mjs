@@ -250,7 +250,7 @@ describe('tile borders', () => {
     const changed = (column) => Array.from({ length: drawn.height }, (_, y) => y)
       .filter((y) => String(bare.at(column, y)) !== String(drawn.at(column, y))).length;
     assert.ok(changed(Math.floor(x)) > drawn.height * 0.95);
-    assert.ok(changed(Math.floor(x) + 128) < drawn.height * 0.1);
+    assert.ok(changed(Math.floor(x) + 210) < drawn.height * 0.1);
   }));
 
   it('come with where the gateway had the tile from and how long it took', async () => {
@@ -264,6 +264,7 @@ describe('history', () => {
   it('has a slider of the days at the middle of the map', () => on('#5/31/116&left=past', async (map) => {
     const { dates } = await served('/past/dates.json?at=116,31&zoom=5');
     assert.ok(dates.includes(kBlueDay), String(dates));
+    dates.sort();
     await map.page.waitForFunction((count) => document.querySelector('.dates input')?.max === String(count), dates.length);
     const blueness = async () => {
       const [red, , blue] = await colourAt(map, 116, 31, { center: [116, 31], zoom: 5 });
@@ -289,6 +290,7 @@ describe('faults', () => {
     const words = (await answer.text()).trim();
     assert.ok(words.length > 10 && !words.includes('\n'), words);
     assert.equal(await map.text('#place-tile'), `4/13/6: ${words}`);
+    await map.page.waitForSelector('#notices button');
     assert.match(await map.text('#notices'), /tiles are missing/);
     // What is drawn there is neither the picture nor nothing: the ground of a tile of words.
     const pixels = await map.pixels();
@@ -330,10 +332,10 @@ describe('the commands for what is in view', () => {
     await map.page.keyboard.press('e');
     const total = Number((await map.text('#tile-total')).replace(/\D/g, ''));
     const command = await map.text('[aria-label="kxtile files"]');
-    const words = command.split(' ');
-    assert.deepEqual(words.slice(0, 2), ['kxtile', 'files']);
-    const counted = JSON.parse(execFileSync(kxtile, ['--json', ...words.slice(1), '--dry-run'], {
-      cwd: gateway.folder, env: { ...process.env, KXTILE_CACHE_DIR: `${gateway.folder}/count` },
+    assert.match(command, /^kxtile files /);
+    const line = command.replace(/^kxtile/, `'${kxtile}' --json`);
+    const counted = JSON.parse(execFileSync('sh', ['-c', `${line} --dry-run`], {
+      env: { ...process.env, KXTILE_CACHE_DIR: `${gateway.folder}/count` },
     }).toString());
     assert.equal(counted.tiles, total);
   }));

@@ -5,7 +5,7 @@ import { describe, it } from 'node:test';
 import vm from 'node:vm';
 import { kClients } from '../../../apps/kxtile/serve/page/src/text/clients.js';
 import {
-  countLevels, exportCommand, filesCommand, mosaicCommand, mosaicSize,
+  argumentOf, countLevels, exportCommand, filesCommand, mosaicCommand, mosaicSize,
 } from '../../../apps/kxtile/serve/page/src/text/commands.js';
 import { markup, scriptText, shellWord } from '../../../apps/kxtile/serve/page/src/text/quote.js';
 
@@ -43,16 +43,23 @@ describe('markup', () => {
 
 describe('commands', () => {
   it('name source, bounds and levels as kxtile takes them', () => {
-    assert.equal(filesCommand(kSource, [1.5, 2, 3, 4.25], [3, 7]), 'kxtile files city --bounds 1.5,2,3,4.25 --levels 3-7');
-    assert.equal(filesCommand(kSource, [1, 2, 3, 4], [3, 3]), 'kxtile files city --bounds 1,2,3,4 --levels 3');
-    assert.equal(exportCommand(kSource, [1, 2, 3, 4], [0, 5], 'pmtiles'), 'kxtile export city --bounds 1,2,3,4 --levels 0-5 -o city.pmtiles');
+    assert.equal(filesCommand('city', [1.5, 2, 3, 4.25], [3, 7]), 'kxtile files city --bounds 1.5,2,3,4.25 --levels 3-7');
+    assert.equal(filesCommand('city', [1, 2, 3, 4], [3, 3]), 'kxtile files city --bounds 1,2,3,4 --levels 3');
+    assert.equal(exportCommand('city', [1, 2, 3, 4], [0, 5], 'city.pmtiles'), 'kxtile export city --bounds 1,2,3,4 --levels 0-5 -o city.pmtiles');
   });
-  it('prefer what the command line calls the source', () => {
-    for (const argument of kHostile)
-      assert.deepEqual(words(filesCommand({ ...kSource, argument }, [1, 2, 3, 4], [0, 1]))[2], argument);
+  it('name the tiles of the gateway in a form that definitions have', () => {
+    assert.equal(argumentOf('http://127.0.0.1:8480', kSource, ''), 'http://127.0.0.1:8480/city/{$z}/{$x}/{$y}.png');
+    assert.equal(argumentOf('http://h', kSource, '2019-09-08'), 'http://h/city/{$z}/{$x}/{$y}.png?date=2019-09-08');
+  });
+  it('keep whatever names a source one word', () => {
+    for (const name of kHostile) {
+      assert.equal(words(filesCommand(name, [1, 2, 3, 4], [0, 1]))[2], name);
+      assert.equal(words(exportCommand(name, [1, 2, 3, 4], [0, 1], name)).at(-1), name);
+      assert.equal(words(mosaicCommand(name, [1, 2, 3, 4], 1, name))[2], name);
+    }
   });
   it('ask for a mosaic in metres with the pixels of the level', () => {
-    const line = words(mosaicCommand(kSource, [-180, 0, 180, 85.0511287798066], 2));
+    const line = words(mosaicCommand('city', [-180, 0, 180, 85.0511287798066], 2, 'city.png'));
     assert.deepEqual(line.slice(0, 3), ['kxtile', 'mosaic', 'city']);
     const bounds = line[line.indexOf('--bounds') + 1].split(',').map(Number);
     assert.ok(Math.abs(bounds[0] + 20037508.343) < 0.01 && Math.abs(bounds[3] - 20037508.343) < 0.01);

@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <limits>
+#include <numbers>
 
 namespace KxC::Test {
 
@@ -54,6 +55,17 @@ TEST(KxMathWebMercator, SpansTheSquare)
     EXPECT_NEAR(corner.x, static_cast<double>(-kPi), 1e-15);
     EXPECT_NEAR(corner.y * 180 / static_cast<double>(kPi), 85.0511287798066, 1e-12);
     EXPECT_EQ(KxMath::WebMecator2LatLon(0, 0).y, 0.0);
+}
+
+TEST(KxMathWebMercator, KeepsTheWestEdgeInside)
+{
+    // The first column's west edge as tile arithmetic reaches it, and as the sphere has it.
+    for (const double edge : {0 * 40075016.68557849 - 20037508.342789244, -KxMath::kHalfWorld}) {
+        const double lon = KxMath::WebMecator2LatLon(edge, 0).x;
+        EXPECT_GE(lon + std::numbers::pi, 0.0);
+        EXPECT_LT(lon + std::numbers::pi, 1e-14);
+    }
+    EXPECT_LT(KxMath::WebMecator2LatLon(-KxMath::kHalfWorld - 1e-6, 0).x, -std::numbers::pi);
 }
 
 TEST(KxMathWebMercator, KeepsTheSouthEdgeInside)

@@ -33,9 +33,10 @@ function insets() {
 function makeDrawer({ store, mapView, comparison, sourceById, shortcuts, version }) {
   const redraw = () => drawer.redraw();
   const current = () => sourceById.get(comparison.current.id) ?? null;
+  const date = () => comparison.current.date;
   const panels = {
-    extent: new ExtentPanel(mapView, current, redraw),
-    use: new ClientsPanel(current, () => comparison.current.date, redraw),
+    extent: new ExtentPanel(mapView, current, date, redraw),
+    use: new ClientsPanel(current, date, redraw),
     keys: new KeysPanel(() => shortcuts, version),
   };
   const drawer = new Drawer({

@@ -21,7 +21,7 @@
  * @property {number} tile_size    pixels
  * @property {boolean} history     whether ?date= chooses among pictures of the past
  * @property {?string} error       why the source cannot be served
- * @property {string} [argument]   how the command line names the source, where it differs from the id
+ * @property {?string} file        name of its definition or raster, without the folder
  */
 
 /**

@@ -39,6 +39,8 @@ export class SideLayer {
       interpolate: false,
       transition: 0,
     });
+    // The layer takes a source's first revision for none, and would not see the first reload.
+    this.tiles.changed();
     this.layer = new TileLayer({
       source: this.tiles,
       extent: extentOf(source),

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-import { countLevels, exportCommand, filesCommand, mosaicCommand, mosaicSize } from '../text/commands.js';
+import { argumentOf, countLevels, exportCommand, filesCommand, mosaicCommand, mosaicSize } from '../text/commands.js';
+import { root } from '../state/gateway.js';
 import { visibleExtent } from '../text/extent.js';
 import { copyBlock } from '../ui/copyButton.js';
 import { h } from '../ui/dom.js';
@@ -16,10 +17,11 @@ export class ExtentPanel {
   /**
    * @param {import('../map/mapView.js').MapView} mapView
    * @param {() => ?import('../types.js').Source} current
+   * @param {() => string} date   of the picture that is shown, empty for the current one
    * @param {() => void} redraw
    */
-  constructor(mapView, current, redraw) {
-    Object.assign(this, { mapView, current, redraw });
+  constructor(mapView, current, date, redraw) {
+    Object.assign(this, { mapView, current, date, redraw });
     this.title = 'Take this extent';
     this.form = 'mbtiles';
     /** Levels that the visitor set; else they follow the view. */
@@ -79,16 +81,18 @@ export class ExtentPanel {
       h('tbody', {}, ...levels.map(({ z, count }) => h('tr', {},
         h('th', { scope: 'row' }, `Level ${z}`), h('td', {}, spaced(count))))),
       total > kManyTiles ? h('tfoot', {}, h('tr', {}, h('td', { colspan: '2' },
-        'For a service of others kxtile asks for --yes with so many; look at its terms first.'))) : null);
+        'With so many kxtile asks for --yes; look at the terms of the service first.'))) : null);
   }
 
   commands(source, bounds, levels, zoom) {
+    const argument = argumentOf(root, source, this.date());
+    const output = `${source.id}.${this.form}`;
     return [
       h('h3', {}, 'A tree of tile files'),
-      copyBlock('kxtile files', filesCommand(source, bounds, levels)),
+      copyBlock('kxtile files', filesCommand(argument, bounds, levels)),
       h('h3', {}, 'One file with all tiles'),
       this.formChoice(),
-      copyBlock('kxtile export', exportCommand(source, bounds, levels, this.form)),
+      copyBlock('kxtile export', exportCommand(argument, bounds, levels, output)),
       ...(source.kind === 'raster' ? this.mosaic(source, bounds, zoom) : []),
     ];
   }
@@ -96,11 +100,13 @@ export class ExtentPanel {
   mosaic(source, bounds, zoom) {
     if (bounds[0] > bounds[2])
       return [h('h3', {}, 'One picture'), h('p', { class: 'remark' }, 'A mosaic does not go across 180°; move the view.')];
+    const file = source.file ?? source.id;
     const [width, height] = mosaicSize(bounds, zoom);
     return [
       h('h3', {}, 'One picture'),
-      h('p', { class: 'remark' }, `${spaced(width)} × ${spaced(height)} pixels, as on the map at level ${zoom}.`),
-      copyBlock('kxtile mosaic', mosaicCommand(source, bounds, zoom)),
+      h('p', { class: 'remark' }, `${spaced(width)} × ${spaced(height)} pixels, as on the map at level ${zoom}. ` +
+        `Run it in the folder of ${file}.`),
+      copyBlock('kxtile mosaic', mosaicCommand(file, bounds, zoom, `${source.id}.png`)),
     ];
   }
 

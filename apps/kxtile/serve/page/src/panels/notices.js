@@ -19,6 +19,8 @@ export class Notices {
     mapView.onTile(update);
     mapView.map.on('moveend', update);
     store.subscribe(update);
+    // Where nothing is drawn, no move and no tile ever comes to an end.
+    mapView.map.once('rendercomplete', update);
   }
 
   draw() {

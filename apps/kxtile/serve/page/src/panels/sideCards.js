@@ -83,7 +83,7 @@ export class SideCards {
   facts(source) {
     return h('div', { class: 'facts' },
       h('span', {}, kDatums[source.datum] ?? source.datum),
-      h('span', {}, source.format.toUpperCase()),
+      source.format ? h('span', {}, source.format.toUpperCase()) : null,
       h('span', {}, `levels ${source.minzoom}–${source.maxzoom}`));
   }
 

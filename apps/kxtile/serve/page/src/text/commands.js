@@ -8,34 +8,44 @@ const pixelSize = (zoom, tileSize) => (2 * Math.PI * 6378137) / (tileSize * 2 **
 /** A number as short as it can be written without losing what matters. */
 const short = (number, digits) => String(Number(number.toFixed(digits)));
 
-/** What the command line calls a source. */
-export const argumentOf = (source) => source.argument ?? source.id;
+/**
+ * What the command line calls a source: its tiles as this gateway serves them, which is known
+ * wherever the command is run.
+ * @param {import('../types.js').Source} source
+ * @param {string} date  of a picture of the past, empty for the current one
+ */
+export function argumentOf(root, source, date) {
+  const template = source.tiles.replace(/\{([zxy])\}/g, '{$$$1}');
+  return `${root}${template}${date ? `?date=${date}` : ''}`;
+}
 
 const sharedOptions = (bounds, [from, to]) =>
   `--bounds ${bounds.map((degrees) => short(degrees, 8)).join(',')} --levels ${from === to ? from : `${from}-${to}`}`;
 
 /**
- * @param {import('../types.js').Source} source
+ * @param {string} argument   what names the source
  * @param {number[]} bounds   west, south, east, north in degrees
  * @param {number[]} levels   first, last
  */
-export function filesCommand(source, bounds, levels) {
-  return `kxtile files ${shellWord(argumentOf(source))} ${sharedOptions(bounds, levels)}`;
+export function filesCommand(argument, bounds, levels) {
+  return `kxtile files ${shellWord(argument)} ${sharedOptions(bounds, levels)}`;
 }
 
-/** @param {"mbtiles"|"pmtiles"|"tif"} form */
-export function exportCommand(source, bounds, levels, form) {
-  const output = shellWord(`${source.id}.${form}`);
-  return `kxtile export ${shellWord(argumentOf(source))} ${sharedOptions(bounds, levels)} -o ${output}`;
+/** @param {string} output  name of the file, whose ending says its form */
+export function exportCommand(argument, bounds, levels, output) {
+  return `kxtile export ${shellWord(argument)} ${sharedOptions(bounds, levels)} -o ${shellWord(output)}`;
 }
 
-/** One picture of the extent, a pixel for each of the screen's at this level. */
-export function mosaicCommand(source, bounds, zoom) {
+/**
+ * One picture of the extent, a pixel for each of the screen's at this level.
+ * @param {string} raster  its file
+ */
+export function mosaicCommand(raster, bounds, zoom, output) {
   const [west, south, east, north] = bounds;
   const metres = [toX(west), toY(south), toX(east), toY(north)].map((value) => short(value, 3));
   const resolution = short(pixelSize(zoom, 256), 6);
-  return `kxtile mosaic ${shellWord(argumentOf(source))} --bounds ${metres.join(',')} ` +
-    `--crs EPSG:3857 --resolution ${resolution} -o ${shellWord(`${source.id}.png`)}`;
+  return `kxtile mosaic ${shellWord(raster)} --bounds ${metres.join(',')} ` +
+    `--crs EPSG:3857 --resolution ${resolution} -o ${shellWord(output)}`;
 }
 
 /** Width and height in pixels of the mosaic's picture. */
