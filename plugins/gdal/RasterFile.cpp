@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <string_view>
 
 namespace KxC {
 
@@ -29,10 +30,17 @@ bool IsShapeFair(GDALDataset& dataset)
            bands <= kMaxBands && IsBlockFair(*dataset.GetRasterBand(1));
 }
 
-/// A raster can name any file as the one that holds its overviews, in its metadata.
+/// A raster can name any file as the one that holds its overviews, in its metadata. One beside it
+/// is what GDAL itself writes there.
 bool BorrowsOverviews(GDALDataset& dataset)
 {
-    return dataset.GetMetadataItem("OVERVIEW_FILE", "OVERVIEWS") != nullptr;
+    constexpr std::string_view kBeside = ":::BASE:::";
+    const char* name = dataset.GetMetadataItem("OVERVIEW_FILE", "OVERVIEWS");
+    if (name == nullptr)
+        return false;
+    const std::string_view file(name);
+    return !file.starts_with(kBeside) ||
+           file.find_first_of("/:<", kBeside.size()) != std::string_view::npos;
 }
 
 /// True when every band has the overview, in one shape, which is that of the raster, smaller.

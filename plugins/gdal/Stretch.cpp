@@ -16,6 +16,8 @@ constexpr double kSample = 512.0 * 512.0;
 /// Blocks that are read for it, and pixels of each: blocks can be long.
 constexpr int kMaxBlocks = 64;
 constexpr int kMaxBlockPixels = 65536;
+/// Pixels that are decoded for it, a block's whole ones.
+constexpr double kMaxDecoded = 128.0 * 1024 * 1024;
 
 struct Range
 {
@@ -56,14 +58,16 @@ public:
     explicit Sampler(GDALRasterBand& band) : m_band(band), m_noData(band)
     {
         band.GetBlockSize(&m_width, &m_height);
-        m_across = (band.GetXSize() + m_width - 1) / m_width;
-        m_down = (band.GetYSize() + m_height - 1) / m_height;
+        m_across = (band.GetXSize() - 1) / m_width + 1;
+        m_down = (band.GetYSize() - 1) / m_height + 1;
     }
 
     void Run(Range& range)
     {
         const double blocks = static_cast<double>(m_across) * m_down;
-        const int count = static_cast<int>(std::min<double>(blocks, kMaxBlocks));
+        const double pixels = static_cast<double>(m_width) * m_height;
+        const int count = static_cast<int>(
+            std::min({blocks, double{kMaxBlocks}, std::max(1.0, kMaxDecoded / pixels)}));
         for (int i = 0; i < count; ++i) {
             const auto block = static_cast<long long>((i + 0.5) * blocks / count);
             Look(static_cast<int>(block % m_across), static_cast<int>(block / m_across), range);
@@ -137,10 +141,12 @@ void FindStretch(RasterFile& file, BandPlan& plan)
     for (int i = 0; i < plan.m_colours; ++i) {
         const int band = plan.m_bands[static_cast<std::size_t>(i)];
         GDALRasterBand& whole = *file.Dataset().GetRasterBand(band);
-        if (whole.GetRasterDataType() == GDT_Byte)
-            range.Take(255); // beside another type, as an alpha band can be
-        else if (!TakeStored(whole, range))
+        if (whole.GetRasterDataType() == GDT_Byte) { // beside bands of another type
+            range.Take(0);
+            range.Take(255);
+        } else if (!TakeStored(whole, range)) {
             Sampler(*sample.GetRasterBand(band)).Run(range);
+        }
     }
     if (range.IsThere()) {
         plan.m_low = range.m_low;
