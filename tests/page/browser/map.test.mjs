@@ -84,6 +84,14 @@ describe('the page', () => {
     assert.equal(equal, 240 * 240);
   }));
 
+  it('shows every level, the first and what is deeper than the source', () => on('#0/0/0&left=graticule', async (map) => {
+    assert.ok(map.requests.some((url) => url.endsWith('/graticule/0/0/0.png')));
+    await map.goTo('20/800000/400000');
+    await map.waitForHash(/#20\//);
+    await map.settle();
+    assert.ok(map.requests.some((url) => url.endsWith('/graticule/18/200000/100000.png')));
+  }));
+
   it('finds sources by a search and shows the one that is chosen', () => on('', async (map) => {
     await map.page.fill('#search', 'shifted gcj-02');
     assert.equal(await map.page.locator('#sources .source').count(), 1);

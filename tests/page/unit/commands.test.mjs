@@ -66,6 +66,8 @@ describe('commands', () => {
     // The world is 1024 pixels wide at level 2.
     assert.ok(Math.abs(Number(line[line.indexOf('--resolution') + 1]) * 1024 - 2 * 20037508.343) < 0.01);
     assert.deepEqual(mosaicSize([-180, 0, 180, 85.0511287798066], 2), [1024, 512]);
+    // kxtile mosaic made 282 x 778 pixels of these.
+    assert.deepEqual(mosaicSize([-83.48, -1.556, -58.69, 55.394], 4), [282, 778]);
   });
   it('count the tiles of every level', () => {
     assert.deepEqual(countLevels([-180, -85, 180, 85], [0, 2]),

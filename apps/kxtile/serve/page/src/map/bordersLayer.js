@@ -16,11 +16,16 @@ function* tilesIn(grid, extent, z) {
     for (let y = Math.max(0, range.minY); y <= Math.min(2 ** z - 1, range.maxY); ++y) yield { z, x, y };
 }
 
-/** Words in the corner of what is visible of a tile, as long as they fit into it. */
-function drawWords(context, lines, record, [left, top, right, bottom]) {
+/** What the labels of the graticule take of the map's edges. */
+const kLabels = { left: 54, top: 22 };
+
+/** Words in the corner of what is visible of a tile; none where there is no room for them. */
+function drawWords(context, lines, record, tile, visible) {
   const width = Math.max(...lines.map((line) => context.measureText(line).width));
-  const x = Math.min(Math.max(left, 0), right - width - 30);
-  const y = Math.min(Math.max(top, 0), bottom - lines.length * 15 - 12);
+  const x = Math.max(tile[0], visible[0]);
+  const y = Math.max(tile[1], visible[1]);
+  const room = [Math.min(tile[2], visible[2]) - x, Math.min(tile[3], visible[3]) - y];
+  if (room[0] < width + 30 || room[1] < lines.length * 15 + 12) return;
   context.fillStyle = 'rgba(12, 20, 30, 0.82)';
   context.beginPath();
   context.roundRect(x + 4, y + 4, width + (lines.length > 1 ? 22 : 12), lines.length * 15 + 5, 3);
@@ -35,7 +40,7 @@ function drawWords(context, lines, record, [left, top, right, bottom]) {
   context.fill();
 }
 
-function drawTile(context, frame, sideLayer, tile) {
+function drawTile(context, frame, sideLayer, tile, visible) {
   const [west, south, east, north] = sideLayer.grid.getTileCoordExtent([tile.z, tile.x, tile.y]);
   const [left, top] = [frame.toColumn(west), frame.toRow(north)];
   const [right, bottom] = [frame.toColumn(east), frame.toRow(south)];
@@ -48,16 +53,18 @@ function drawTile(context, frame, sideLayer, tile) {
   if (right - left < kNarrowest) return;
   const first = onFirstWorld(tile);
   const record = sideLayer.records.get(first);
-  drawWords(context, linesOf(first, record), record, [left, top, right, bottom]);
+  drawWords(context, linesOf(first, record), record, [left, top, right, bottom], visible);
 }
 
-function drawSide(context, frame, sideLayer, from, to) {
+function drawSide(context, frame, sideLayer, from, to, edges) {
   const level = sideLayer.levelAt(frame.resolution);
   context.save();
   context.beginPath();
   context.rect(from, 0, to - from, frame.height);
   context.clip();
-  for (const tile of tilesIn(sideLayer.grid, frame.extent, level)) drawTile(context, frame, sideLayer, tile);
+  const visible = [Math.max(from, edges.left), edges.top, to, frame.height];
+  for (const tile of tilesIn(sideLayer.grid, frame.extent, level))
+    drawTile(context, frame, sideLayer, tile, visible);
   context.restore();
 }
 
@@ -65,12 +72,14 @@ function drawSide(context, frame, sideLayer, from, to) {
  * Borders of the tiles with their addresses, where the gateway had them from and how long they took.
  * @param {() => {layer: import('./sideLayer.js').SideLayer, from: number, to: number}[]} sides  what
  *        is shown between which parts, 0 to 1, of the map's width
+ * @param {() => boolean} hasGraticule  whether its labels are at the edges
  */
-export function bordersLayer(sides) {
+export function bordersLayer(sides, hasGraticule) {
   return canvasLayer((context, frame) => {
     context.font = kFont;
     context.textBaseline = 'middle';
+    const edges = hasGraticule() ? kLabels : { left: 0, top: 0 };
     for (const { layer, from, to } of sides())
-      drawSide(context, frame, layer, from * frame.width, to * frame.width);
+      drawSide(context, frame, layer, from * frame.width, to * frame.width, edges);
   }, 'overlay-tiles');
 }

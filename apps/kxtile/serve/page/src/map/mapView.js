@@ -2,7 +2,7 @@
 import OlMap from 'ol/Map.js';
 import View from 'ol/View.js';
 import { defaults as defaultInteractions } from 'ol/interaction/defaults.js';
-import { toLat, toLon, toX, toY } from '../text/mercator.js';
+import { kHalf, toLat, toLon, toX, toY } from '../text/mercator.js';
 import { bordersLayer } from './bordersLayer.js';
 import { graticuleLayer } from './graticuleLayer.js';
 import { markLayer } from './markLayer.js';
@@ -36,7 +36,7 @@ export class MapView {
     /** @type {(() => void)[]} */
     this.tileListeners = [];
     this.graticule = graticuleLayer(insets);
-    this.borders = bordersLayer(() => this.shownSides());
+    this.borders = bordersLayer(() => this.shownSides(), () => this.store.view.graticule);
     this.markings = markLayer(() => this.marks);
     const { center, zoom } = store.view;
     this.view = new View({
@@ -44,6 +44,10 @@ export class MapView {
       zoom,
       maxZoom: kDeepest,
       enableRotation: false,
+      // Level 0 is a tile, too: the world may be smaller than the map, and is repeated beside itself.
+      multiWorld: true,
+      extent: [-Infinity, -kHalf, Infinity, kHalf],
+      constrainOnlyCenter: true,
       // Whole levels only: a pixel of the screen is a pixel of a tile.
       constrainResolution: true,
     });

@@ -44,8 +44,8 @@ export class SideLayer {
     this.layer = new TileLayer({
       source: this.tiles,
       extent: extentOf(source),
-      // Beneath the first level every tile of it would be asked for.
-      minZoom: Math.max(0, source.minzoom - 1),
+      // Far beneath the first level every tile of it would be asked for. The limit itself is left out.
+      minZoom: source.minzoom - 1.5,
       preload: 0,
     });
   }

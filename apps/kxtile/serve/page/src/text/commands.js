@@ -5,6 +5,9 @@ import { shellWord } from './quote.js';
 /** Metres on Web Mercator's plane that a pixel of a level takes. */
 const pixelSize = (zoom, tileSize) => (2 * Math.PI * 6378137) / (tileSize * 2 ** zoom);
 
+/** Of a pixel: what the digits of a command may be short of. */
+const kNearlyWhole = 1e-3;
+
 /** A number as short as it can be written without losing what matters. */
 const short = (number, digits) => String(Number(number.toFixed(digits)));
 
@@ -48,13 +51,10 @@ export function mosaicCommand(raster, bounds, zoom, output) {
     `--crs EPSG:3857 --resolution ${resolution} -o ${shellWord(output)}`;
 }
 
-/** Width and height in pixels of the mosaic's picture. */
+/** Width and height in pixels of the mosaic's picture: whole pixels only, as kxtile makes them. */
 export function mosaicSize([west, south, east, north], zoom) {
-  const size = pixelSize(zoom, 256);
-  return [
-    Math.max(1, Math.ceil((toX(east) - toX(west)) / size)),
-    Math.max(1, Math.ceil((toY(north) - toY(south)) / size)),
-  ];
+  const pixels = (metres) => Math.max(1, Math.floor(metres / pixelSize(zoom, 256) + kNearlyWhole));
+  return [pixels(toX(east) - toX(west)), pixels(toY(north) - toY(south))];
 }
 
 /** How many tiles the levels have in the extent, and each of them. */
