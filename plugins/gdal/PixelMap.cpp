@@ -8,6 +8,7 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <limits>
 
 namespace KxC {
 
@@ -49,12 +50,41 @@ private:
     double m_turn;
 };
 
+/// Pixels of the raster for those of a tile, along one axis.
+using Line = std::array<int, kTileSide>;
+
+/// The least and the greatest of the indexes that are on the raster.
+struct Span
+{
+    int m_first = std::numeric_limits<int>::max();
+    int m_last = PixelMap::kOutside;
+
+    void Take(int index)
+    {
+        m_first = std::min(m_first, index);
+        m_last = std::max(m_last, index);
+    }
+    /// @return true when all of them are on the raster
+    bool TakeAll(const Line& line)
+    {
+        bool isFull = true;
+        for (const int index : line)
+            if (index != PixelMap::kOutside)
+                Take(index);
+            else
+                isFull = false;
+        return isFull;
+    }
+    int Length() const { return m_last - m_first + 1; }
+};
+
 class MapMaker
 {
 public:
     MapMaker(const Georeference& georeference, const RasterSize& full, const RasterSize& chosen)
-        : m_georeference(georeference), m_columns(full.m_width, chosen.m_width, Turn()),
-          m_rows(full.m_height, chosen.m_height, std::numeric_limits<double>::infinity())
+        : m_georeference(georeference),
+          m_columnIndex(full.m_width, chosen.m_width, georeference.Turn()),
+          m_rowIndex(full.m_height, chosen.m_height, std::numeric_limits<double>::infinity())
     {
         m_map.m_columns.resize(kTilePixels);
         m_map.m_rows.resize(kTilePixels);
@@ -65,40 +95,68 @@ public:
     PixelMap Finish();
 
 private:
-    double Turn() const { return m_georeference.Turn(); }
+    Line LineOf(const TileCentres& centres,
+                const AxisIndex& axis,
+                const KxPoint3d& direction,
+                double KxPoint3d::*coordinate) const;
     void Set(std::size_t at, int column, int row)
     {
         const bool isOutside = column == PixelMap::kOutside || row == PixelMap::kOutside;
         m_map.m_columns[at] = isOutside ? PixelMap::kOutside : column;
         m_map.m_rows[at] = isOutside ? PixelMap::kOutside : row;
+        if (isOutside) {
+            m_map.m_isFull = false;
+            return;
+        }
+        m_columns.Take(column);
+        m_rows.Take(row);
     }
 
     const Georeference& m_georeference;
-    AxisIndex m_columns;
-    AxisIndex m_rows;
+    AxisIndex m_columnIndex;
+    AxisIndex m_rowIndex;
     PixelMap m_map;
+    Span m_columns;
+    Span m_rows;
 };
 
 /// Columns and rows of the raster depend on those of the tile alone.
 void MapMaker::FillEven(const TileCentres& centres)
 {
-    std::array<KxPoint3d, kTileSide> places;
-    for (int i = 0; i < kTileSide; ++i) // a column's longitude with a latitude that exists
-        places[static_cast<std::size_t>(i)] = {centres.At(i, i).x, 0, 0};
-    m_georeference.ToPixels(places.data(), kTileSide);
-    std::array<int, kTileSide> columns;
-    std::transform(places.begin(), places.end(), columns.begin(), [this](const KxPoint3d& place) {
-        return m_columns.Of(place.x);
-    });
-    for (int i = 0; i < kTileSide; ++i)
-        places[static_cast<std::size_t>(i)] = {0, centres.At(i, i).y, 0};
-    m_georeference.ToPixels(places.data(), kTileSide);
-    std::size_t at = 0;
-    for (const KxPoint3d& place : places) {
-        const int row = m_rows.Of(place.y);
-        for (const int column : columns)
-            Set(at++, column, row);
+    // A column's longitude with a latitude that exists, a row's latitude with some longitude.
+    const Line columns = LineOf(centres, m_columnIndex, {1, 0, 0}, &KxPoint3d::x);
+    const Line rows = LineOf(centres, m_rowIndex, {0, 1, 0}, &KxPoint3d::y);
+    auto column = m_map.m_columns.begin();
+    auto row = m_map.m_rows.begin();
+    for (const int index : rows) {
+        const bool isOutside = index == PixelMap::kOutside;
+        for (const int columnIndex : columns) {
+            const bool isNone = isOutside || columnIndex == PixelMap::kOutside;
+            *column++ = isNone ? PixelMap::kOutside : columnIndex;
+            *row++ = isNone ? PixelMap::kOutside : index;
+        }
     }
+    const bool hasAllColumns = m_columns.TakeAll(columns);
+    m_map.m_isFull = m_rows.TakeAll(rows) && hasAllColumns; // both look at theirs
+}
+
+/// The raster's pixels along one axis of the tile.
+Line MapMaker::LineOf(const TileCentres& centres,
+                      const AxisIndex& axis,
+                      const KxPoint3d& direction,
+                      double KxPoint3d::*coordinate) const
+{
+    std::array<KxPoint3d, kTileSide> places;
+    for (int i = 0; i < kTileSide; ++i) {
+        const KxPoint3d place = centres.At(i, i);
+        places[static_cast<std::size_t>(i)] = {place.x * direction.x, place.y * direction.y, 0};
+    }
+    m_georeference.ToPixels(places.data(), kTileSide);
+    Line line;
+    std::transform(places.begin(), places.end(), line.begin(), [&](const KxPoint3d& place) {
+        return axis.Of(place.*coordinate);
+    });
+    return line;
 }
 
 void MapMaker::FillAny(const TileCentres& centres, double tolerance)
@@ -106,16 +164,16 @@ void MapMaker::FillAny(const TileCentres& centres, double tolerance)
     FillPositions(
         m_georeference, centres, tolerance, [this](int row, int column, double x, double y) {
             Set(static_cast<std::size_t>(row) * kTileSide + static_cast<std::size_t>(column),
-                m_columns.Of(x),
-                m_rows.Of(y));
+                m_columnIndex.Of(x),
+                m_rowIndex.Of(y));
         });
 }
 
 PixelMap MapMaker::Finish()
 {
-    const auto [least, greatest] = std::minmax_element(m_map.m_rows.begin(), m_map.m_rows.end());
-    m_map.m_isFull = *least != PixelMap::kOutside;
-    m_map.m_isEmpty = *greatest == PixelMap::kOutside;
+    m_map.m_isEmpty = m_rows.m_last == PixelMap::kOutside || m_columns.m_last == PixelMap::kOutside;
+    if (!m_map.m_isEmpty)
+        m_map.m_window = {m_columns.m_first, m_rows.m_first, m_columns.Length(), m_rows.Length()};
     return std::move(m_map);
 }
 

@@ -35,6 +35,17 @@ struct RasterSize
 /// @return 1 where none of the tile's pixels can be placed
 double FindReduction(const Georeference& georeference, const TileCentres& centres);
 
+/// A part of a raster.
+struct RasterWindow
+{
+    int m_left;
+    int m_top;
+    int m_width;
+    int m_height;
+
+    double Pixels() const { return static_cast<double>(m_width) * m_height; }
+};
+
 /// Which pixel of a raster each pixel of a tile takes: the one that holds its centre.
 struct PixelMap
 {
@@ -44,8 +55,9 @@ struct PixelMap
     /// south.
     std::vector<int> m_columns;
     std::vector<int> m_rows;
-    bool m_isEmpty = true; ///< no pixel of the tile lies on the raster
-    bool m_isFull = true;  ///< all do
+    RasterWindow m_window = {}; ///< the least that holds them all
+    bool m_isEmpty = true;      ///< no pixel of the tile lies on the raster
+    bool m_isFull = true;       ///< all do
 };
 
 /// @param full    the raster's full resolution

@@ -2,11 +2,16 @@
 #include "TilePainter.h"
 
 #include "Colours.h"
-#include "RasterWindow.h"
+#include "WindowSamples.h"
+
+#include <gdal_priv.h>
 
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <limits>
+#include <utility>
+#include <vector>
 
 namespace KxC {
 
@@ -49,23 +54,28 @@ public:
     TilePainter(GDALDataset& dataset, const BandPlan& plan, const PixelMap& map, KxImageData& image)
         : m_map(map), m_colours(plan), m_samples(dataset, plan), m_data(image.GetData()),
           m_pixelSize(static_cast<std::size_t>(image.GetPixelSize())),
-          m_isPlain(plan.m_isByte && plan.m_kind == BandPlan::Kind::Colour && m_pixelSize == 3)
+          m_isPlain(plan.m_kind == BandPlan::Kind::Colour && plan.IsOpaque())
     {
     }
 
     /// @return false when the file cannot be read
+    bool PaintAll() { return Paint({0, 0, kTileSide}, m_map.m_window); }
+
+private:
     bool Paint(const Part& part)
     {
         RasterWindow window = {};
-        if (!FindWindow(part, window))
-            return true;
+        return !FindWindow(part, window) || Paint(part, window);
+    }
+
+    bool Paint(const Part& part, const RasterWindow& window)
+    {
         const double pixels = window.Pixels();
         if (pixels <= kMaxWindow && pixels <= std::max(kSmall, kDense * part.Pixels()))
             return PaintAtOnce(part, window);
         return part.m_side > kSmallestPart ? PaintQuarters(part) : PaintSingly(part);
     }
 
-private:
     /// The least window that holds what the part takes.
     bool FindWindow(const Part& part, RasterWindow& window) const
     {
@@ -134,6 +144,8 @@ private:
         if (m_isPlain) {
             for (std::size_t i = 0; i < 3; ++i)
                 to[i] = static_cast<unsigned char>(values[i]);
+            if (m_pixelSize == 4)
+                to[3] = 255;
             return;
         }
         unsigned char pixel[4];
@@ -149,11 +161,37 @@ private:
     bool m_isPlain; ///< bytes of the raster are those of the tile
 };
 
+/// Bytes that are decoded for a tile at most. Rasters without overviews cost this much on their
+/// coarsest levels when they have tens of thousands of pixels a side.
+constexpr double kMaxDecoded = 16.0 * 1024 * 1024 * 1024;
+
+/// True when the blocks that hold the map's pixels can be decoded in fair time.
+bool IsFair(GDALDataset& dataset, const BandPlan& plan, const PixelMap& map)
+{
+    if (map.m_window.Pixels() <= kMaxWindow)
+        return true;
+    GDALRasterBand& band = *dataset.GetRasterBand(plan.m_bands[0]);
+    int width = 1;
+    int height = 1;
+    band.GetBlockSize(&width, &height);
+    std::vector<std::pair<int, int>> blocks;
+    for (std::size_t i = 0; i < map.m_rows.size(); ++i)
+        if (map.m_rows[i] != PixelMap::kOutside)
+            blocks.emplace_back(map.m_rows[i] / height, map.m_columns[i] / width);
+    std::sort(blocks.begin(), blocks.end());
+    const auto end = std::unique(blocks.begin(), blocks.end());
+    const double bytes = static_cast<double>(width) * height *
+                         GDALGetDataTypeSizeBytes(band.GetRasterDataType()) *
+                         static_cast<double>(plan.m_bands.size());
+    return bytes * static_cast<double>(end - blocks.begin()) <= kMaxDecoded;
+}
+
 bool PaintInto(GDALDataset& dataset, const BandPlan& plan, const PixelMap& map, KxImageData& image)
 {
-    constexpr Part kWhole = {0, 0, kTileSide};
-    return plan.m_isByte ? TilePainter<unsigned char>(dataset, plan, map, image).Paint(kWhole)
-                         : TilePainter<double>(dataset, plan, map, image).Paint(kWhole);
+    if (!IsFair(dataset, plan, map))
+        return false;
+    return plan.m_isByte ? TilePainter<unsigned char>(dataset, plan, map, image).PaintAll()
+                         : TilePainter<double>(dataset, plan, map, image).PaintAll();
 }
 
 struct Transparency

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "BandPlan.h"
+#include "PixelMap.h"
 
 #include <cstddef>
 #include <vector>
@@ -9,17 +10,6 @@
 class GDALDataset;
 
 namespace KxC {
-
-/// A part of a raster.
-struct RasterWindow
-{
-    int m_left;
-    int m_top;
-    int m_width;
-    int m_height;
-
-    double Pixels() const { return static_cast<double>(m_width) * m_height; }
-};
 
 /// The bands of a window's pixels, read at once. Only within a GdalScope.
 template <typename Sample> // unsigned char or double

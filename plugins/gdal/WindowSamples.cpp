@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "RasterWindow.h"
+#include "WindowSamples.h"
 
 #include <gdal_priv.h>
 
