@@ -306,7 +306,6 @@ MHD_Daemon* Start(HttpServer::State& state)
          nullptr},
         {MHD_OPTION_CONNECTION_MEMORY_LIMIT, static_cast<intptr_t>(kHeadBytes), nullptr},
         {MHD_OPTION_LISTEN_BACKLOG_SIZE, static_cast<intptr_t>(kBacklog), nullptr},
-        {MHD_OPTION_LISTENING_ADDRESS_REUSE, 1, nullptr},
         {MHD_OPTION_SIGPIPE_HANDLED_BY_APP, 1, nullptr},
     };
     if (options.m_loops > 1)
