@@ -6,6 +6,7 @@
 #include "KxRasterAccessorManager.h"
 #include "KxRawData.h"
 #include "KxRawDataTypeCache.h"
+#include "KxRect2d.h"
 #include "KxString.h"
 #include "KxTSDParam.h"
 #include "KxTileExport.h"
@@ -306,6 +307,34 @@ public:
     /// @param imageExt  with its dot, in any case: ".jpeg", ".jpg" and ".png8" give "jgw", ".png"
     ///                  "pgw", ".tif" "tfw"
     static KxString ImgExt2WorldFileExt(const KxString& imageExt);
+
+    /// @}
+    /// @name Mosaics
+    /// @{
+
+    /// Writes one picture over an extent of any coordinate system, sampled from a raster file at
+    /// the level that suits the resolution. No world file.
+    /// @param outputFile  ".png", ".jpg", ".tif" or ".webp"; appears under its name only when whole
+    /// @param dataPath    the raster; a reader plug-in must take its extension
+    /// @param rect        extent, in units of the coordinate system
+    /// @param resolution  those units a pixel; taken as metres when the raster's level is chosen,
+    ///                    which must be one that the raster has
+    /// @param projString  the coordinate system, in the form that `projType` says. One that cannot
+    ///                    be understood gives every point the place of longitude 0, latitude 0:
+    ///                    KxCoordSysTrans::GetError tells
+    /// @return 1 when the picture was written, and also, without a file, where the raster has
+    ///         nothing under the extent. 0 on failure; a line in the log says which where the
+    ///         extent holds no pixel, the raster cannot be opened, or the picture exceeds
+    ///         KxImageData's limits; no line where the raster has no such level, does not reach
+    ///         under the extent, or the picture cannot be written.
+    /// Holds the picture and about one row of the raster's tiles in memory; throws std::bad_alloc
+    /// where there is none for the picture.
+    static unsigned char FetchImage(const KxString& outputFile,
+                                    const KxString& dataPath,
+                                    const KxRect2d& rect,
+                                    double resolution,
+                                    const KxString& projString,
+                                    ProjectStringType projType);
 
     /// @}
 };

@@ -17,7 +17,9 @@ enum ExitCode : int {
     kExitDone = 0,
     kExitFailed = 1,
     kExitWrongUsage = 2,
-    kExitNoTile = 3, ///< the server has no tile there
+    kExitNoTile = 3,        ///< the server has no tile there; of many tiles, it has not all
+    kExitSomeFailed = 4,    ///< of many tiles
+    kExitInterrupted = 130, ///< by SIGINT or SIGTERM, as shells say it
 };
 
 /// Options that stand before or after any command.
@@ -55,6 +57,7 @@ void AddQuadKeyCommand(CLI::App& app, const GlobalOptions& options);
 void AddHistoryCommand(CLI::App& app, const GlobalOptions& options);
 void AddSourceCommand(CLI::App& app, const GlobalOptions& options);
 void AddCacheCommand(CLI::App& app, const GlobalOptions& options);
+void AddFilesCommand(CLI::App& app, const GlobalOptions& options);
 void AddServeCommand(CLI::App& app, const GlobalOptions& options);
 
 /// Runs one command line.

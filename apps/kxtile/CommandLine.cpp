@@ -148,6 +148,7 @@ int RunCommandLine(int argc, const char* const* argv)
     AddHistoryCommand(app, options);
     AddSourceCommand(app, options);
     AddCacheCommand(app, options);
+    AddFilesCommand(app, options);
     AddServeCommand(app, options);
     try {
         return FinishStandardOutput(RunCommand(app, options, argc, argv));

@@ -3,6 +3,8 @@
 
 #include "KxCommonExport.h"
 
+#include <vector>
+
 namespace KxC {
 
 class KXCOMMON_API KxCompress
@@ -17,6 +19,13 @@ public:
                               unsigned int inputSize,
                               unsigned char* output,
                               unsigned int& outputSize);
+
+    /// Deflates bytes into one gzip member, without a time stamp, so that equal input gives equal
+    /// output. Any thread; never throws.
+    /// @param output  receives the member in place of what it held; empty on failure
+    /// @return false for want of memory
+    static bool GZipCompress(const std::vector<unsigned char>& input,
+                             std::vector<unsigned char>& output);
 };
 
 } // namespace KxC

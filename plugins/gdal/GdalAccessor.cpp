@@ -44,12 +44,12 @@ unsigned char GdalAccessor::IsAvailable()
 
 int GdalAccessor::GetMinLevel()
 {
-    return 0;
+    return m_raster != nullptr ? m_raster->Levels().m_min : 0;
 }
 
 int GdalAccessor::GetMaxLevel()
 {
-    return 0;
+    return m_raster != nullptr ? m_raster->Levels().m_max : 0;
 }
 
 unsigned char GdalAccessor::SetProj4(const KxString& text)
@@ -134,14 +134,27 @@ void GdalAccessor::Convert(PJ_DIRECTION direction, const KxPoint3d* in, KxPoint3
         WithoutThrowing([&] { m_projection->Convert(direction, in, out, count); });
 }
 
-unsigned char GdalAccessor::Open(const KxString& /*path*/)
+unsigned char GdalAccessor::Open(const KxString& path)
 {
-    return 0;
+    unsigned char opened = 0;
+    WithoutThrowing([&] {
+        m_raster = OpenRaster::Open(path.Cstr());
+        if (m_raster == nullptr)
+            return;
+        m_strDataPath = path;
+        m_rectLatLon = m_raster->Bounds();
+        m_eGeoReferenceType = m_raster->IsGeographic() ? KxEGeoReferenceType_Geographic
+                                                       : KxEGeoReferenceType_Projected;
+        opened = 1;
+    });
+    return opened;
 }
 
-void GdalAccessor::ReadTileImage(KxImageData*& image, int /*level*/, int /*row*/, int /*col*/)
+void GdalAccessor::ReadTileImage(KxImageData*& image, int level, int row, int col)
 {
     image = nullptr;
+    if (m_raster != nullptr)
+        WithoutThrowing([&] { image = m_raster->ReadTile(level, row, col).release(); });
 }
 
 int GdalAccessor::ReadTileData(

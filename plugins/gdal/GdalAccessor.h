@@ -3,13 +3,14 @@
 
 #include "CrsText.h"
 #include "KxRasterDataAccessor.h"
+#include "OpenRaster.h"
 #include "Projection.h"
 
 #include <memory>
 
 namespace KxC {
 
-/// Projections through PROJ; rasters are not read yet: Open fails, and tiles are empty.
+/// Projections through PROJ, rasters through GDAL.
 class GdalAccessor : public KxRasterDataAccessor
 {
 public:
@@ -45,6 +46,7 @@ private:
     void Convert(PJ_DIRECTION direction, const KxPoint3d* in, KxPoint3d* out, int count);
 
     std::unique_ptr<Projection> m_projection; ///< null until a setter took its text
+    std::unique_ptr<OpenRaster> m_raster;     ///< null until Open succeeded
 };
 
 } // namespace KxC

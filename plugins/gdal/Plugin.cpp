@@ -2,26 +2,31 @@
 #include "GdalAccessor.h"
 #include "KxPlugin.h"
 #include "KxProjManagerCleaner.h"
-#include "LiveProjections.h"
+#include "LiveHolders.h"
 
 namespace KxC {
 
 namespace {
 
-void ReleaseProjections()
+void ReleaseIdle()
 {
-    LiveProjections::Instance().Release();
+    LiveHolders::Instance().Release();
 }
 
 KxPlugin* Create()
 {
-    KxProjManagerCleaner::AddRelease(&ReleaseProjections);
+    KxProjManagerCleaner::AddRelease(&ReleaseIdle);
     return new GdalAccessor;
 }
 
-// The extension by which transforms ask for projections.
+// ".shp" is the extension by which transforms ask for projections; the others are those of rasters
+// that FileCheck.cpp lets through.
+constexpr const char* kExtensions = ".shp .tif .tiff .gtiff .btf .vrt .jpg .jpeg .jpe .png .jp2 "
+                                    ".j2k .j2c .jpx .img .bmp .gif .webp "
+                                    ".asc .bil .flt .hgt .dem .dt0 .dt1 .dt2 .ntf";
+
 const KxPluginDeclaration kDeclaration = {
-    KxPluginDeclaration::kAbi, "AccessorPlugin", ".shp", &Create};
+    KxPluginDeclaration::kAbi, "AccessorPlugin", kExtensions, &Create};
 
 } // namespace
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "Projection.h"
 
-#include "LiveProjections.h"
+#include "LiveHolders.h"
 
 #include <utility>
 
@@ -18,12 +18,12 @@ constexpr std::size_t kMaxIdle = 64;
 Projection::Projection(CrsText crs) : m_crs(std::move(crs))
 {
     m_idle.reserve(kMaxIdle); // giving back must not fail
-    LiveProjections::Instance().Add(*this);
+    LiveHolders::Instance().Add(*this);
 }
 
 Projection::~Projection()
 {
-    LiveProjections::Instance().Remove(*this);
+    LiveHolders::Instance().Remove(*this);
 }
 
 std::unique_ptr<Projection> Projection::Make(CrsText crs, std::string& error)
@@ -49,7 +49,7 @@ void Projection::Convert(PJ_DIRECTION direction, const KxPoint3d* in, KxPoint3d*
 
 std::unique_ptr<Engine> Projection::Borrow()
 {
-    if (LiveProjections::Instance().IsClosed())
+    if (LiveHolders::Instance().IsClosed())
         return nullptr;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Engine.h"
+#include "LiveHolders.h"
 
 #include <memory>
 #include <mutex>
@@ -13,7 +14,7 @@ namespace KxC {
 /// A coordinate system that any number of threads convert with. An engine serves one thread at a
 /// time, so each call borrows one: there come to be as many as threads convert at once, and none
 /// outlives this object.
-class Projection
+class Projection final : private IdleHolder
 {
 public:
     /// @param error  on failure, what is wrong with the text
@@ -27,11 +28,11 @@ public:
     /// As Engine::Convert; any thread. Converts nothing when no engine can be had.
     void Convert(PJ_DIRECTION direction, const KxPoint3d* in, KxPoint3d* out, int count);
 
-    /// Lets go of the engines that nobody is using; they are made again on demand. Any thread.
-    void DropIdle();
-
 private:
     explicit Projection(CrsText crs);
+
+    /// Lets go of the engines that nobody is using.
+    void DropIdle() override;
 
     std::unique_ptr<Engine> Borrow();
     void GiveBack(std::unique_ptr<Engine> engine);

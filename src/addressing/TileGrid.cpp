@@ -107,19 +107,4 @@ void KxTileFetcher::GetColRow(
     }
 }
 
-void KxTileFetcher::GetLLColRow2(
-    double& column, double& row, KxCoordSysTrans* transform, double x, double y, int level)
-{
-    if (transform == nullptr) {
-        column = kOutside;
-        row = kOutside;
-        return;
-    }
-    KxPoint3d place;
-    transform->SrcPtToWGS84Pt(KxPoint3d(x, y, 0), place);
-    const double span = 360.0 / TilesPerAxis(level);
-    column = (place.x + 180.0) / span;
-    row = (place.y + 180.0) / span;
-}
-
 } // namespace KxC

@@ -23,7 +23,6 @@ namespace {
 constexpr int kRasterTileSize = 256;
 /// What a stored tile's read answers when it went well.
 constexpr int kReadDone = 5;
-constexpr double kTouching = 1e-16; ///< degrees
 
 /// The geographic square grid, in which every reader offers its tiles.
 SourceGrid RasterGrid(int level)
@@ -52,16 +51,6 @@ bool ReadStoredTile(std::unique_ptr<KxRawData>& out,
     stored->SetExt(KxImgUtility::TellImgExt(bytes, size));
     out = std::move(stored);
     return true;
-}
-
-/// Whether a raster reaches into the tiles of a range.
-bool Covers(const KxRasterDataAccessor& accessor, const TileRange& range, int level)
-{
-    KxRect2d southWest;
-    KxRect2d northEast;
-    KxMath::CalcTileBounds(southWest, level, range.m_minRow, range.m_minCol);
-    KxMath::CalcTileBounds(northEast, level, range.m_maxRow, range.m_maxCol);
-    return accessor.GetLatLonBounds().IsIntersect(southWest.Union(northEast), kTouching);
 }
 
 /// @return false when the tiles are too many or too large

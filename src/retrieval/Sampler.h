@@ -2,9 +2,11 @@
 /// Fills an output picture from source tiles: each pixel by its place in the source's grid.
 #pragma once
 
-#include "SourceTiles.h"
+#include "KxImageData.h"
 #include "TileGrid.h"
+#include "TileRange.h"
 
+#include <cmath>
 #include <vector>
 
 namespace KxC {
@@ -15,21 +17,61 @@ namespace KxC {
 /// @param count  1 or more
 std::vector<double> SamplePositions(double from, double to, double step, int count);
 
+/// A place as its tile and the position inside it.
+struct PlaceInTile
+{
+    explicit PlaceInTile(const GridPosition& place)
+    {
+        const double tileRow = std::floor(place.m_row);
+        const double tileCol = std::floor(place.m_col);
+        m_row = TileIndex(tileRow, IndexRule::Truncate);
+        m_col = TileIndex(tileCol, IndexRule::Truncate);
+        m_u = place.m_col - tileCol;
+        m_v = place.m_row - tileRow;
+    }
+    int m_row;
+    int m_col;
+    double m_u; ///< from the west edge, [0, 1)
+    double m_v; ///< from the south edge, [0, 1)
+};
+
 /// Takes one pixel from the tile at a place, by the rule of KxImageData::GetValue2. Without a
 /// picture there, the pixel stays as it is.
-void SamplePixel(
-    KxImageData& output, int row, int column, const SourceTiles& tiles, const GridPosition& place);
+/// @param tiles  ImageAt(row, column) answers a tile's picture or null
+/// @return whether there was a picture
+template <class Tiles>
+bool SamplePixel(KxImageData& output, int row, int column, Tiles& tiles, const GridPosition& place)
+{
+    const PlaceInTile at(place);
+    const KxImageData* image = tiles.ImageAt(at.m_row, at.m_col);
+    if (image == nullptr)
+        return false;
+    unsigned char pixel[4] = {};
+    image->GetValue2(at.m_u, at.m_v, pixel, output.GetPixelSize());
+    output.SetValue(row, column, pixel, output.GetPixelSize());
+    return true;
+}
+
+/// Takes the pixels of a row from their places.
+/// @return whether there was a picture at every place
+template <class Tiles>
+bool SampleRow(KxImageData& output, int row, Tiles& tiles, const std::vector<GridPosition>& places)
+{
+    bool whole = true;
+    for (int column = 0; column < output.GetWidth(); ++column)
+        whole &= SamplePixel(output, row, column, tiles, places[static_cast<std::size_t>(column)]);
+    return whole;
+}
 
 /// Takes every pixel from its place.
 /// @param placesOfRow  (row, std::vector<GridPosition>&): fills in the places of an output row
-template <class PlacesOfRow>
-void SampleRows(KxImageData& output, const SourceTiles& tiles, const PlacesOfRow& placesOfRow)
+template <class Tiles, class PlacesOfRow>
+void SampleRows(KxImageData& output, Tiles& tiles, const PlacesOfRow& placesOfRow)
 {
     std::vector<GridPosition> places(static_cast<std::size_t>(output.GetWidth()));
     for (int row = 0; row < output.GetHeight(); ++row) {
         placesOfRow(row, places);
-        for (int column = 0; column < output.GetWidth(); ++column)
-            SamplePixel(output, row, column, tiles, places[static_cast<std::size_t>(column)]);
+        SampleRow(output, row, tiles, places);
     }
 }
 

@@ -16,12 +16,13 @@ std::size_t PlaceCount(const TileRange& range)
     return fits ? static_cast<std::size_t>(rows * columns) : 0;
 }
 
-bool HasPixels(const KxWMImageTileData* tile)
-{
-    return tile != nullptr && tile->GetImage() != nullptr && tile->GetImage()->GetData() != nullptr;
-}
-
 } // namespace
+
+const KxImageData* PictureOf(const KxWMImageTileData* tile)
+{
+    const KxImageData* picture = tile != nullptr ? tile->GetImage() : nullptr;
+    return picture != nullptr && picture->GetData() != nullptr ? picture : nullptr;
+}
 
 SourceTiles::SourceTiles(const TileRange& range, bool cacheOwned)
     : m_range(range), m_cacheOwned(cacheOwned), m_tiles(PlaceCount(range), nullptr)
@@ -41,28 +42,24 @@ void SourceTiles::Put(int row, int col, KxWMImageTileData* tile)
     m_tiles[Place(row, col)] = tile;
     if (tile != nullptr)
         m_bytes += tile->GetByteCount();
-    if (!HasPixels(tile))
+    const KxImageData* const picture = PictureOf(tile);
+    if (picture == nullptr)
         return;
     ++m_images;
     m_hasImage = true;
-    m_hasAlpha = m_hasAlpha || tile->GetImage()->GetPixelSize() >= 4;
+    m_hasAlpha = m_hasAlpha || picture->GetPixelSize() >= 4;
 }
 
 const KxImageData* SourceTiles::ImageAt(int row, int col) const
 {
-    const bool inside = row >= m_range.m_minRow && row <= m_range.m_maxRow &&
-                        col >= m_range.m_minCol && col <= m_range.m_maxCol;
-    if (!inside)
+    if (!m_range.Holds(row, col))
         return nullptr;
-    const KxWMImageTileData* tile = m_tiles[Place(row, col)];
-    return HasPixels(tile) ? tile->GetImage() : nullptr;
+    return PictureOf(m_tiles[Place(row, col)]);
 }
 
 std::size_t SourceTiles::Place(int row, int col) const
 {
-    return static_cast<std::size_t>(row - m_range.m_minRow) *
-               static_cast<std::size_t>(m_range.Columns()) +
-           static_cast<std::size_t>(col - m_range.m_minCol);
+    return static_cast<std::size_t>(m_range.PlaceOf(row, col));
 }
 
 bool FetchSourceTiles(SourceTiles& tiles,

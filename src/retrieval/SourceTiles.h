@@ -11,6 +11,9 @@
 
 namespace KxC {
 
+/// A tile's picture; null without a tile, a picture or pixels.
+const KxImageData* PictureOf(const KxWMImageTileData* tile);
+
 /// The source tiles of one operation by their place. Releases them as it ends, unless the memory
 /// cache owns them: then they live until the operation is over.
 class SourceTiles

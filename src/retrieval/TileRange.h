@@ -20,6 +20,16 @@ struct TileRange
     long long Rows() const { return static_cast<long long>(m_maxRow) - m_minRow + 1; }
     long long Columns() const { return static_cast<long long>(m_maxCol) - m_minCol + 1; }
 
+    bool Holds(int row, int col) const
+    {
+        return row >= m_minRow && row <= m_maxRow && col >= m_minCol && col <= m_maxCol;
+    }
+    /// Number of a tile that the range holds, counted row by row from the south-west corner.
+    long long PlaceOf(int row, int col) const
+    {
+        return (static_cast<long long>(row) - m_minRow) * Columns() + (col - m_minCol);
+    }
+
     /// Cuts off what lies beyond the last row and column.
     /// @param tilesPerAxis  of the source's level
     /// @return false when nothing is left

@@ -2,7 +2,7 @@
 // Operations on a whole sub-tree. They have a connection of their own, open the file for reading,
 // and never set it aside.
 #include "KxRawDataTypeCache.h"
-#include "MbTilesWriter.h"
+#include "KxTileArchiveWriter.h"
 #include "SubTreeFolder.h"
 #include "TileDatabase.h"
 
@@ -84,7 +84,7 @@ KxRawDataTreeResult Walk(TileDatabase& database, KxRawDataTileVisitor& visitor)
 class WritingVisitor : public KxRawDataTileVisitor
 {
 public:
-    WritingVisitor(MbTilesWriter& writer, KxRawDataTileVisitor& watcher)
+    WritingVisitor(KxTileArchiveWriter& writer, KxRawDataTileVisitor& watcher)
         : m_writer(writer), m_watcher(watcher)
     {
     }
@@ -93,31 +93,45 @@ public:
     {
         if (!m_watcher.Visit(level, row, col, bytes, size))
             return false;
-        m_failed = !m_writer.Add({level, row, col}, bytes, size);
+        m_failed = !m_writer.AddTile(level, row, col, bytes, size);
         return !m_failed;
     }
     bool HasFailed() const { return m_failed; }
 
 private:
-    MbTilesWriter& m_writer;
+    KxTileArchiveWriter& m_writer;
     KxRawDataTileVisitor& m_watcher;
     bool m_failed = false;
 };
+
+void Fill(KxRawDataExportReport& report, const KxTileArchiveWriter& writer)
+{
+    const KxTileArchiveReport& written = writer.GetReport();
+    report.m_nTiles = written.m_nTiles;
+    report.m_nPictures = written.m_nPictures;
+    report.m_nSkipped = written.m_nSkipped;
+    report.m_nMinLevel = written.m_nMinLevel;
+    report.m_nMaxLevel = written.m_nMaxLevel;
+    report.m_bounds = written.m_bounds;
+    report.m_strFormat = written.m_strFormat;
+    report.m_strError = writer.GetError();
+}
 
 KxRawDataTreeResult Export(TileDatabase& database,
                            const KxRawDataExportOptions& options,
                            KxRawDataTileVisitor& watcher,
                            KxRawDataExportReport& report)
 {
-    MbTilesWriter writer(options.m_strPath.Cstr());
+    KxTileArchiveWriter writer;
     WritingVisitor visitor(writer, watcher);
     KxRawDataTreeResult result = KxRawDataTreeResult_Failed;
-    if (writer.Begin())
+    if (writer.Create(options.m_strPath,
+                      KxTileArchiveFormat_MBTiles,
+                      {options.m_strName, options.m_strDescription, options.m_strAttribution}))
         result = Walk(database, visitor);
-    if (visitor.HasFailed() ||
-        (result == KxRawDataTreeResult_Done && !writer.Finish(options, report)))
+    if (visitor.HasFailed() || (result == KxRawDataTreeResult_Done && !writer.Finish()))
         result = KxRawDataTreeResult_Failed;
-    report.m_strError = writer.GetError().c_str();
+    Fill(report, writer);
     return result;
 }
 

@@ -4,6 +4,7 @@
 #include <libdeflate.h>
 
 #include <cstddef>
+#include <exception>
 #include <memory>
 #include <utility>
 
@@ -17,6 +18,10 @@ struct FreeDecompressor
     {
         libdeflate_free_decompressor(inflater);
     }
+};
+struct FreeCompressor
+{
+    void operator()(libdeflate_compressor* deflater) const { libdeflate_free_compressor(deflater); }
 };
 using Inflater = std::unique_ptr<libdeflate_decompressor, FreeDecompressor>;
 
@@ -81,6 +86,24 @@ int KxCompress::GZipDecompress(const unsigned char* input,
     } while (rest.HasMember());
     outputSize = static_cast<unsigned int>(total);
     return 0;
+}
+
+bool KxCompress::GZipCompress(const std::vector<unsigned char>& input,
+                              std::vector<unsigned char>& output)
+try {
+    constexpr int kLevel = 9; // for what is written once and read often
+    const std::unique_ptr<libdeflate_compressor, FreeCompressor> deflater(
+        libdeflate_alloc_compressor(kLevel));
+    output.clear();
+    if (deflater == nullptr)
+        return false;
+    output.resize(libdeflate_gzip_compress_bound(deflater.get(), input.size()));
+    output.resize(libdeflate_gzip_compress(
+        deflater.get(), input.data(), input.size(), output.data(), output.size()));
+    return !output.empty();
+} catch (const std::exception&) {
+    output.clear();
+    return false;
 }
 
 } // namespace KxC

@@ -4,7 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <clocale>
+#include <cmath>
+#include <cstdio>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -46,6 +49,38 @@ TEST_F(WorldFile, TakesRowsFromTheNorth)
 {
     // Level 1: the south-eastern quarter begins at the origin.
     EXPECT_EQ(Written(1, 1, 1, 512), "39135.757812\n0\n0\n-39135.757812\n0.000000\n0.000000\n");
+}
+
+TEST_F(WorldFile, HasPointsWhateverTheProcessesLocale)
+{
+    const std::string before = std::setlocale(LC_ALL, nullptr);
+    if (std::setlocale(LC_ALL, "de_DE.UTF-8") == nullptr)
+        GTEST_SKIP() << "no locale with a decimal comma here";
+    const std::string text = Written(1, 1, 1, 512);
+    std::setlocale(LC_ALL, before.c_str());
+    EXPECT_EQ(text, "39135.757812\n0\n0\n-39135.757812\n0.000000\n0.000000\n");
+}
+
+TEST_F(WorldFile, TakesTheNumbersThatPrintfWrites)
+{
+    for (const auto& [x, y, z, size] : {std::array{3, 5, 4, 300},
+                                        {26979, 12416, 15, 256},
+                                        {0, (1 << 30) - 1, 30, 8192},
+                                        {-7, 2, 3, 1}}) {
+        const double edge = 2.0 * 20037508.342789244 / std::ldexp(1.0, z);
+        const double pixel = static_cast<double>(static_cast<float>(edge / size));
+        std::array<char, 400> expected{};
+        std::snprintf(expected.data(),
+                      expected.size(),
+                      "%f\n%d\n%d\n%f\n%f\n%f\n",
+                      pixel,
+                      0,
+                      0,
+                      -pixel,
+                      x * edge - 20037508.342789244,
+                      20037508.342789244 - y * edge);
+        EXPECT_EQ(Written(x, y, z, size), expected.data());
+    }
 }
 
 TEST_F(WorldFile, IsSilentWhereItCannotBeWritten)

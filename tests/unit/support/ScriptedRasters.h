@@ -6,12 +6,15 @@
 
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
 namespace KxC::Testing {
 
-/// What every raster is like while it lives; one at a time. The plug-in takes ".tif" and ".mbt".
+/// What every raster is like while it lives; one at a time. The plug-in takes ".tif" and ".mbt",
+/// and
+/// ".shp" where there is a projection.
 class ScriptedRasters
 {
 public:
@@ -30,7 +33,14 @@ public:
     std::string m_storedBytes;
     /// The picture of a tile by level, row and column; null for none.
     std::function<std::unique_ptr<KxImageData>(int, int, int)> m_image;
+    /// Source point to longitude and latitude, degrees; false where it cannot be converted.
+    /// Transforms that are made while it is here keep it.
+    std::function<bool(const KxPoint3d&, KxPoint3d&)> m_toWgs84;
+    void Note(std::string call);
     std::vector<std::string> m_calls; ///< "Open path", "image 3/2/1", "stored 3/2/1", "destroyed"
+
+private:
+    std::mutex m_mutex; ///< guards m_calls while several threads cut
 };
 
 /// A new accessor of the rasters in force; null when there are none or the extension is another.

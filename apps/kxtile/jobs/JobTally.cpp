@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: MIT
+#include "JobTally.h"
+
+#include <utility>
+
+namespace KxTileHost {
+
+namespace {
+
+/// Failures told one by one between two looks at them.
+constexpr std::size_t kMaxNews = 200;
+
+} // namespace
+
+void JobTally::Add(const HostTile& tile, const TileResult& result)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_isFinished)
+        return;
+    switch (result.m_outcome) {
+    case TileOutcome::Made:
+        ++m_counts.m_made;
+        m_counts.m_madeBytes += result.m_bytes;
+        return;
+    case TileOutcome::Kept:
+        ++m_counts.m_kept;
+        return;
+    case TileOutcome::Hole:
+        ++m_counts.m_holes;
+        return;
+    case TileOutcome::Failed:
+        ++m_counts.m_failed;
+        m_list.Add(tile, result.m_why);
+        if (m_news.size() < kMaxNews)
+            m_news.push_back({tile, result.m_why});
+    }
+}
+
+JobCounts JobTally::Counts() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_counts;
+}
+
+std::vector<FailedTile> JobTally::TakeNews()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return std::exchange(m_news, {});
+}
+
+bool JobTally::Finish()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_isFinished = true;
+    return m_list.Finish();
+}
+
+} // namespace KxTileHost

@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "FailedTiles.h"
+#include "TileResult.h"
+
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace KxTileHost {
+
+/// How far a job has come.
+struct JobCounts
+{
+    std::uint64_t m_made = 0;
+    std::uint64_t m_kept = 0;
+    std::uint64_t m_holes = 0;
+    std::uint64_t m_failed = 0;
+    std::uint64_t m_madeBytes = 0; ///< of the tiles that were made
+
+    std::uint64_t Done() const { return m_made + m_kept + m_holes + m_failed; }
+};
+
+struct FailedTile
+{
+    HostTile m_tile;
+    std::string m_why;
+};
+
+/// Counts what becomes of a job's tiles and lists those that fail. Any thread.
+class JobTally
+{
+public:
+    /// @param listPath  of the list of failed tiles, empty for none
+    explicit JobTally(const std::string& listPath) : m_list(listPath) {}
+
+    void Add(const HostTile& tile, const TileResult& result);
+    JobCounts Counts() const;
+    /// The failures since the last call; beyond a few hundred at once the rest is only counted and
+    /// listed.
+    std::vector<FailedTile> TakeNews();
+    /// Writes the list. Nothing may be added afterwards.
+    /// @return false when it could not be written
+    bool Finish();
+
+private:
+    mutable std::mutex m_mutex;
+    JobCounts m_counts;
+    FailedTiles m_list;
+    std::vector<FailedTile> m_news;
+    bool m_isFinished = false;
+};
+
+} // namespace KxTileHost

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: MIT
+/// Runs the same work on many tiles with several threads.
+#pragma once
+
+#include "JobTally.h"
+#include "TileList.h"
+#include "TileResult.h"
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace KxTileHost {
+
+struct TileJobEnd
+{
+    JobCounts m_counts;
+    bool m_isInterrupted = false; ///< by SIGINT or SIGTERM
+    bool m_isListWritten = true;  ///< the list of failed tiles
+    double m_seconds = 0.0;
+};
+
+struct TileJobOptions
+{
+    int m_threads = 1;
+    bool m_json = false;      ///< progress as JSON lines on standard output
+    std::string m_failedList; ///< path of the list of failed tiles, empty for none
+    /// Called when the process is about to end though the work on some tiles, given here, still
+    /// goes on, waiting for a service: takes back what that work leaves unfinished. The workers
+    /// still run. May be empty.
+    std::function<void(const std::vector<HostTile>& inWork)> m_onAbandon;
+    /// Called last when the process ends that way, to tell how far the job came. May be empty.
+    std::function<void(const TileJobEnd& end)> m_onEnd;
+};
+
+/// Works on all tiles and goes on past failures. SIGINT and SIGTERM end it: no further tile is
+/// begun; work that is not over 0.7 s later (or at a second signal) is abandoned, and the process
+/// ends here with kExitInterrupted.
+TileJobEnd RunTileJob(const TileList& tiles, const TileWork& work, const TileJobOptions& options);
+
+} // namespace KxTileHost

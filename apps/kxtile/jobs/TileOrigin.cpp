@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: MIT
+#include "TileOrigin.h"
+
+#include "FetchedTile.h"
+#include "KxFile.h"
+#include "KxPlugin.h"
+#include "KxRasterAccessorManager.h"
+#include "KxTileFetcher.h"
+#include "KxUtility.h"
+#include "SourceGrid.h"
+
+#include <fmt/format.h>
+
+#include <array>
+#include <filesystem>
+#include <fstream>
+#include <string_view>
+#include <system_error>
+
+namespace KxTileHost {
+
+namespace {
+
+constexpr int kRasterTileSize = 256;
+constexpr char kReaderHint[] =
+    "Rasters are read by plug-ins, in the folders of KXTILE_PLUGIN_PATH or the installed ones.";
+
+bool HasReader(const std::string& path)
+{
+    const std::unique_ptr<KxC::KxPlugin> reader(
+        KxC::m_gPluginManager.FindPluginByExt("AccessorPlugin", KxC::KxFile::GetExt(path.c_str())));
+    return reader != nullptr;
+}
+
+/// Definitions are texts.
+bool IsBinary(const std::string& path)
+{
+    std::array<char, 1024> start{};
+    std::ifstream file(path, std::ios::binary);
+    file.read(start.data(), start.size());
+    const std::string_view read(start.data(), static_cast<std::size_t>(file.gcount()));
+    return read.find('\0') != std::string_view::npos;
+}
+
+/// Whether a text names a raster rather than a source.
+bool NamesRaster(const std::string& text)
+{
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(text, error) ||
+        KxC::KxFile::GetExt(text.c_str()) == ".toml")
+        return false;
+    if (HasReader(text))
+        return true;
+    if (IsBinary(text))
+        throw CommandError(
+            kExitFailed, fmt::format("no reader takes the raster '{}'", text), kReaderHint);
+    return false;
+}
+
+KxC::KxRasterDataAccessor* OpenRaster(const std::string& path)
+{
+    KxC::KxRasterDataAccessor* const raster =
+        KxC::m_gRasterAccessorManager.OpenDataAccessor(path.c_str());
+    if (raster == nullptr)
+        throw CommandError(kExitFailed,
+                           fmt::format("cannot open the raster '{}'", path),
+                           "It may be damaged, or have no georeference.");
+    return raster;
+}
+
+std::string AbsolutePath(const std::string& path)
+{
+    return std::filesystem::absolute(path).lexically_normal().string();
+}
+
+} // namespace
+
+TileOrigin::TileOrigin(const SourceArgument& argument, int tileSize, const GlobalOptions& options)
+    : m_tileSize(tileSize > 0 ? tileSize : kRasterTileSize), m_timeoutMs(options.TimeoutMs()),
+      m_useDiskCache(!options.m_noDiskCache), m_secrets(argument.GetSecrets())
+{
+    if (NamesRaster(argument.GetText())) {
+        m_rasterPath = AbsolutePath(argument.GetText());
+        m_raster = OpenRaster(m_rasterPath);
+        m_name = std::filesystem::path(m_rasterPath).filename().string();
+        return;
+    }
+    m_source = argument.Load();
+    m_name = m_secrets.Mask(argument.GetName());
+    if (tileSize <= 0)
+        m_tileSize = m_source->m_nTileSize;
+}
+
+std::string TileOrigin::GetKey() const
+{
+    const KxC::KxString key = m_source != nullptr
+                                  ? m_source->m_strHashKey
+                                  : KxC::KxUtility::GetValidHashKey(m_rasterPath.c_str());
+    return key.Cstr();
+}
+
+bool TileOrigin::HandsOutOwnTiles() const
+{
+    return m_source != nullptr && IsStandardTiling(m_source->m_nTileScheme, m_source->m_nDatum) &&
+           m_tileSize == m_source->m_nTileSize;
+}
+
+TileBytes TileOrigin::Fetch(const HostTile& tile) const
+{
+    return m_source != nullptr ? FetchFromSource(tile) : CutFromRaster(tile);
+}
+
+TileBytes TileOrigin::FetchFromSource(const HostTile& tile) const
+try {
+    FetchedTile fetched = HandsOutOwnTiles()
+                              ? FetchTileOf(*m_source, tile, m_useDiskCache, m_timeoutMs)
+                              : FetchAlignedTile(*m_source, tile, {m_tileSize, false, m_timeoutMs});
+    return {TileOutcome::Made, std::move(fetched.m_bytes), {}};
+} catch (const CommandError& error) {
+    if (error.m_exitCode == kExitNoTile)
+        return {TileOutcome::Hole, nullptr, {}};
+    return {TileOutcome::Failed, nullptr, m_secrets.Mask(error.what())};
+}
+
+TileBytes TileOrigin::CutFromRaster(const HostTile& tile) const
+{
+    KxC::KxRawData* bytes = nullptr;
+    const unsigned char done = KxC::KxTileFetcher::FetchTileFromRaster(
+        bytes, m_rasterPath.c_str(), tile.m_x, tile.m_y, tile.m_z, m_tileSize);
+    std::unique_ptr<KxC::KxRawData> owned(bytes);
+    if (done == 0)
+        return {TileOutcome::Failed, nullptr, "the raster's tile cannot be read"};
+    if (owned == nullptr || owned->GetSize() == 0)
+        return {TileOutcome::Hole, nullptr, {}};
+    return {TileOutcome::Made, std::move(owned), {}};
+}
+
+} // namespace KxTileHost

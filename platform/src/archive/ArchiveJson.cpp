@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: MIT
+#include "ArchiveJson.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <string_view>
+
+namespace KxC {
+
+namespace {
+
+bool Continues(char byte)
+{
+    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
+}
+
+/// Bytes of the character that `text` begins with; 0 when it begins with none.
+std::size_t CharacterLength(std::string_view text)
+{
+    const auto first = static_cast<unsigned char>(text.front());
+    const auto second = text.size() > 1 ? static_cast<unsigned char>(text[1]) : 0U;
+    if (first < 0x80U)
+        return 1;
+    const std::size_t length = first >= 0xC2U && first <= 0xDFU   ? 2
+                               : (first & 0xF0U) == 0xE0U         ? 3
+                               : first >= 0xF0U && first <= 0xF4U ? 4
+                                                                  : 0;
+    if (length == 0 || text.size() < length ||
+        !std::all_of(
+            text.begin() + 1, text.begin() + static_cast<std::ptrdiff_t>(length), Continues))
+        return 0;
+    // Longer than need be, halves of pairs, and beyond the last character.
+    const bool wrong = (first == 0xE0U && second < 0xA0U) || (first == 0xEDU && second > 0x9FU) ||
+                       (first == 0xF0U && second < 0x90U) || (first == 0xF4U && second > 0x8FU);
+    return wrong ? 0 : length;
+}
+
+std::string Escaped(char byte)
+{
+    if (byte == '"' || byte == '\\')
+        return {'\\', byte};
+    if (static_cast<unsigned char>(byte) >= 0x20)
+        return {byte};
+    std::array<char, 8> text{};
+    std::snprintf(text.data(), text.size(), "\\u%04x", static_cast<unsigned int>(byte));
+    return text.data();
+}
+
+std::string Quoted(std::string_view text)
+{
+    std::string quoted = "\"";
+    while (!text.empty()) {
+        const std::size_t length = CharacterLength(text);
+        if (length == 1)
+            quoted += Escaped(text.front());
+        else
+            quoted += length == 0 ? std::string_view("?") : text.substr(0, length);
+        text.remove_prefix(std::max<std::size_t>(length, 1));
+    }
+    return quoted + '"';
+}
+
+std::string Member(const char* name, const KxString& value)
+{
+    return std::string(",\"") + name +
+           "\":" + Quoted({value.Cstr(), static_cast<std::size_t>(value.GetLength())});
+}
+
+} // namespace
+
+std::string MetadataJson(const KxTileArchiveMetadata& metadata)
+{
+    std::string json = "{\"type\":\"baselayer\",\"version\":\"1\"";
+    json += Member("name", metadata.m_strName);
+    json += Member("description", metadata.m_strDescription);
+    if (metadata.m_strAttribution.IsEmpty() == 0)
+        json += Member("attribution", metadata.m_strAttribution);
+    return json + "}";
+}
+
+} // namespace KxC

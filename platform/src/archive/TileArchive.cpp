@@ -1,0 +1,124 @@
+// SPDX-License-Identifier: MIT
+#include "TileArchive.h"
+
+#include "KxImgUtility.h"
+#include "KxMath.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <numbers>
+#include <system_error>
+#include <utility>
+
+namespace KxC {
+
+namespace {
+
+/// As MBTiles names formats; empty for none that it knows.
+std::string FormatOf(std::string_view bytes)
+{
+    const std::string extension =
+        KxImgUtility::TellImgExt(reinterpret_cast<const unsigned char*>(bytes.data()),
+                                 static_cast<unsigned int>(bytes.size()))
+            .Cstr();
+    if (extension == ".jpeg")
+        return "jpg";
+    return extension.empty() ? extension : extension.substr(1);
+}
+
+KxPoint2d DegreesOf(double x, double y)
+{
+    const KxPoint2d radians = KxMath::WebMecator2LatLon(x, y);
+    constexpr double kDegree = std::numbers::pi / 180.0;
+    return {radians.x / kDegree, radians.y / kDegree};
+}
+
+std::string TemporaryName(const std::string& path)
+{
+    static std::atomic<unsigned int> s_count{0};
+    std::array<char, 64> name{};
+    std::snprintf(name.data(),
+                  name.size(),
+                  ".kxtile-%ld-%u.tmp",
+                  static_cast<long>(::getpid()),
+                  s_count.fetch_add(1));
+    return path.substr(0, path.rfind('/') + 1) + name.data();
+}
+
+} // namespace
+
+void ThrowErrno()
+{
+    throw ArchiveError(std::generic_category().message(errno));
+}
+
+void TileSurvey::Add(const ArchivePlace& place, std::string_view bytes)
+{
+    const Extent own{place.m_nCol, place.m_nCol, place.m_nRow, place.m_nRow};
+    Extent& extent = m_extents.try_emplace(place.m_nLevel, own).first->second;
+    extent.m_nMinCol = std::min(extent.m_nMinCol, place.m_nCol);
+    extent.m_nMaxCol = std::max(extent.m_nMaxCol, place.m_nCol);
+    extent.m_nMinRow = std::min(extent.m_nMinRow, place.m_nRow);
+    extent.m_nMaxRow = std::max(extent.m_nMaxRow, place.m_nRow);
+    ++m_formats[FormatOf(bytes)];
+    ++m_nTiles;
+}
+
+/// The bounds are those of the last level: readers size the picture by them at that level.
+void TileSurvey::Describe(KxTileArchiveReport& report) const
+{
+    report = {};
+    report.m_nSkipped = m_nSkipped;
+    if (m_nTiles == 0)
+        throw ArchiveError("there is no tile to write");
+    const auto& [level, extent] = *m_extents.rbegin();
+    report.m_nTiles = m_nTiles;
+    report.m_nMinLevel = m_extents.begin()->first;
+    report.m_nMaxLevel = level;
+    KxRect2d southWest;
+    KxRect2d northEast;
+    KxMath::CalcWMTileBounds(southWest, level, extent.m_nMinRow, extent.m_nMinCol, 1);
+    KxMath::CalcWMTileBounds(northEast, level, extent.m_nMaxRow, extent.m_nMaxCol, 1);
+    const KxPoint2d low = DegreesOf(southWest.m_dLeft, southWest.m_dBottom);
+    const KxPoint2d high = DegreesOf(northEast.m_dRight, northEast.m_dTop);
+    report.m_bounds = KxRect2d(low.x, high.y, high.x, low.y);
+    const auto most = std::max_element(
+        m_formats.begin(), m_formats.end(), [](const auto& one, const auto& other) {
+            return one.second < other.second;
+        });
+    report.m_strFormat = most->first.c_str();
+}
+
+NascentFile::NascentFile(std::string path) : m_path(std::move(path)), m_name(TemporaryName(m_path))
+{
+    ::unlink(m_name.c_str()); // a killed process with our number may have left one
+}
+
+NascentFile::~NascentFile()
+{
+    if (!m_name.empty())
+        ::unlink(m_name.c_str());
+}
+
+void NascentFile::Commit()
+{
+    const int file = ::open(m_name.c_str(), O_RDONLY | O_CLOEXEC);
+    const bool whole = file >= 0 && ::fsync(file) == 0;
+    const int error = errno;
+    if (file >= 0)
+        ::close(file);
+    errno = error;
+    if (!whole || std::rename(m_name.c_str(), m_path.c_str()) != 0)
+        ThrowErrno();
+    m_name.clear();
+}
+
+TileArchive::~TileArchive() = default;
+
+} // namespace KxC

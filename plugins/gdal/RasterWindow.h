@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "BandPlan.h"
+
+#include <cstddef>
+#include <vector>
+
+class GDALDataset;
+
+namespace KxC {
+
+/// A part of a raster.
+struct RasterWindow
+{
+    int m_left;
+    int m_top;
+    int m_width;
+    int m_height;
+
+    double Pixels() const { return static_cast<double>(m_width) * m_height; }
+};
+
+/// The bands of a window's pixels, read at once. Only within a GdalScope.
+template <typename Sample> // unsigned char or double
+class WindowSamples
+{
+public:
+    WindowSamples(GDALDataset& dataset, const BandPlan& plan) : m_dataset(dataset), m_plan(plan) {}
+
+    /// @return false when the file cannot be read there
+    bool Read(const RasterWindow& window);
+
+    /// The values of a pixel of the window, in the order of the plan's bands.
+    const Sample* At(int column, int row) const { return &m_values[Index(column, row) * Bands()]; }
+    /// 0 where the raster's mask says that there is nothing.
+    unsigned char MaskAt(int column, int row) const
+    {
+        return m_plan.m_hasMask ? m_mask[Index(column, row)] : 255;
+    }
+
+private:
+    std::size_t Bands() const { return m_plan.m_bands.size(); }
+    std::size_t Index(int column, int row) const
+    {
+        return static_cast<std::size_t>(row - m_window.m_top) *
+                   static_cast<std::size_t>(m_window.m_width) +
+               static_cast<std::size_t>(column - m_window.m_left);
+    }
+
+    GDALDataset& m_dataset;
+    const BandPlan& m_plan;
+    RasterWindow m_window = {};
+    std::vector<Sample> m_values;
+    std::vector<unsigned char> m_mask;
+};
+
+extern template class WindowSamples<unsigned char>;
+extern template class WindowSamples<double>;
+
+} // namespace KxC

@@ -1,0 +1,174 @@
+// SPDX-License-Identifier: MIT
+#include "MbTilesPack.h"
+
+#include "KxImgUtility.h"
+#include "PackBounds.h"
+
+#include <sys/stat.h>
+
+#include <array>
+#include <optional>
+#include <utility>
+
+namespace KxC {
+
+namespace {
+
+/// Connections kept for the next read, with some hundred kilobytes each.
+constexpr std::size_t kMaxIdle = 16;
+
+/// `path` as a URI, so that nothing in it is taken for anything else.
+std::string UriOf(const std::string& path)
+{
+    // Two slashes begin a host's name, which is empty here.
+    std::string uri = path.starts_with('/') ? "file://" : "file:";
+    for (const char character : path) {
+        if (character == '%')
+            uri += "%25";
+        else if (character == '?')
+            uri += "%3f";
+        else if (character == '#')
+            uri += "%23";
+        else
+            uri += character;
+    }
+    return uri;
+}
+
+bool HasContent(const std::string& path)
+{
+    struct stat status = {};
+    return ::stat(path.c_str(), &status) == 0 && status.st_size > 0;
+}
+
+/// Whether the database keeps its changes in a log beside it.
+bool HasLog(const PackFile& file)
+{
+    std::array<unsigned char, 20> start{};
+    constexpr unsigned char kWriteAhead = 2;
+    return file.Read(0, start) && start[18] == kWriteAhead;
+}
+
+/// SQLite makes files beside a database with a log even where it only reads. Where no log is there
+/// nobody is writing, and the database can be read like a file that does not change.
+std::string NameFor(const std::string& path, const PackFile& file)
+{
+    const bool atRest = HasLog(file) && !HasContent(path + "-wal");
+    return UriOf(path) + (atRest ? "?immutable=1" : "");
+}
+
+bool IsBlock(const long long (&edges)[4], int level)
+{
+    const long long last = (1LL << level) - 1;
+    return edges[0] >= 0 && edges[0] <= edges[1] && edges[1] <= last && edges[2] >= 0 &&
+           edges[2] <= edges[3] && edges[3] <= last;
+}
+
+} // namespace
+
+MbTilesPack::MbTilesPack(const std::string& path, const PackFile& file)
+    : m_name(NameFor(path, file))
+{
+    m_idle.reserve(kMaxIdle); // giving back must not fail
+    auto connection = std::make_unique<MbTilesConnection>(m_name);
+    FindLevels(*connection);
+    CheckFormat(*connection);
+    FindBounds(*connection);
+    GiveBack(std::move(connection));
+}
+
+void MbTilesPack::FindLevels(MbTilesConnection& connection)
+{
+    long long first = 0;
+    long long last = 0;
+    const bool found =
+        connection.ReadNumbers("SELECT zoom_level FROM tiles WHERE zoom_level BETWEEN 0 AND 30"
+                               " ORDER BY zoom_level LIMIT 1",
+                               0,
+                               &first,
+                               1) &&
+        connection.ReadNumbers("SELECT zoom_level FROM tiles WHERE zoom_level BETWEEN 0 AND 30"
+                               " ORDER BY zoom_level DESC LIMIT 1",
+                               0,
+                               &last,
+                               1);
+    if (!found || first < 0 || last > TileAddress::kMaxLevel || first > last)
+        throw PackError("it holds no tiles that can be read");
+    m_nMinLevel = static_cast<int>(first);
+    m_nMaxLevel = static_cast<int>(last);
+}
+
+void MbTilesPack::CheckFormat(MbTilesConnection& connection) const
+{
+    std::string format;
+    connection.ReadText("SELECT value FROM metadata WHERE name = 'format' LIMIT 1", format);
+    if (format == "pbf" || format == "mvt")
+        throw PackError("its tiles are vectors, not pictures");
+    long long place[2] = {};
+    if (!connection.ReadNumbers(
+            "SELECT tile_column, tile_row FROM tiles WHERE zoom_level = ?1 LIMIT 1",
+            m_nMinLevel,
+            place,
+            2))
+        throw PackError("it holds no tiles that can be read");
+    TileBytes bytes;
+    const TileAddress address{m_nMinLevel, static_cast<int>(place[1]), static_cast<int>(place[0])};
+    if (connection.ReadTile(address, bytes) == PackRead::Tile &&
+        KxImgUtility::TellImgExt(bytes.Data(), bytes.Size()).IsEmpty() != 0)
+        throw PackError("its tiles are of another kind than PNG, JPEG and WebP");
+}
+
+void MbTilesPack::FindBounds(MbTilesConnection& connection)
+{
+    std::string text;
+    connection.ReadText("SELECT value FROM metadata WHERE name = 'bounds' LIMIT 1", text);
+    std::optional<KxRect2d> bounds = ParseBounds(text);
+    long long edges[4] = {};
+    if (!bounds &&
+        connection.ReadNumbers("SELECT min(tile_row), max(tile_row), min(tile_column),"
+                               " max(tile_column) FROM tiles WHERE zoom_level = ?1",
+                               m_nMaxLevel,
+                               edges,
+                               4) &&
+        IsBlock(edges, m_nMaxLevel))
+        bounds = BoundsOfTiles(m_nMaxLevel,
+                               {static_cast<int>(edges[0]),
+                                static_cast<int>(edges[1]),
+                                static_cast<int>(edges[2]),
+                                static_cast<int>(edges[3])});
+    m_bounds = bounds.value_or(WorldBounds());
+}
+
+PackRead MbTilesPack::Read(const TileAddress& address, TileBytes& bytes)
+try {
+    if (!address.IsOnGrid())
+        return PackRead::None;
+    std::unique_ptr<MbTilesConnection> connection = Borrow();
+    const PackRead result = connection->ReadTile(address, bytes);
+    GiveBack(std::move(connection));
+    return result;
+} catch (const PackError&) {
+    return PackRead::Failed;
+}
+
+std::unique_ptr<MbTilesConnection> MbTilesPack::Borrow()
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (!m_idle.empty()) {
+            std::unique_ptr<MbTilesConnection> connection = std::move(m_idle.back());
+            m_idle.pop_back();
+            return connection;
+        }
+    }
+    return std::make_unique<MbTilesConnection>(m_name);
+}
+
+void MbTilesPack::GiveBack(std::unique_ptr<MbTilesConnection> connection)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_idle.size() < kMaxIdle)
+        m_idle.push_back(std::move(connection));
+}
+
+} // namespace KxC

@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "TransformGrid.h"
+
+#include <cstddef>
+#include <utility>
+#include <vector>
+
+namespace KxC {
+
+class MosaicTiles;
+
+/// The places of a mosaic's pixels, row by row: such that each takes the source pixel that its
+/// transformed position lies in, while few positions are transformed. Along a row, places are
+/// interpolated between transformed ones with a bound on their error; where the bound leaves the
+/// source pixel open, the position itself is transformed.
+/// docs/decisions/0008-mosaic-sampling.md states the bound.
+class MosaicRows
+{
+public:
+    /// @param grid  must outlive this
+    /// @param xs    of the columns, as SamplePositions makes them
+    MosaicRows(const TransformGrid& grid, std::vector<double> xs);
+
+    /// The places of one row, until the next call.
+    /// @param tiles  asked for tiles that the row lies in
+    const std::vector<GridPosition>& PlacesAt(double y, MosaicTiles& tiles);
+
+private:
+    /// Columns from m_first to m_first + 4 x m_spacing, with a node at each multiple of m_spacing.
+    struct Stretch
+    {
+        std::size_t m_first;
+        std::size_t m_spacing;
+
+        std::size_t Node(std::size_t i) const { return m_first + i * m_spacing; }
+        std::size_t End() const { return Node(4); }
+    };
+    /// The most by which interpolated places are off, in tiles.
+    struct Error
+    {
+        double m_col;
+        double m_row;
+    };
+
+    void Want(std::size_t first, std::size_t end);
+    void Transform(double y);
+    void PutStretches();
+    void TransformNodes(double y);
+    void Decide();
+    void SplitUp(const Stretch& stretch);
+    bool BoundError(const Stretch& stretch, Error& error) const;
+    double BoundAlong(double GridPosition::*axis, const Stretch& stretch) const;
+    void Interpolate(const Stretch& stretch, const Error& error, MosaicTiles& tiles);
+
+    const TransformGrid& m_grid;
+    std::vector<double> m_xs;
+    double m_wobble; ///< the most by which columns are off from even spacing, in columns
+    bool m_nearest;
+    std::vector<GridPosition> m_places;
+    std::vector<bool> m_exact; ///< columns that are transformed, or will be
+    std::vector<Stretch> m_open;
+    std::vector<std::pair<Stretch, Error>> m_decided;
+    std::vector<std::size_t> m_wanted; ///< columns to transform
+    std::vector<double> m_wantedXs;
+    std::vector<GridPosition> m_wantedPlaces;
+};
+
+} // namespace KxC

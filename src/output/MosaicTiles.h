@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "RasterSource.h"
+#include "TileRange.h"
+
+#include <memory>
+#include <unordered_map>
+#include <vector>
+
+namespace KxC {
+
+/// The raster tiles under a mosaic, read when an output row first needs them and let go of when no
+/// recent row did: so a mosaic holds about one row of tiles, however many lie under it.
+/// For one thread, inside an operation during which nobody else takes tiles from the memory cache
+/// on that thread: letting go of its own lets go of theirs.
+class MosaicTiles
+{
+public:
+    /// More tiles than 64 million pixels take at any latitude up to 89.9 degrees.
+    static constexpr long long kMaxTiles = 1 << 22;
+
+    /// @param raster  must outlive this
+    /// @param range   at most kMaxTiles
+    MosaicTiles(const RasterSource& raster, const TileRange& range, int level);
+
+    /// The picture of a tile, valid until the end of the row; null outside the range and where
+    /// there is none.
+    const KxImageData* ImageAt(int row, int col)
+    {
+        if (row != m_lastRow || col != m_lastCol)
+            GoTo(row, col);
+        return m_lastImage;
+    }
+
+    /// Ends an output row.
+    void EndRow();
+
+    /// Asks for the tiles that no row needed, as far as they decide on HasImage and NeedsAlpha.
+    void AskTheRest();
+
+    /// Whether some tile asked for so far has a picture.
+    bool HasImage() const { return m_hasImage; }
+    /// Whether some tile asked for so far has an alpha channel or no picture.
+    bool NeedsAlpha() const { return m_needsAlpha; }
+
+private:
+    struct Tile
+    {
+        const KxImageData* m_image = nullptr;
+        std::unique_ptr<KxWMImageTileData> m_own; ///< null where the memory cache owns it
+        bool m_pinned = false;
+        long long m_usedIn = 0; ///< the last output row that it was needed in
+    };
+
+    void GoTo(int row, int col);
+    Tile Ask(int row, int col);
+    Tile Hold(KxWMImageTileData* pinned);
+    SourceTile AddressOf(long long place) const;
+    void DropUnused();
+    void PinAgain();
+
+    const RasterSource& m_raster;
+    TileRange m_range;
+    int m_level;
+    bool m_cached; ///< whether tiles that are read go to the memory cache
+    bool m_hasImage = false;
+    bool m_needsAlpha = false;
+    long long m_outputRow = 0;
+    std::size_t m_pins = 0; ///< taken since the thread last let go of its tiles
+    std::vector<bool> m_asked;
+    std::unordered_map<long long, Tile> m_tiles; ///< by place in the range
+    /// What the last call of ImageAt found.
+    int m_lastRow = -1;
+    int m_lastCol = -1;
+    const KxImageData* m_lastImage = nullptr;
+};
+
+} // namespace KxC

@@ -1,0 +1,143 @@
+// SPDX-License-Identifier: MIT
+#include "jobs/TileJob.h"
+
+#include "Command.h"
+#include "support/TempFolder.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdio>
+#include <latch>
+#include <mutex>
+#include <set>
+#include <stdexcept>
+#include <thread>
+#include <tuple>
+
+namespace KxTileHost {
+namespace {
+
+const GeoBounds kWorld{-180.0, -90.0, 180.0, 90.0};
+
+TileJobOptions Threads(int count)
+{
+    TileJobOptions options;
+    options.m_threads = count;
+    return options;
+}
+
+TEST(TileJob, WorksOnEachTileOnce)
+{
+    std::mutex mutex;
+    std::multiset<std::tuple<int, int, int>> seen;
+    const TileList tiles(kWorld, {0, 4});
+    const TileJobEnd end = RunTileJob(
+        tiles,
+        [&](const HostTile& tile) {
+            const std::lock_guard<std::mutex> lock(mutex);
+            seen.emplace(tile.m_z, tile.m_y, tile.m_x);
+            return TileResult{TileOutcome::Made, 10, {}};
+        },
+        Threads(8));
+    EXPECT_EQ(end.m_counts.m_made, 341U); // 1 + 4 + 16 + 64 + 256
+    EXPECT_EQ(end.m_counts.m_madeBytes, 3410U);
+    EXPECT_EQ(seen.size(), 341U);
+    EXPECT_EQ(std::set(seen.begin(), seen.end()).size(), 341U);
+    EXPECT_FALSE(end.m_isInterrupted);
+}
+
+TEST(TileJob, WorksOnSeveralTilesAtOnce)
+{
+    constexpr int kThreads = 3;
+    std::latch allIn(kThreads); // never opens unless three work at a time
+    const TileJobEnd end = RunTileJob(
+        TileList({{0, 0, 0}, {0, 0, 1}, {1, 0, 1}}),
+        [&](const HostTile&) {
+            allIn.arrive_and_wait();
+            return TileResult{TileOutcome::Made, 0, {}};
+        },
+        Threads(kThreads));
+    EXPECT_EQ(end.m_counts.m_made, 3U);
+}
+
+TEST(TileJob, GoesOnPastFailuresAndListsThem)
+{
+    const KxC::TempFolder folder;
+    TileJobOptions options = Threads(2);
+    options.m_failedList = folder.File("failed");
+    const TileJobEnd end = RunTileJob(
+        TileList(kWorld, {2, 2}),
+        [](const HostTile& tile) -> TileResult {
+            if (tile.m_x == 0)
+                throw std::runtime_error("thrown");
+            if (tile.m_x == 1)
+                return {TileOutcome::Failed, 0, "told"};
+            return {tile.m_x == 2 ? TileOutcome::Hole : TileOutcome::Kept, 7, {}};
+        },
+        options);
+    EXPECT_EQ(end.m_counts.m_failed, 8U);
+    EXPECT_EQ(end.m_counts.m_holes, 4U);
+    EXPECT_EQ(end.m_counts.m_kept, 4U);
+    EXPECT_EQ(end.m_counts.m_madeBytes, 0U) << "nothing was made";
+    EXPECT_TRUE(end.m_isListWritten);
+    EXPECT_EQ(ReadTileList(options.m_failedList).size(), 8U);
+}
+
+TEST(TileJob, DoesNothingWithAnEmptyList)
+{
+    const TileJobEnd end = RunTileJob(
+        TileList(std::vector<HostTile>{}),
+        [](const HostTile&) -> TileResult { throw std::logic_error("no tile to work on"); },
+        Threads(4));
+    EXPECT_EQ(end.m_counts.Done(), 0U);
+}
+
+TEST(TileJob, BeginsNoTileAfterASignal)
+{
+    for (const int signal : {SIGINT, SIGTERM}) {
+        std::atomic<int> begun{0};
+        const TileJobEnd end = RunTileJob(
+            TileList(kWorld, {0, 30}),
+            [&](const HostTile&) {
+                // To the process, as a terminal does.
+                if (begun.fetch_add(1) == 5)
+                    ::kill(::getpid(), signal);
+                return TileResult{TileOutcome::Made, 1, {}};
+            },
+            Threads(2));
+        EXPECT_TRUE(end.m_isInterrupted);
+        EXPECT_EQ(end.m_counts.m_made, static_cast<std::uint64_t>(begun.load()));
+    }
+}
+
+TEST(TileJobDeathTest, EndsThoughWorkIsStuck)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto stuck = [] {
+        TileJobOptions options = Threads(2);
+        options.m_onAbandon = [](const std::vector<HostTile>& inWork) {
+            std::fprintf(stderr, "%zu in work, ", inWork.size());
+        };
+        options.m_onEnd = [](const TileJobEnd& end) {
+            std::fprintf(stderr, "interrupted %d", end.m_isInterrupted ? 1 : 0);
+        };
+        std::atomic<int> begun{0};
+        std::latch never(1);
+        RunTileJob(
+            TileList(kWorld, {0, 30}),
+            [&](const HostTile&) -> TileResult {
+                if (begun.fetch_add(1) == 1)
+                    ::kill(::getpid(), SIGTERM);
+                never.wait();
+                return {};
+            },
+            options);
+    };
+    EXPECT_EXIT(stuck(), ::testing::ExitedWithCode(130), "2 in work, interrupted 1");
+}
+
+} // namespace
+} // namespace KxTileHost
