@@ -789,6 +789,25 @@ class Connections(ServeTestCase):
         for connection in idle:
             connection.close()
 
+    def test_that_all_ask_at_once_are_all_answered(self):
+        gateway = self.serve(self.definition("plain"))
+        tile = gateway.get("/plain/3/4/2.png").body
+        request = b"GET /plain/3/4/2.png HTTP/1.1\r\nHost: x\r\n\r\n"
+        asking = [socket.create_connection((gateway.address.hostname, gateway.address.port),
+                                           DEADLINE) for _ in range(300)]
+        for _ in range(3):
+            # Requests pile up while the process stands still, so that its loop meets all at once.
+            gateway.process.send_signal(signal.SIGSTOP)
+            for end in asking:
+                end.sendall(request)
+            gateway.process.send_signal(signal.SIGCONT)
+            for end in asking:
+                response = http.client.HTTPResponse(end)
+                response.begin()
+                self.assertEqual((response.status, response.read()), (200, tile))
+        for end in asking:
+            end.close()
+
     def test_are_kept_alive(self):
         gateway = self.serve(self.definition("plain"))
         connection = gateway.connect()
