@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "serve/Connections.h"
 
+#include <poll.h>
 #include <sys/socket.h>
 
 #include <iterator>
+#include <vector>
 
 namespace KxTileHost::Serve {
 
@@ -47,6 +49,20 @@ void Connections::Close(Handle connection)
     (connection->m_isBusy ? m_busy : m_idle).erase(connection);
 }
 
+/// A request that ends in the middle, with the end of the connection behind it, reaches the event
+/// loop as one event: it reads what came and learns of the end no more.
+void Connections::CutHungUp()
+{
+    std::vector<pollfd> sockets;
+    for (const Entry& entry : m_idle)
+        sockets.push_back({entry.m_socket, POLLRDHUP, 0});
+    if (::poll(sockets.data(), sockets.size(), 0) <= 0)
+        return;
+    for (const pollfd& socket : sockets)
+        if ((socket.revents & (POLLRDHUP | POLLHUP | POLLERR)) != 0)
+            ::shutdown(socket.fd, SHUT_RDWR);
+}
+
 void Connections::CutLate(Clock::time_point now)
 {
     const std::lock_guard guard(m_lock);
@@ -55,6 +71,7 @@ void Connections::CutLate(Clock::time_point now)
             break;
         ::shutdown(entry.m_socket, SHUT_RDWR);
     }
+    CutHungUp();
     for (const Entry& entry : m_busy) {
         if (now - entry.m_since <= m_limits.m_request)
             break;

@@ -42,13 +42,16 @@ public:
     /// To be called before the socket is closed.
     void Close(Handle connection);
 
-    /// Cuts what takes longer than the limits allow.
+    /// Cuts what takes longer than the limits allow, and idle ones that the other end has left.
+    /// To be called now and then.
     void CutLate(Clock::time_point now);
 
     std::size_t Count() const;
     std::size_t Busy() const;
 
 private:
+    void CutHungUp();
+
     const Limits m_limits;
     mutable std::mutex m_lock;
     /// Both in the order of m_since, the oldest in front.

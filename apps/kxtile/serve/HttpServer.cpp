@@ -14,6 +14,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <condition_variable>
 #include <cstring>
@@ -37,7 +38,10 @@ struct HttpServer::State
     std::condition_variable changed{};
     std::size_t inFlight = 0;
     bool ends = false;
+    std::atomic<bool> loops{true};
+    std::atomic<bool> listens{true};
     std::thread watch{};
+    std::thread loop{};
 };
 
 namespace {
@@ -295,7 +299,7 @@ MHD_Daemon* Start(HttpServer::State& state)
     const HttpOptions& options = state.options;
     sockaddr_storage address{};
     FillAddress(address, options);
-    unsigned int flags = MHD_USE_EPOLL_INTERNAL_THREAD | MHD_ALLOW_SUSPEND_RESUME | MHD_USE_ITC;
+    unsigned int flags = MHD_USE_EPOLL | MHD_ALLOW_SUSPEND_RESUME | MHD_USE_ITC;
     if (address.ss_family == AF_INET6)
         flags |= MHD_USE_IPv6;
     const auto connections = static_cast<unsigned int>(options.m_connections.m_count) + kSlack;
@@ -306,12 +310,8 @@ MHD_Daemon* Start(HttpServer::State& state)
          nullptr},
         {MHD_OPTION_CONNECTION_MEMORY_LIMIT, static_cast<intptr_t>(kHeadBytes), nullptr},
         {MHD_OPTION_LISTEN_BACKLOG_SIZE, static_cast<intptr_t>(kBacklog), nullptr},
-        {MHD_OPTION_LISTENING_ADDRESS_REUSE, 1, nullptr},
         {MHD_OPTION_SIGPIPE_HANDLED_BY_APP, 1, nullptr},
     };
-    if (options.m_loops > 1)
-        items.push_back(
-            {MHD_OPTION_THREAD_POOL_SIZE, static_cast<intptr_t>(options.m_loops), nullptr});
     items.push_back({MHD_OPTION_END, 0, nullptr});
     return MHD_start_daemon(flags,
                             options.m_port,
@@ -333,6 +333,29 @@ MHD_Daemon* Start(HttpServer::State& state)
                             MHD_OPTION_ARRAY,
                             items.data(),
                             MHD_OPTION_END);
+}
+
+/// Reads and writes all connections. The library's own loop would do so but for one flaw: when 128
+/// connections at once have something to read, it waits for yet another before it reads any.
+void RunLoop(HttpServer::State& state)
+{
+    constexpr unsigned long long kLongestMs = 200; // until the end is noticed
+    const MHD_DaemonInfo* const info = MHD_get_daemon_info(state.daemon, MHD_DAEMON_INFO_EPOLL_FD);
+    pollfd events{info->epoll_fd, POLLIN, 0};
+    bool listens = true;
+    while (state.loops) {
+        MHD_UNSIGNED_LONG_LONG wait = kLongestMs;
+        if (MHD_get_timeout(state.daemon, &wait) == MHD_NO || wait > kLongestMs)
+            wait = kLongestMs;
+        ::poll(&events, 1, static_cast<int>(wait));
+        if (listens && !state.listens) {
+            listens = false;
+            const MHD_socket socket = MHD_quiesce_daemon(state.daemon);
+            if (socket != MHD_INVALID_SOCKET)
+                ::close(socket);
+        }
+        MHD_run(state.daemon);
+    }
 }
 
 void CutLateOnes(HttpServer::State& state)
@@ -358,6 +381,8 @@ HttpServer::HttpServer(const HttpOptions& options, RequestHandler& handler, Work
                                        options.m_port,
                                        std::generic_category().message(errno)),
                            "Choose another port with --port; 0 lets the system choose.");
+    m_port = MHD_get_daemon_info(m_state->daemon, MHD_DAEMON_INFO_BIND_PORT)->port;
+    m_state->loop = std::thread([this] { RunLoop(*m_state); });
     m_state->watch = std::thread([this] { CutLateOnes(*m_state); });
 }
 
@@ -369,12 +394,14 @@ HttpServer::~HttpServer()
         m_state->changed.notify_all();
     }
     m_state->watch.join();
+    m_state->loops = false;
+    m_state->loop.join();
     MHD_stop_daemon(m_state->daemon);
 }
 
 std::uint16_t HttpServer::Port() const
 {
-    return MHD_get_daemon_info(m_state->daemon, MHD_DAEMON_INFO_BIND_PORT)->port;
+    return m_port;
 }
 
 std::size_t HttpServer::ConnectionCount() const
@@ -390,9 +417,7 @@ std::size_t HttpServer::InFlight() const
 
 void HttpServer::StopListening()
 {
-    const MHD_socket socket = MHD_quiesce_daemon(m_state->daemon);
-    if (socket != MHD_INVALID_SOCKET)
-        ::close(socket);
+    m_state->listens = false;
 }
 
 bool HttpServer::WaitForRequests(std::chrono::steady_clock::time_point deadline)

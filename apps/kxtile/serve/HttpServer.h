@@ -17,7 +17,6 @@ struct HttpOptions
 {
     std::string m_address = "127.0.0.1"; ///< IPv4 or IPv6
     std::uint16_t m_port = 0;            ///< 0 lets the system choose
-    int m_loops = 1;                     ///< threads that read and write
     std::string m_serverName;
     Connections::Limits m_connections;
 };
@@ -49,6 +48,7 @@ public:
 
 private:
     std::unique_ptr<State> m_state;
+    std::uint16_t m_port = 0;
 };
 
 } // namespace KxTileHost::Serve

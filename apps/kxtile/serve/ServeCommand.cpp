@@ -46,7 +46,6 @@ struct ServeArguments
     int m_workers =
         std::max(kThreadsAtLeast, 2 * static_cast<int>(std::thread::hardware_concurrency()));
     int m_queue = 1000;
-    int m_loops = 1;
     double m_outputMemory = 256;
     double m_sourceMemory = 256;
     int m_maxAge = 3600;
@@ -84,7 +83,6 @@ Serve::GatewayOptions ToOptions(const GlobalOptions& global, const ServeArgument
     options.m_json = global.m_json;
     options.m_http.m_address = arguments.m_bind;
     options.m_http.m_port = static_cast<std::uint16_t>(arguments.m_port);
-    options.m_http.m_loops = arguments.m_loops;
     options.m_http.m_serverName = "kxtile/" KXTILE_VERSION;
     options.m_http.m_connections.m_count = static_cast<std::size_t>(arguments.m_connections);
     options.m_http.m_connections.m_idle = std::chrono::seconds(arguments.m_idleSeconds);
@@ -138,9 +136,6 @@ void AddResourceOptions(CLI::App& command, ServeArguments& arguments)
         ->capture_default_str();
     command.add_option("--queue", arguments.m_queue, "Tiles that may wait for a worker")
         ->check(CLI::Range(1, 1000000))
-        ->capture_default_str();
-    command.add_option("--loops", arguments.m_loops, "Threads that read and write connections")
-        ->check(CLI::Range(1, 64))
         ->capture_default_str();
     command.add_option("--output-memory", arguments.m_outputMemory, "Encoded tiles in memory, MiB")
         ->check(CLI::Range(0.0, 1048576.0))

@@ -45,6 +45,12 @@ std::string MimeOfPicture(const Body& body)
     return mime.empty() ? "image/gif" : mime;
 }
 
+TileRequest AsNatural(TileRequest tile)
+{
+    tile.m_format = TileFormat::Natural;
+    return tile;
+}
+
 /// Brings a tile into a format.
 /// @return false when it does not decode
 bool Convert(MadeTile& made, TileFormat format)
@@ -76,7 +82,7 @@ Outcome TileService::Tile(const SourcePtr& source, const TileRequest& tile)
 {
     Outcome outcome;
     outcome.m_label = "tile";
-    outcome.m_answer = m_kept.Find({source->m_generation, tile});
+    outcome.m_answer = FindAnswer(*source, tile);
     if (outcome.m_answer != nullptr) {
         m_metrics.NoteTile(kOutput);
         return outcome;
@@ -89,6 +95,16 @@ Outcome TileService::Tile(const SourcePtr& source, const TileRequest& tile)
     outcome.m_lane = source->m_id;
     outcome.m_work = [this, source, tile] { return Work(*source, tile); };
     return outcome;
+}
+
+/// The tile, or the natural one where that has the format.
+AnswerPtr TileService::FindAnswer(const Source& source, const TileRequest& tile)
+{
+    AnswerPtr kept = m_kept.Find({source.m_generation, tile});
+    if (kept != nullptr || tile.m_format == TileFormat::Natural)
+        return kept;
+    kept = m_kept.Find({source.m_generation, AsNatural(tile)});
+    return kept != nullptr && kept->m_contentType == MimeOf(tile.m_format) ? kept : nullptr;
 }
 
 Outcome TileService::RawTile(const SourcePtr& source, const TileRequest& tile)
@@ -124,7 +140,7 @@ AnswerPtr TileService::WorkRaw(const Source& source, const TileRequest& tile) co
     return AnswerOf(source, tile, std::move(made), MillisecondsSince(start));
 }
 
-/// What is kept on disk, or in memory in the natural format.
+/// What is kept on disk, or in the natural format in either place.
 MadeTile TileService::FindKept(const Source& source, const TileRequest& tile)
 {
     MadeTile kept;
@@ -132,17 +148,29 @@ MadeTile TileService::FindKept(const Source& source, const TileRequest& tile)
     if (!AreKeptAsSourceTile(source, tile))
         kept.m_bytes = LoadOutput(source, tile);
     if (kept.m_bytes == nullptr && tile.m_format != TileFormat::Natural) {
-        TileRequest natural = tile;
-        natural.m_format = TileFormat::Natural;
-        const AnswerPtr answer = m_kept.Find({source.m_generation, natural});
-        if (answer != nullptr)
-            kept.m_bytes = Transcode(answer->m_body.Data(), answer->m_body.Size(), tile.m_format);
+        kept.m_bytes = FindNatural(source, tile);
         if (kept.m_bytes != nullptr)
             SaveOutput(source, tile, *kept.m_bytes);
     }
     if (kept.m_bytes != nullptr)
         kept.m_outcome = MadeTile::kTile;
     return kept;
+}
+
+/// The natural one of what is kept, brought into the tile's format.
+std::unique_ptr<KxC::KxRawData> TileService::FindNatural(const Source& source,
+                                                         const TileRequest& tile)
+{
+    const TileRequest natural = AsNatural(tile);
+    if (const AnswerPtr answer = m_kept.Find({source.m_generation, natural}))
+        return Transcode(answer->m_body.Data(), answer->m_body.Size(), tile.m_format);
+    if (AreKeptAsSourceTile(source, natural))
+        return nullptr;
+    MadeTile kept;
+    kept.m_bytes = LoadOutput(source, natural);
+    if (kept.m_bytes != nullptr)
+        Convert(kept, tile.m_format);
+    return std::move(kept.m_bytes);
 }
 
 MadeTile TileService::MakeAnew(const Source& source, const TileRequest& tile) const

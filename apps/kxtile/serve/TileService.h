@@ -9,6 +9,7 @@
 #include "serve/TileMaker.h"
 
 #include <cstddef>
+#include <memory>
 #include <string>
 
 namespace KxTileHost::Serve {
@@ -38,6 +39,8 @@ public:
 private:
     AnswerPtr Work(const Source& source, const TileRequest& tile);
     AnswerPtr WorkRaw(const Source& source, const TileRequest& tile) const;
+    AnswerPtr FindAnswer(const Source& source, const TileRequest& tile);
+    std::unique_ptr<KxC::KxRawData> FindNatural(const Source& source, const TileRequest& tile);
     MadeTile FindKept(const Source& source, const TileRequest& tile);
     MadeTile MakeAnew(const Source& source, const TileRequest& tile) const;
     void Keep(const TileKey& key, const Answer& made);
