@@ -6,6 +6,7 @@
 #include "KxImgUtility.h"
 #include "KxWMTileDataCache.h"
 #include "OutputFile.h"
+#include "PictureFile.h"
 #include "SourceArgument.h"
 
 #include <CLI/CLI.hpp>
@@ -25,6 +26,7 @@ namespace {
 struct SheetArguments
 {
     std::vector<std::string> m_sources;
+    std::vector<std::string> m_pictures;
     std::string m_address;
     std::string m_output = "sheet.png";
     std::string m_tileFolder;
@@ -89,6 +91,20 @@ SheetPanel PanelOf(const SheetRow& row)
     return panel;
 }
 
+/// A picture that is a file already, such as a tile of a tree or a mosaic.
+SheetPanel PanelOfPicture(const std::string& path)
+{
+    PictureFile picture = ReadPictureFile(path);
+    SheetPanel panel;
+    panel.m_title = std::filesystem::path(path).filename().string();
+    panel.m_detail = fmt::format("{} x {}, {} bytes",
+                                 picture.m_image->GetWidth(),
+                                 picture.m_image->GetHeight(),
+                                 picture.m_size);
+    panel.m_image = std::move(picture.m_image);
+    return panel;
+}
+
 class SheetRun
 {
 public:
@@ -111,16 +127,18 @@ public:
         std::vector<SheetPanel> panels;
         for (const std::string& source : m_arguments.m_sources)
             panels.push_back(PanelOfSource(source));
+        for (const std::string& path : m_arguments.m_pictures)
+            panels.push_back(PanelOfPicture(path));
         WriteSheet(panels);
         const std::string failure = m_failures == 0
                                         ? std::string()
                                         : fmt::format("{} of {} sources have no tile on the sheet",
                                                       m_failures,
-                                                      panels.size());
+                                                      m_arguments.m_sources.size());
         if (m_options.m_json)
             PrintAnswer(failure);
         else
-            fmt::print("{}: {} sources side by side\n", m_arguments.m_output, panels.size());
+            fmt::print("{}: {} pictures side by side\n", m_arguments.m_output, panels.size());
         if (m_failures > 0)
             throw CommandError(m_exitCode, m_options.m_json ? std::string() : failure);
     }
@@ -234,6 +252,11 @@ void AddSheetCommand(CLI::App& app, const GlobalOptions& options)
         ->required();
     command->add_option("-o,--output", arguments->m_output, "The sheet (.png, .jpg, .webp, .tif)")
         ->capture_default_str();
+    command
+        ->add_option("--picture",
+                     arguments->m_pictures,
+                     "Picture file to show beside them; may be given again")
+        ->allow_extra_args(false);
     command->add_option("--tiles", arguments->m_tileFolder, "Folder to write the tiles to as well");
     command->add_flag(
         "--again", arguments->m_throughCaches, "Fetch each tile again from memory and from disk");

@@ -409,6 +409,18 @@ class KxtileTest(KxtileTestCase):
         self.assertGreater(height, 2 * 256)
         self.assertEqual(len(list((self.folder / "tiles").iterdir())), 6)
 
+    def test_sheet_shows_picture_files_beside_sources(self):
+        self.kxtile("tile", f"{SOURCES}/xyz.toml", "4/3/3", "-o", "own.png")
+        self.kxtile("sheet", f"{SOURCES}/xyz.toml", "--at", "4/3/3", "--picture", "own.png",
+                    "--picture", "own.png", "-o", "three.png")
+        self.assertEqual(png_size(self.folder / "three.png")[0], 3 * 270 + 14)
+        (self.folder / "words.png").write_text("no picture")
+        for name in ("words.png", "none.png"):
+            done = self.kxtile("sheet", f"{SOURCES}/xyz.toml", "--at", "4/3/3", "--picture", name,
+                               "-o", "none-of-it.png", status=1)
+            self.assertIn(name.encode(), done.stderr)
+        self.assertFalse((self.folder / "none-of-it.png").exists())
+
     def test_sheet_goes_on_past_sources_that_fail(self):
         missing = self.url("/status/404/{$z}/{$x}/{$y}")
         self.kxtile("sheet", missing, f"{SOURCES}/xyz.toml", "--at", "4/3/3", "-o", "a.png",
