@@ -10,6 +10,7 @@
 #include <microhttpd.h>
 #include <netinet/in.h>
 #include <poll.h>
+#include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -42,6 +43,7 @@ struct HttpServer::State
     std::atomic<bool> listens{true};
     std::thread watch{};
     std::thread loop{};
+    int wake = ::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC); ///< ends the loop's wait
 };
 
 namespace {
@@ -80,6 +82,18 @@ std::string TextOf(const sockaddr_storage& address)
                                                                                    : text.data();
 }
 
+void Wake(const HttpServer::State& state)
+{
+    const std::uint64_t one = 1;
+    static_cast<void>(!::write(state.wake, &one, sizeof(one))); // full: it wakes anyhow
+}
+
+void DrainWakes(const HttpServer::State& state)
+{
+    std::uint64_t wakes = 0;
+    static_cast<void>(!::read(state.wake, &wakes, sizeof(wakes)));
+}
+
 /// A request from its headers to the end of its answer.
 class Exchange : public Waiter
 {
@@ -109,7 +123,9 @@ public:
     {
         m_answer = std::move(answer);
         m_isAnswered = true;
+        HttpServer::State& state = m_state; // the exchange may be gone after the next line
         MHD_resume_connection(m_connection);
+        Wake(state);
     }
 
     bool IsGone() const noexcept override
@@ -339,15 +355,18 @@ MHD_Daemon* Start(HttpServer::State& state)
 /// connections at once have something to read, it waits for yet another before it reads any.
 void RunLoop(HttpServer::State& state)
 {
-    constexpr unsigned long long kLongestMs = 200; // until the end is noticed
+    constexpr unsigned long long kLongestMs = 1000;
     const MHD_DaemonInfo* const info = MHD_get_daemon_info(state.daemon, MHD_DAEMON_INFO_EPOLL_FD);
-    pollfd events{info->epoll_fd, POLLIN, 0};
+    std::array<pollfd, 2> events{{{info->epoll_fd, POLLIN, 0}, {state.wake, POLLIN, 0}}};
     bool listens = true;
     while (state.loops) {
         MHD_UNSIGNED_LONG_LONG wait = kLongestMs;
         if (MHD_get_timeout(state.daemon, &wait) == MHD_NO || wait > kLongestMs)
             wait = kLongestMs;
-        ::poll(&events, 1, static_cast<int>(wait));
+        if (wait > 0)
+            ::poll(events.data(), events.size(), static_cast<int>(wait));
+        if (events[1].revents != 0)
+            DrainWakes(state);
         if (listens && !state.listens) {
             listens = false;
             const MHD_socket socket = MHD_quiesce_daemon(state.daemon);
@@ -395,8 +414,10 @@ HttpServer::~HttpServer()
     }
     m_state->watch.join();
     m_state->loops = false;
+    Wake(*m_state);
     m_state->loop.join();
     MHD_stop_daemon(m_state->daemon);
+    ::close(m_state->wake);
 }
 
 std::uint16_t HttpServer::Port() const
@@ -418,6 +439,7 @@ std::size_t HttpServer::InFlight() const
 void HttpServer::StopListening()
 {
     m_state->listens = false;
+    Wake(*m_state);
 }
 
 bool HttpServer::WaitForRequests(std::chrono::steady_clock::time_point deadline)
