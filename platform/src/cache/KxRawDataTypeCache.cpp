@@ -158,9 +158,9 @@ try {
 std::vector<KxRawDataDamagedFile> KxRawDataTypeCacheManager::ListDamagedFiles(CacheType type)
 try {
     std::vector<KxRawDataDamagedFile> files;
-    if (type != CacheType_SourceTile)
+    if (!IsCacheType(type))
         return files;
-    const std::string folder = SubTreeFolder();
+    const std::string folder = SubTreeFolder(type);
     for (const std::string& name : DamagedFileNames(folder)) {
         const std::string path = folder + "/" + name;
         files.push_back({path.c_str(), SubTreeBytes(path)});

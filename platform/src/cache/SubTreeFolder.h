@@ -9,11 +9,11 @@
 
 namespace KxC {
 
-/// Where sub-trees lie on disk: <cache folder>/tiles/<name>.mbtiles.
+/// Where sub-trees lie on disk: <cache folder>/tiles/<name>.mbtiles, output/ for those of hosts.
 
 /// Whether `name` is a plain file name: [A-Za-z0-9._-], no leading dot, 1 to 200 bytes.
 bool IsSubTreeName(std::string_view name);
-/// The folder of the cache type that holds source tiles, beneath KxFile::m_strAppCachePath.
+/// The folder of a cache type, beneath KxFile::m_strAppCachePath.
 std::string SubTreeFolder(KxRawDataTypeCacheManager::CacheType type);
 
 /// Whether the cache keeps things of that type.
