@@ -26,11 +26,11 @@ double LatitudeOf(double y)
     return 2 * std::atan(std::exp(y / KxMath::kSphereRadius)) - kHalfPi;
 }
 
-/// The west edge likewise: half the world over the radius exceeds pi by a rounding.
+/// The west and east edges likewise: half the world over the radius exceeds pi by a rounding.
 double LongitudeOf(double x)
 {
-    if (std::abs(x + KxMath::kHalfWorld) <= kEdgeRounding)
-        return -std::numbers::pi;
+    if (std::abs(std::abs(x) - KxMath::kHalfWorld) <= kEdgeRounding)
+        return std::copysign(std::numbers::pi, x);
     return x / KxMath::kSphereRadius;
 }
 

@@ -469,13 +469,18 @@ class SourceConvertCommandTest(KxtileTestCase):
                  (["http://h/{$z}/{$x}/{$y}", "--scheme", "geographic"], ("tilejson", "qgis"),
                   "not Web Mercator"),
                  (["http://h/{$quadkey}"], ("tilejson",), "quadkey"),
-                 (["http://h/{x}/{$z}/{$x}/{$y}"], ("toml", "tilejson", "qgis"), "{x}"),
                  (["http://h/${x}/{$z}/{$x}/{$y}"], ("gdal",), "${")]
         for source, forms, words in cases:
             for form in forms:
                 error = self.convert(form, *source, "-o", "out", status=1)
                 self.assertIn(words, error)
                 self.assertFalse((self.folder / "out").exists())
+
+    def test_a_template_that_is_none_is_not_converted(self):
+        for form in ("toml", "tilejson", "qgis"):
+            self.assertIn("{x}", self.convert(form, "http://h/{x}/{$z}/{$x}/{$y}", "-o", "out",
+                                              status=2))
+            self.assertFalse((self.folder / "out").exists())
 
     def test_answers_for_programs(self):
         answer = self.answer("source", "convert", EXAMPLES / "servers.toml", "--to", "qgis")

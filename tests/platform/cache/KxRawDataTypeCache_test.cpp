@@ -113,7 +113,7 @@ TEST_F(KxRawDataTypeCache, UnknownHandleOrTypeIsAMiss)
     KxSRawDataTypeCacheItem item;
     for (const int handle : {-1, 0, 99})
         EXPECT_EQ(m_manager->LoadTreeData(kType, handle, 1, 1, 1, item), GetchResult_Unknown);
-    EXPECT_EQ(m_manager->OpenSubTreeCache(static_cast<Manager::CacheType>(1), "a"), -1);
+    EXPECT_EQ(m_manager->OpenSubTreeCache(static_cast<Manager::CacheType>(2), "a"), -1);
     EXPECT_EQ(m_manager->SaveNoTreeDataInServer(kType, -1, 1, 1, 1), 0);
 }
 

@@ -57,15 +57,16 @@ TEST(KxMathWebMercator, SpansTheSquare)
     EXPECT_EQ(KxMath::WebMecator2LatLon(0, 0).y, 0.0);
 }
 
-TEST(KxMathWebMercator, KeepsTheWestEdgeInside)
+TEST(KxMathWebMercator, KeepsTheWestAndEastEdgesAtPi)
 {
-    // The first column's west edge as tile arithmetic reaches it, and as the sphere has it.
-    for (const double edge : {0 * 40075016.68557849 - 20037508.342789244, -KxMath::kHalfWorld}) {
-        const double lon = KxMath::WebMecator2LatLon(edge, 0).x;
-        EXPECT_GE(lon + std::numbers::pi, 0.0);
-        EXPECT_LT(lon + std::numbers::pi, 1e-14);
-    }
+    // The edges as tile arithmetic reaches them, and as the sphere has them.
+    const double west = 0 * 40075016.68557849 - 20037508.342789244;
+    for (const double edge : {west, -KxMath::kHalfWorld})
+        EXPECT_EQ(KxMath::WebMecator2LatLon(edge, 0).x, -std::numbers::pi);
+    for (const double edge : {west + 40075016.68557849, KxMath::kHalfWorld})
+        EXPECT_EQ(KxMath::WebMecator2LatLon(edge, 0).x, std::numbers::pi);
     EXPECT_LT(KxMath::WebMecator2LatLon(-KxMath::kHalfWorld - 1e-6, 0).x, -std::numbers::pi);
+    EXPECT_GT(KxMath::WebMecator2LatLon(1e-6 - KxMath::kHalfWorld, 0).x, -std::numbers::pi);
 }
 
 TEST(KxMathWebMercator, KeepsTheSouthEdgeInside)
