@@ -147,8 +147,9 @@ void CheckLevel(KxC::KxRasterDataAccessor& raster,
                     ShortNumber(arguments.m_resolution),
                     least,
                     most),
-        fmt::format("Ask for a --resolution from {} to just below {}{}.",
-                    MetresPerPixel(most) / metresPerUnit,
+        // Five digits, none below the level's own.
+        fmt::format("Ask for a --resolution from {:.5g} to just below {}{}.",
+                    MetresPerPixel(most) / metresPerUnit * 1.00005,
                     ShortNumber(2 * MetresPerPixel(least) / metresPerUnit),
                     metresPerUnit > 1 ? " degrees" : " metres"));
 }
