@@ -33,8 +33,9 @@ constexpr std::string_view kDrivers[] = {"VRT",
                                          "USGSDEM",
                                          "NITF"};
 
-/// Files that a virtual raster reads for one of its own, counted as often as it names them: more
-/// than anybody makes, and few enough to be read.
+/// Files that a virtual raster reads for one of its own, counted as often as it names them and as
+/// often as it reads pixels of them for one of its: more than anybody makes, and few enough to be
+/// read.
 constexpr double kMaxReads = 100000;
 constexpr int kMaxDepth = 8;
 
@@ -77,14 +78,15 @@ public:
 private:
     double ReadsOfVirtual(const std::string& path, int depth)
     {
-        std::vector<std::string> sources;
+        std::vector<VirtualSource> sources;
         if (!ListSources(path, sources))
             return 0;
         double sum = 1;
-        for (const std::string& source : sources) {
-            const double reads = Reads(source, depth + 1);
+        for (const VirtualSource& source : sources) {
+            const double reads = source.m_cost * Reads(source.m_path, depth + 1);
             sum += reads;
-            if (reads == 0 || sum > kMaxReads)
+            // Costs may be endless, and sums no number.
+            if (!(reads > 0) || !(sum <= kMaxReads))
                 return 0;
         }
         return sum;

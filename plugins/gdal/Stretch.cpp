@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "Stretch.h"
 
+#include "ReadBudget.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -18,6 +20,8 @@ constexpr int kMaxBlocks = 64;
 constexpr int kMaxBlockPixels = 65536;
 /// Pixels that are decoded for it, a block's whole ones.
 constexpr double kMaxDecoded = 128.0 * 1024 * 1024;
+/// Seconds of the processor's time that it may take: who opens a raster waits for it.
+constexpr double kMaxSeconds = 5;
 
 struct Range
 {
@@ -55,7 +59,8 @@ struct NoData
 class Sampler
 {
 public:
-    explicit Sampler(GDALRasterBand& band) : m_band(band), m_noData(band)
+    Sampler(GDALRasterBand& band, ReadBudget& budget)
+        : m_band(band), m_noData(band), m_budget(budget)
     {
         band.GetBlockSize(&m_width, &m_height);
         m_across = (band.GetXSize() - 1) / m_width + 1;
@@ -68,7 +73,7 @@ public:
         const double pixels = static_cast<double>(m_width) * m_height;
         const int count = static_cast<int>(
             std::min({blocks, double{kMaxBlocks}, std::max(1.0, kMaxDecoded / pixels)}));
-        for (int i = 0; i < count; ++i) {
+        for (int i = 0; i < count && !m_budget.IsSpent(); ++i) {
             const auto block = static_cast<long long>((i + 0.5) * blocks / count);
             Look(static_cast<int>(block % m_across), static_cast<int>(block / m_across), range);
         }
@@ -83,6 +88,7 @@ private:
         const int height =
             std::min({m_height, m_band.GetYSize() - y, std::max(1, kMaxBlockPixels / width)});
         m_values.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
+        GDALRasterIOExtraArg arguments = m_budget.Arguments();
         if (m_band.RasterIO(GF_Read,
                             x,
                             y,
@@ -94,7 +100,7 @@ private:
                             GDT_Float64,
                             0,
                             0,
-                            nullptr) != CE_None)
+                            &arguments) != CE_None)
             return;
         for (const double value : m_values)
             if (std::isfinite(value) && !m_noData.Is(value))
@@ -103,6 +109,7 @@ private:
 
     GDALRasterBand& m_band;
     NoData m_noData;
+    ReadBudget& m_budget;
     int m_width = 1;
     int m_height = 1;
     int m_across = 1;
@@ -137,6 +144,7 @@ void FindStretch(RasterFile& file, BandPlan& plan)
     if (plan.m_isByte || plan.m_kind == BandPlan::Kind::Palette)
         return;
     GDALDataset& sample = file.Choose(ReductionOfSample(file.Dataset()));
+    ReadBudget budget(kMaxSeconds);
     Range range;
     for (int i = 0; i < plan.m_colours; ++i) {
         const int band = plan.m_bands[static_cast<std::size_t>(i)];
@@ -145,7 +153,7 @@ void FindStretch(RasterFile& file, BandPlan& plan)
             range.Take(0);
             range.Take(255);
         } else if (!TakeStored(whole, range)) {
-            Sampler(*sample.GetRasterBand(band)).Run(range);
+            Sampler(*sample.GetRasterBand(band), budget).Run(range);
         }
     }
     if (range.IsThere()) {

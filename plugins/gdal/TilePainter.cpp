@@ -51,8 +51,12 @@ template <typename Sample>
 class TilePainter
 {
 public:
-    TilePainter(GDALDataset& dataset, const BandPlan& plan, const PixelMap& map, KxImageData& image)
-        : m_map(map), m_colours(plan), m_samples(dataset, plan), m_data(image.GetData()),
+    TilePainter(GDALDataset& dataset,
+                const BandPlan& plan,
+                const PixelMap& map,
+                ReadBudget& budget,
+                KxImageData& image)
+        : m_map(map), m_colours(plan), m_samples(dataset, plan, budget), m_data(image.GetData()),
           m_pixelSize(static_cast<std::size_t>(image.GetPixelSize())),
           m_isPlain(plan.m_kind == BandPlan::Kind::Colour && plan.IsOpaque())
     {
@@ -164,6 +168,8 @@ private:
 /// Bytes that are decoded for a tile at most. Rasters without overviews cost this much on their
 /// coarsest levels when they have tens of thousands of pixels a side.
 constexpr double kMaxDecoded = 16.0 * 1024 * 1024 * 1024;
+/// Seconds of the processor's time that go into a tile at most: what that much takes to decode.
+constexpr double kMaxSeconds = 60;
 
 /// True when the blocks that hold the map's pixels can be decoded in fair time.
 bool IsFair(GDALDataset& dataset, const BandPlan& plan, const PixelMap& map)
@@ -190,8 +196,9 @@ bool PaintInto(GDALDataset& dataset, const BandPlan& plan, const PixelMap& map, 
 {
     if (!IsFair(dataset, plan, map))
         return false;
-    return plan.m_isByte ? TilePainter<unsigned char>(dataset, plan, map, image).PaintAll()
-                         : TilePainter<double>(dataset, plan, map, image).PaintAll();
+    ReadBudget budget(kMaxSeconds);
+    return plan.m_isByte ? TilePainter<unsigned char>(dataset, plan, map, budget, image).PaintAll()
+                         : TilePainter<double>(dataset, plan, map, budget, image).PaintAll();
 }
 
 struct Transparency

@@ -23,7 +23,10 @@ constexpr std::uintmax_t kMaxBytes = 32 * 1024 * 1024;
 constexpr std::string_view kFileElements[] = {"SourceFilename", "SourceDataset", "DEMPath"};
 /// Keys of metadata that make GDAL open a file.
 constexpr std::string_view kFileKeys[] = {"X_DATASET", "Y_DATASET", "OVERVIEW_FILE"};
-constexpr std::string_view kRefusedElements[] = {"GDALWarpOptions", "PixelFunctionCode"};
+constexpr std::string_view kRefusedElements[] = {
+    "GDALWarpOptions", "PixelFunctionCode", "KernelFilteredSource"};
+/// Of overviews that are averaged from the raster when they are read: pixels along an axis.
+constexpr double kMaxOverviewFactor = 64;
 
 template <typename Names>
 bool IsAmong(const Names& names, const char* name)
@@ -50,10 +53,47 @@ bool LeadsAway(std::string_view text)
            text.find_first_of("<>") != text.npos;
 }
 
+/// Whether each pixel is made of many others, and not of the one under it.
+bool IsResampled(const CPLXMLNode& element)
+{
+    return EQUAL(element.pszValue, "AveragedSource") ||
+           !STARTS_WITH_CI(CPLGetXMLValue(&element, "resampling", "nearest"), "near");
+}
+
+double NumberOf(const CPLXMLNode& element, const char* name)
+{
+    return CPLAtof(CPLGetXMLValue(&element, name, "0"));
+}
+
+/// @return 0 for a rectangle that is not there: GDAL then takes the whole raster
+double AreaOf(const CPLXMLNode& source, const std::string& rect)
+{
+    const double width = NumberOf(source, (rect + ".xSize").c_str());
+    const double height = NumberOf(source, (rect + ".ySize").c_str());
+    return width > 0 && height > 0 ? width * height : 0;
+}
+
+/// Pixels of a source that are read for one that is wanted.
+/// @return 0 where that is not said
+double CostOf(const CPLXMLNode& source)
+{
+    const double ratio = AreaOf(source, "SrcRect") / AreaOf(source, "DstRect");
+    return ratio > 0 ? std::max(ratio, 1.0) : 0;
+}
+
+bool AreOverviewsFair(const CPLXMLNode& list)
+{
+    const CPLStringList factors(CSLTokenizeString2(CPLGetXMLValue(&list, nullptr, ""), " ,", 0));
+    return !IsResampled(list) ||
+           std::all_of(factors.List(), factors.List() + factors.Count(), [](const char* factor) {
+               return CPLAtof(factor) <= kMaxOverviewFactor;
+           });
+}
+
 class SourceList
 {
 public:
-    SourceList(const std::string& path, std::vector<std::string>& sources)
+    SourceList(const std::string& path, std::vector<VirtualSource>& sources)
         : m_folder(fs::path(path).parent_path()), m_sources(sources)
     {
     }
@@ -65,8 +105,12 @@ public:
         for (; node != nullptr; node = node->psNext) {
             if (node->eType == CXT_Element && !TakeElement(*node))
                 return false;
+            const double outer = m_cost;
+            if (node->eType == CXT_Element && !TakeCost(*node))
+                return false;
             if (!Take(node->psChild))
                 return false;
+            m_cost = outer;
         }
         return true;
     }
@@ -82,6 +126,16 @@ private:
         return !IsAmong(kFileElements, element.pszValue) || TakeFile(element);
     }
 
+    bool TakeCost(const CPLXMLNode& element)
+    {
+        if (EQUAL(element.pszValue, "OverviewList"))
+            return AreOverviewsFair(element);
+        if (!IsResampled(element))
+            return true;
+        m_cost = CostOf(element);
+        return m_cost >= 1;
+    }
+
     bool TakeFile(const CPLXMLNode& element)
     {
         const std::string name = CPLGetXMLValue(&element, nullptr, "");
@@ -92,17 +146,19 @@ private:
         const fs::path file(name);
         // GDAL takes other relative names from the folder that the program runs in.
         std::error_code error;
-        m_sources.push_back((isRelative ? m_folder / file : fs::absolute(file, error)).string());
+        m_sources.push_back(
+            {(isRelative ? m_folder / file : fs::absolute(file, error)).string(), m_cost});
         return !error;
     }
 
     fs::path m_folder;
-    std::vector<std::string>& m_sources;
+    std::vector<VirtualSource>& m_sources;
+    double m_cost = 1; ///< of the source that is being walked
 };
 
 } // namespace
 
-bool ListSources(const std::string& path, std::vector<std::string>& sources)
+bool ListSources(const std::string& path, std::vector<VirtualSource>& sources)
 {
     const std::string text = ReadText(path);
     if (text.empty() || text.find('\0') != text.npos)

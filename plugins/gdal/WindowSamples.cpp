@@ -11,11 +11,14 @@ template <typename Sample>
 bool WindowSamples<Sample>::Read(const RasterWindow& window)
 {
     constexpr GDALDataType kType = std::is_same_v<Sample, double> ? GDT_Float64 : GDT_Byte;
+    if (m_budget.IsSpent())
+        return false;
     const auto [left, top, width, height] = window;
     const auto pixels = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
     m_window = window;
     m_values.resize(pixels * Bands());
     const auto step = static_cast<GSpacing>(Bands() * sizeof(Sample));
+    GDALRasterIOExtraArg arguments = m_budget.Arguments();
     std::vector<int> bands = m_plan.m_bands; // GDAL's parameter is not const
     if (m_dataset.RasterIO(GF_Read,
                            left,
@@ -31,12 +34,13 @@ bool WindowSamples<Sample>::Read(const RasterWindow& window)
                            step,
                            step * width,
                            sizeof(Sample),
-                           nullptr) != CE_None)
+                           &arguments) != CE_None)
         return false;
     if (!m_plan.m_hasMask)
         return true;
     m_mask.resize(pixels);
     GDALRasterBand* mask = m_dataset.GetRasterBand(m_plan.m_bands[0])->GetMaskBand();
+    arguments = m_budget.Arguments();
     return mask->RasterIO(GF_Read,
                           left,
                           top,
@@ -48,7 +52,7 @@ bool WindowSamples<Sample>::Read(const RasterWindow& window)
                           GDT_Byte,
                           0,
                           0,
-                          nullptr) == CE_None;
+                          &arguments) == CE_None;
 }
 
 template class WindowSamples<unsigned char>;

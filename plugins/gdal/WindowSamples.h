@@ -3,6 +3,7 @@
 
 #include "BandPlan.h"
 #include "PixelMap.h"
+#include "ReadBudget.h"
 
 #include <cstddef>
 #include <vector>
@@ -16,9 +17,12 @@ template <typename Sample> // unsigned char or double
 class WindowSamples
 {
 public:
-    WindowSamples(GDALDataset& dataset, const BandPlan& plan) : m_dataset(dataset), m_plan(plan) {}
+    WindowSamples(GDALDataset& dataset, const BandPlan& plan, ReadBudget& budget)
+        : m_dataset(dataset), m_plan(plan), m_budget(budget)
+    {
+    }
 
-    /// @return false when the file cannot be read there
+    /// @return false when the file cannot be read there, or the budget is spent
     bool Read(const RasterWindow& window);
 
     /// The values of a pixel of the window, in the order of the plan's bands.
@@ -40,6 +44,7 @@ private:
 
     GDALDataset& m_dataset;
     const BandPlan& m_plan;
+    ReadBudget& m_budget;
     RasterWindow m_window = {};
     std::vector<Sample> m_values;
     std::vector<unsigned char> m_mask;
