@@ -426,6 +426,28 @@ class FilesTest(KxtileTestCase):
             for path in root.rglob("*"):
                 self.assertTrue(path.is_file() or any(path.iterdir()), path)
 
+    def test_an_interrupted_retry_keeps_what_was_not_tried(self):
+        service = self.service()
+        service.answered = 2
+        tiles = [f"{column}/1/3" for column in range(8)]
+        (self.folder / "list").write_text("".join(f"{tile}\twhy\n" for tile in tiles))
+        arguments = [service.template, "--retry", "list", "--failed", "list", "--jobs", "1",
+                     "-o", "t"]
+        process = self.start("--json", "--timeout", "3600", "files", *arguments,
+                             stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        self.assertTrue(service.hanging.acquire(timeout=LONG))
+        process.send_signal(signal.SIGINT)
+        output, errors = process.communicate(timeout=LONG)
+        self.assertEqual(process.returncode, 130, errors)
+        end = json.loads(output.splitlines()[-1])
+        self.assertEqual((end["made"], end["failed"], end["failed_list"]), (2, 0, "list"))
+        listed = (self.folder / "list").read_text().splitlines()
+        self.assertEqual([line.split("\t")[0] for line in listed if not line.startswith("#")],
+                         tiles[2:])
+        service.answered = 10 ** 9
+        self.assertEqual(self.files(*arguments)["made"], 6)
+        self.assertFalse((self.folder / "list").exists())
+
     def test_ctrl_c_lets_what_is_on_its_way_come_in(self):
         service = self.service()
         process = self.start("files", service.template, "--bounds", WORLD, "--levels", "2-9",
