@@ -74,6 +74,13 @@ class ExportTest(KxtileTestCase):
                     database.execute("SELECT zoom_level, tile_column, tile_row, tile_data "
                                      "FROM tiles")}
 
+    def tiles_of(self, path):
+        if path.endswith(".mbtiles"):
+            return self.tiles_of_database(path)
+        archive = pmtiles.Archive(self.folder / path)
+        pmtiles.check(archive)
+        return dict(archive.tiles())
+
     def metadata_of_database(self, path):
         with sqlite3.connect(f"file:{self.folder / path}?mode=ro", uri=True) as database:
             return dict(database.execute("SELECT name, value FROM metadata"))
@@ -213,6 +220,22 @@ class ExportTest(KxtileTestCase):
         done = self.kxtile("export", self.template, "--bounds", WORLD, "--levels", "1", "-o",
                            "noise.pmtiles", "--resume", status=1)
         self.assertIn(b"gone on with", done.stderr)
+
+    def test_going_on_loses_no_tile_of_the_file(self):
+        for name in ("out.mbtiles", "out.pmtiles"):
+            self.export(self.template, "--bounds", "-180,0,0,85", "--levels", "1-2", "-o", name)
+            first = self.tiles_of(name)
+            self.assertEqual(len(first), 5)
+            # Another level of another part of the earth.
+            end = self.export(self.template, "--bounds", "1,-85,179,-1", "--levels", "3", "-o",
+                              name, "--resume")
+            self.assertEqual((end["made"], end["kept"]), (16, 0))
+            both = self.tiles_of(name)
+            self.assertEqual(len(both), 21)
+            self.assertEqual({place: both[place] for place in first}, first)
+            self.assertEqual({place for place in both if place[0] == 3},
+                             {(3, column, row) for column in range(4, 8) for row in range(4, 8)})
+        self.assertEqual(self.files(), ["out.mbtiles", "out.pmtiles"])
 
     # What is not there, and what fails
 
