@@ -275,6 +275,24 @@ class ExportTest(KxtileTestCase):
             self.assertIn(b"cannot write 'missing/out", done.stderr)
         self.assertEqual(service.paths, [])
 
+    def test_a_cache_that_cannot_be_written_costs_one_warning(self):
+        service = self.service()
+        (self.folder / "file").write_text("")
+        done = self.kxtile("--cache-dir", self.folder / "file" / "cache", "export",
+                           service.template, "--bounds", WORLD, "--levels", "2", "-o",
+                           "out.mbtiles")
+        self.assertEqual(len(service.paths), 16)
+        self.assertEqual(done.stderr.count(b"cannot be written"), 1, done.stderr)
+        self.assertEqual(len(self.tiles_of("out.mbtiles")), 16)
+
+    def test_what_is_in_the_cache_is_not_fetched_again(self):
+        service = self.service()
+        arguments = ["export", service.template, "--bounds", WORLD, "--levels", "2", "-o"]
+        self.kxtile(*arguments, "a.mbtiles")
+        done = self.kxtile(*arguments, "b.mbtiles")
+        self.assertEqual((len(service.paths), done.stderr), (16, b""))
+        self.assertEqual(self.tiles_of("b.mbtiles"), self.tiles_of("a.mbtiles"))
+
     def test_a_disk_without_room_ends_it(self):
         def limit():
             import resource
@@ -287,6 +305,20 @@ class ExportTest(KxtileTestCase):
             self.assertEqual(done.returncode, 1, done.stderr)
             self.assertIn(b"cannot write", done.stderr)
             self.assertIn(self.files(), (["list"], []))
+
+    def test_pictures_that_pmtiles_has_not_end_it_at_the_first(self):
+        # One pixel, made by the rules of GIF 89a.
+        gif = bytes.fromhex("47494638396101000100800000000000ffffff2c00000000010001000002024401003b")
+        service = Service(gif)
+        self.addCleanup(service.stop)
+        arguments = ["--no-disk-cache", "export", service.template, "--bounds", WORLD, "--levels",
+                     "3", "--jobs", "1", "-o"]
+        done = self.kxtile(*arguments, "out.pmtiles", status=1)
+        self.assertIn(b"PNG, JPEG or WebP; the first one is in the format 'gif'", done.stderr)
+        self.assertIn(b".mbtiles", done.stderr)
+        self.assertEqual(len(service.paths), 1)
+        self.kxtile(*arguments, "out.mbtiles")
+        self.assertEqual(set(self.tiles_of_database("out.mbtiles").values()), {gif})
 
     def test_wrong_arguments_are_told(self):
         for arguments, word in [
