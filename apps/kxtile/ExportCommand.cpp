@@ -5,22 +5,17 @@
 #include "export/ArchiveSink.h"
 #include "export/EarlierArchive.h"
 #include "export/ImageSink.h"
+#include "export/StoppableStep.h"
 #include "jobs/JobArguments.h"
-#include "jobs/StopSignals.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
-#include <unistd.h>
 
-#include <chrono>
 #include <cstdio>
-#include <exception>
 #include <filesystem>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <system_error>
-#include <thread>
 
 namespace KxTileHost {
 
@@ -102,6 +97,12 @@ KxC::KxTileArchiveMetadata MetadataFor(const ExportArguments& arguments, const T
     return {name.c_str(), "Tiles exported by kxtile", attribution.c_str()};
 }
 
+KxC::KxTileArchiveFormat ArchiveFormatOf(Form form)
+{
+    return form == Form::MbTiles ? KxC::KxTileArchiveFormat_MBTiles
+                                 : KxC::KxTileArchiveFormat_PMTiles;
+}
+
 std::unique_ptr<TileSink> MakeSink(const ExportArguments& arguments,
                                    Form form,
                                    const TileOrigin& origin,
@@ -109,13 +110,27 @@ std::unique_ptr<TileSink> MakeSink(const ExportArguments& arguments,
 {
     if (form == Form::GeoTiff)
         return std::make_unique<ImageSink>(arguments.m_output, tiles, origin.GetTileSize());
-    return std::make_unique<ArchiveSink>(arguments.m_output,
-                                         form == Form::MbTiles ? KxC::KxTileArchiveFormat_MBTiles
-                                                               : KxC::KxTileArchiveFormat_PMTiles,
-                                         MetadataFor(arguments, origin));
+    return std::make_unique<ArchiveSink>(
+        arguments.m_output, ArchiveFormatOf(form), MetadataFor(arguments, origin));
 }
 
-/// One tile's way into the file.
+/// All that the earlier file has goes into the new one, whether it is asked for now or not.
+void TakeOver(const EarlierArchive& earlier, TileSink& sink)
+try {
+    const std::uint64_t unread = earlier.HandOver(
+        [&sink](const HostTile& tile, const KxC::KxRawData& bytes) { sink.Add(tile, bytes); });
+    if (unread > 0)
+        fmt::print(stderr,
+                   "kxtile: warning: {} tiles of the file that is there cannot be read; those that "
+                   "are asked for are fetched\n",
+                   unread);
+} catch (const std::exception&) {
+    if (sink.HasFailed())
+        sink.Finish(); // says why
+    throw;
+}
+
+/// One tile's way into the file, unless it was taken over.
 TileResult Export(const HostTile& tile,
                   const TileOrigin& origin,
                   const EarlierArchive* earlier,
@@ -123,44 +138,14 @@ TileResult Export(const HostTile& tile,
 {
     if (sink.HasFailed())
         return {TileOutcome::Failed, 0, "the file cannot be written"};
-    TileBytes fetched;
     if (earlier != nullptr)
-        fetched.m_bytes = earlier->Find(tile);
-    if (fetched.m_bytes != nullptr)
-        fetched.m_outcome = TileOutcome::Kept;
-    else
-        fetched = origin.Fetch(tile);
+        if (const auto kept = earlier->Find(tile))
+            return {TileOutcome::Kept, kept->GetSize(), {}};
+    const TileBytes fetched = origin.Fetch(tile);
     if (fetched.m_bytes == nullptr)
         return {fetched.m_outcome, 0, fetched.m_why};
     sink.Add(tile, *fetched.m_bytes);
     return {fetched.m_outcome, fetched.m_bytes->GetSize(), {}};
-}
-
-/// Completes the file, which takes its time for a large one. A signal ends the process.
-void Finish(TileSink& sink, const StopSignals& signals, const std::function<void()>& onStop)
-{
-    std::exception_ptr failure;
-    const WakeUp bell;
-    std::jthread worker([&] {
-        try {
-            sink.Finish();
-        } catch (...) {
-            failure = std::current_exception();
-        }
-        bell.Ring();
-    });
-    constexpr std::chrono::minutes kLong(60);
-    for (auto event = StopSignals::Event::TimeOut; event != StopSignals::Event::Rung;) {
-        event = signals.Wait(bell, kLong);
-        if (event == StopSignals::Event::Stop) {
-            onStop();
-            std::fflush(stdout);
-            ::_exit(kExitInterrupted);
-        }
-    }
-    worker.join();
-    if (failure)
-        std::rethrow_exception(failure);
 }
 
 /// What the command does once it knows that it may.
@@ -182,18 +167,17 @@ public:
     void Run(std::unique_ptr<TileSink> sink, const EarlierArchive* earlier)
     {
         const StopSignals signals; // from the first tile to the last step
+        if (earlier != nullptr)
+            RunStoppable(
+                [&] { TakeOver(*earlier, *sink); }, signals, [&] { Stop(*sink, TileJobEnd()); });
         m_job.m_onAbandon = [&](const std::vector<HostTile>&) { sink->Abandon(); };
-        TileJobEnd end = RunTileJob(
+        const TileJobEnd end = RunTileJob(
             m_tiles,
             [&](const HostTile& tile) { return Export(tile, m_origin, earlier, *sink); },
             m_job);
         const bool hasTiles = end.m_counts.m_made + end.m_counts.m_kept > 0;
         if (!end.m_isInterrupted && (hasTiles || sink->HasFailed()))
-            Finish(*sink, signals, [&] {
-                sink->Abandon();
-                end.m_isInterrupted = true;
-                Print(end);
-            });
+            RunStoppable([&] { sink->Finish(); }, signals, [&] { Stop(*sink, end); });
         sink.reset();
         Print(end);
         if (!end.m_isInterrupted && !hasTiles)
@@ -205,6 +189,14 @@ public:
     }
 
 private:
+    /// Before the process ends in the middle of a step.
+    void Stop(TileSink& sink, TileJobEnd end) const
+    {
+        sink.Abandon();
+        end.m_isInterrupted = true;
+        Print(end);
+    }
+
     void Print(const TileJobEnd& end) const
     {
         PrintJobEnd(m_options, end, m_arguments.m_output, m_job.m_failedList, m_again);
@@ -231,7 +223,7 @@ void RunExport(const GlobalOptions& options, const ExportArguments& arguments)
                            }));
     std::unique_ptr<EarlierArchive> earlier;
     if (CheckOutput(arguments, form))
-        earlier = std::make_unique<EarlierArchive>(arguments.m_output);
+        earlier = std::make_unique<EarlierArchive>(arguments.m_output, ArchiveFormatOf(form));
     arguments.m_job.GuardAmount(tiles, origin);
     RemoveOrphans(FolderOf(arguments.m_output));
     ExportRun(options, arguments, origin, tiles, form)
@@ -259,7 +251,7 @@ void AddExportCommand(CLI::App& app, const GlobalOptions& options)
     command
         ->add_flag("--resume",
                    arguments->m_resume,
-                   "Take what tiles the file has that is there already, and fetch the others")
+                   "Keep all tiles of the file that is there already, and fetch the others")
         ->excludes(overwrite);
     command->footer(
         "Tiles are Web Mercator tiles. A GeoTIFF holds the deepest level alone (EPSG:3857, "

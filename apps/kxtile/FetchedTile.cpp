@@ -3,6 +3,7 @@
 
 #include "Command.h"
 #include "EarthSource.h"
+#include "FetchedTileCache.h"
 #include "KxFile.h"
 #include "KxImgUtility.h"
 #include "KxNetGetch.h"
@@ -156,13 +157,17 @@ void CheckPicture(NetError result, const KxC::KxWMImageTileData* tile, const std
     ThrowNotAPicture(request);
 }
 
-/// Where the library had the tile from. This program has one thread, so a new memory hit is ours.
+unsigned long long HitsOfThread()
+{
+    return KxC::m_gWMTileDataCacheManager.GetThreadStatistics().m_nHits;
+}
+
+/// Where the library had the tile from.
 std::string Origin(unsigned long long memoryHitsBefore)
 {
     if (KxNetGetch::GetLastRequestInfo().m_nAttempts > 0)
         return "network";
-    const bool hit = KxC::m_gWMTileDataCacheManager.GetStatistics().m_nHits > memoryHitsBefore;
-    return hit ? "memory" : "disk";
+    return HitsOfThread() > memoryHitsBefore ? "memory" : "disk";
 }
 
 /// The name of a definition file's part of the cache says little about whose it is.
@@ -181,7 +186,7 @@ void FetchThroughCaches(FetchedTile& fetched,
                         const HostTile& tile,
                         int timeoutMs)
 {
-    const auto hitsBefore = KxC::m_gWMTileDataCacheManager.GetStatistics().m_nHits;
+    const auto hitsBefore = HitsOfThread();
     KxC::KxWMImageTileData* inMemory = nullptr;
     NetError result = KxC::NetError_Failure;
     fetched.m_seconds = Measure([&] {
@@ -196,9 +201,7 @@ void FetchThroughCaches(FetchedTile& fetched,
     DescribeInCache(source);
     fetched.m_bytes = BytesOnDisk(source, tile);
     if (fetched.m_bytes == nullptr) {
-        fmt::print(stderr,
-                   "kxtile: warning: the disk cache in '{}' cannot be written; see --cache-dir\n",
-                   KxC::KxFile::m_strAppCachePath.Cstr());
+        NoteDiskCacheUnwritable();
         fetched.m_bytes = FetchDirect(source, tile, timeoutMs);
     }
 }
@@ -211,6 +214,13 @@ void FetchPastCaches(FetchedTile& fetched,
     fetched.m_from = "network";
     fetched.m_seconds = Measure([&] { fetched.m_bytes = FetchDirect(source, tile, timeoutMs); });
     fetched.m_url = UrlOf(source, tile);
+}
+
+/// A cache that cannot be written would have each tile fetched twice: once for the library, which
+/// keeps the picture alone, and once for the bytes. What it holds is still taken.
+bool GoesThroughCaches(const KxC::KxTSDParamItem& source, const HostTile& tile)
+{
+    return IsDiskCacheWritable() || BytesOnDisk(source, tile) != nullptr;
 }
 
 bool WasRequestSent()
@@ -244,7 +254,7 @@ FetchTileOf(KxC::KxTSDParamItem& source, const HostTile& tile, bool useDiskCache
         throw CommandError(kExitNoTile, "services by quadkey have no level 0");
     KxNetGetch::ClearLastRequestInfo();
     FetchedTile fetched;
-    if (useDiskCache)
+    if (useDiskCache && GoesThroughCaches(source, tile))
         FetchThroughCaches(fetched, source, tile, timeoutMs);
     else
         FetchPastCaches(fetched, source, tile, timeoutMs);

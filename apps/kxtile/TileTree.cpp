@@ -28,8 +28,8 @@ using KxC::KxNetGetch;
 using KxC::KxNetRequestInfo;
 using KxC::KxTileFetcher;
 
-/// Extensions that a tile's file may have got from its content. The library names a raster's tile
-/// with two dots; one that was interrupted there is finished by a later run.
+/// Extensions that a tile's file may have got from its content. The library's operation names a
+/// raster's tile with two dots.
 constexpr std::array<const char*, 8> kOwnExts{
     ".jpeg", ".png", ".webp", ".gif", "..jpeg", "..png", "..webp", "..gif"};
 constexpr std::array<const char*, 2> kWorldExts{".jgw", ".pgw"};
@@ -93,7 +93,7 @@ bool HasDateOfHistory(const KxC::KxTSDParamItem& source)
 TileTree::TileTree(const TileOrigin& origin)
     : m_origin(origin),
       m_folder(fmt::format("{}/{}", KxFile::m_strAppCachePath.Cstr(), origin.GetKey())),
-      m_usesOperations(true)
+      m_usesOperations(origin.GetSource() != nullptr)
 {
     const KxC::KxTSDParamItem* const source = origin.GetSource();
     if (source == nullptr)
@@ -216,16 +216,7 @@ bool TileTree::CallOperation(std::string& path, const HostTile& tile) const
     RemoveEmptyFiles(tile);
     KxNetGetch::ClearLastRequestInfo();
     KxC::KxString written;
-    const unsigned char done =
-        m_origin.GetSource() != nullptr
-            ? CallForSource(written, tile)
-            : KxTileFetcher::FetchTileFileFromRaster(written,
-                                                     "",
-                                                     m_origin.GetRasterPath().c_str(),
-                                                     tile.m_x,
-                                                     tile.m_y,
-                                                     tile.m_z,
-                                                     m_origin.GetTileSize());
+    const unsigned char done = CallForSource(written, tile);
     path = WithoutDoubledDot(written.Cstr());
     return done != 0;
 }
@@ -237,8 +228,7 @@ std::optional<TileResult> TileTree::WhatTheRequestSays() const
     const KxC::KxTSDParamItem* const source = m_origin.GetSource();
     const KxNetRequestInfo& request = KxNetGetch::GetLastRequestInfo();
     // Earth imagery is fetched by many requests, whose failures mean different things.
-    if (source == nullptr || source->m_nTileScheme == kSchemeEarthHistory ||
-        request.m_strUrl.IsEmpty() != 0)
+    if (source->m_nTileScheme == kSchemeEarthHistory || request.m_strUrl.IsEmpty() != 0)
         return std::nullopt;
     if (request.m_result == KxC::NetError_Failure)
         try {
@@ -253,7 +243,8 @@ std::optional<TileResult> TileTree::WhatTheRequestSays() const
     return std::nullopt;
 }
 
-/// For what the operations do not name right, and to learn why they brought nothing.
+/// For what the operations do not name right, for rasters, whose operation says of no tile whether
+/// it is a hole, and to learn why a source's operation brought nothing.
 TileResult TileTree::MakeByOurselves(const HostTile& tile) const
 {
     const TileBytes fetched = m_origin.Fetch(tile);

@@ -74,6 +74,13 @@ class ExportTest(KxtileTestCase):
                     database.execute("SELECT zoom_level, tile_column, tile_row, tile_data "
                                      "FROM tiles")}
 
+    def tiles_of(self, path):
+        if path.endswith(".mbtiles"):
+            return self.tiles_of_database(path)
+        archive = pmtiles.Archive(self.folder / path)
+        pmtiles.check(archive)
+        return dict(archive.tiles())
+
     def metadata_of_database(self, path):
         with sqlite3.connect(f"file:{self.folder / path}?mode=ro", uri=True) as database:
             return dict(database.execute("SELECT name, value FROM metadata"))
@@ -214,6 +221,22 @@ class ExportTest(KxtileTestCase):
                            "noise.pmtiles", "--resume", status=1)
         self.assertIn(b"gone on with", done.stderr)
 
+    def test_going_on_loses_no_tile_of_the_file(self):
+        for name in ("out.mbtiles", "out.pmtiles"):
+            self.export(self.template, "--bounds", "-180,0,0,85", "--levels", "1-2", "-o", name)
+            first = self.tiles_of(name)
+            self.assertEqual(len(first), 5)
+            # Another level of another part of the earth.
+            end = self.export(self.template, "--bounds", "1,-85,179,-1", "--levels", "3", "-o",
+                              name, "--resume")
+            self.assertEqual((end["made"], end["kept"]), (16, 0))
+            both = self.tiles_of(name)
+            self.assertEqual(len(both), 21)
+            self.assertEqual({place: both[place] for place in first}, first)
+            self.assertEqual({place for place in both if place[0] == 3},
+                             {(3, column, row) for column in range(4, 8) for row in range(4, 8)})
+        self.assertEqual(self.files(), ["out.mbtiles", "out.pmtiles"])
+
     # What is not there, and what fails
 
     def test_holes_are_told_from_failures(self):
@@ -252,6 +275,24 @@ class ExportTest(KxtileTestCase):
             self.assertIn(b"cannot write 'missing/out", done.stderr)
         self.assertEqual(service.paths, [])
 
+    def test_a_cache_that_cannot_be_written_costs_one_warning(self):
+        service = self.service()
+        (self.folder / "file").write_text("")
+        done = self.kxtile("--cache-dir", self.folder / "file" / "cache", "export",
+                           service.template, "--bounds", WORLD, "--levels", "2", "-o",
+                           "out.mbtiles")
+        self.assertEqual(len(service.paths), 16)
+        self.assertEqual(done.stderr.count(b"cannot be written"), 1, done.stderr)
+        self.assertEqual(len(self.tiles_of("out.mbtiles")), 16)
+
+    def test_what_is_in_the_cache_is_not_fetched_again(self):
+        service = self.service()
+        arguments = ["export", service.template, "--bounds", WORLD, "--levels", "2", "-o"]
+        self.kxtile(*arguments, "a.mbtiles")
+        done = self.kxtile(*arguments, "b.mbtiles")
+        self.assertEqual((len(service.paths), done.stderr), (16, b""))
+        self.assertEqual(self.tiles_of("b.mbtiles"), self.tiles_of("a.mbtiles"))
+
     def test_a_disk_without_room_ends_it(self):
         def limit():
             import resource
@@ -264,6 +305,20 @@ class ExportTest(KxtileTestCase):
             self.assertEqual(done.returncode, 1, done.stderr)
             self.assertIn(b"cannot write", done.stderr)
             self.assertIn(self.files(), (["list"], []))
+
+    def test_pictures_that_pmtiles_has_not_end_it_at_the_first(self):
+        # One pixel, made by the rules of GIF 89a.
+        gif = bytes.fromhex("47494638396101000100800000000000ffffff2c00000000010001000002024401003b")
+        service = Service(gif)
+        self.addCleanup(service.stop)
+        arguments = ["--no-disk-cache", "export", service.template, "--bounds", WORLD, "--levels",
+                     "3", "--jobs", "1", "-o"]
+        done = self.kxtile(*arguments, "out.pmtiles", status=1)
+        self.assertIn(b"PNG, JPEG or WebP; the first one is in the format 'gif'", done.stderr)
+        self.assertIn(b".mbtiles", done.stderr)
+        self.assertEqual(len(service.paths), 1)
+        self.kxtile(*arguments, "out.mbtiles")
+        self.assertEqual(set(self.tiles_of_database("out.mbtiles").values()), {gif})
 
     def test_wrong_arguments_are_told(self):
         for arguments, word in [

@@ -42,6 +42,19 @@ def is_whole_png(data):
     return data.startswith(b"\x89PNG\r\n\x1a\n") and data.endswith(b"IEND\xaeB`\x82")
 
 
+def read_to_end(terminal):
+    """All that was written to a terminal whose other side is closed."""
+    shown = b""
+    while True:
+        try:
+            more = os.read(terminal, 100000)
+        except OSError:  # nobody is there any more
+            return shown
+        if not more:
+            return shown
+        shown += more
+
+
 class Service:
     """A tile service that answers some requests and leaves the others hanging."""
 
@@ -233,6 +246,24 @@ class FilesTest(KxtileTestCase):
                          "-o", "t", status=3)
         self.assertGreater(end["holes"], 0)
         self.assertEqual((end["made"], end["failed"]), (0, 0))
+
+    def test_what_a_raster_cannot_read_is_no_hole(self):
+        # The raster reaches from 90 degrees west to 90 east, from 0 to 45 it cannot be read. A tile of
+        # level 5 is 11.25 degrees wide.
+        raster = self.raster("-90 -60 90 60 0 5 damaged")
+        (self.folder / "list").write_text(
+            "".join(f"{column}/14/5\n" for column in (2, 10, 13, 17, 18, 22, 28)))
+        arguments = [raster, "--retry", "list", "-o", "t"]
+        end = self.files(*arguments, status=4)
+        self.assertEqual((end["made"], end["holes"], end["failed"]), (3, 2, 2))
+        self.assertEqual({name for name in self.tree(self.folder / end["output"])
+                          if name.startswith("5/") and not name.endswith(".jgw")},
+                         {"5/14/10.jpeg", "5/14/13.jpeg", "5/14/22.jpeg"})
+        failed = (self.folder / end["failed_list"]).read_text()
+        for column in (17, 18):
+            self.assertIn(f"{column}/14/5\tthe raster's tile cannot be read: the strip is cut off",
+                          failed)
+        self.assertEqual(self.files(*arguments, status=4)["kept"], 3)
 
     def test_holes_of_tiles_made_of_several_are_told_from_failures(self):
         for status, code, counted in (("404", 3, "holes"), ("500", 4, "failed")):
@@ -426,6 +457,28 @@ class FilesTest(KxtileTestCase):
             for path in root.rglob("*"):
                 self.assertTrue(path.is_file() or any(path.iterdir()), path)
 
+    def test_an_interrupted_retry_keeps_what_was_not_tried(self):
+        service = self.service()
+        service.answered = 2
+        tiles = [f"{column}/1/3" for column in range(8)]
+        (self.folder / "list").write_text("".join(f"{tile}\twhy\n" for tile in tiles))
+        arguments = [service.template, "--retry", "list", "--failed", "list", "--jobs", "1",
+                     "-o", "t"]
+        process = self.start("--json", "--timeout", "3600", "files", *arguments,
+                             stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        self.assertTrue(service.hanging.acquire(timeout=LONG))
+        process.send_signal(signal.SIGINT)
+        output, errors = process.communicate(timeout=LONG)
+        self.assertEqual(process.returncode, 130, errors)
+        end = json.loads(output.splitlines()[-1])
+        self.assertEqual((end["made"], end["failed"], end["failed_list"]), (2, 0, "list"))
+        listed = (self.folder / "list").read_text().splitlines()
+        self.assertEqual([line.split("\t")[0] for line in listed if not line.startswith("#")],
+                         tiles[2:])
+        service.answered = 10 ** 9
+        self.assertEqual(self.files(*arguments)["made"], 6)
+        self.assertFalse((self.folder / "list").exists())
+
     def test_ctrl_c_lets_what_is_on_its_way_come_in(self):
         service = self.service()
         process = self.start("files", service.template, "--bounds", WORLD, "--levels", "2-9",
@@ -448,7 +501,7 @@ class FilesTest(KxtileTestCase):
                              stdout=subprocess.PIPE, stderr=theirs)
         output, _ = process.communicate(timeout=LONG)
         os.close(theirs)
-        shown = os.read(ours, 100000)
+        shown = read_to_end(ours)
         self.assertIn(b"0/4", shown)
         self.assertTrue(shown.endswith(b"\r\x1b[K"), "the bar is taken away at the end")
         self.assertIn(b"4 tiles made", output)

@@ -3,6 +3,7 @@
 
 #include "Command.h"
 #include "KxFile.h"
+#include "KxImgUtility.h"
 #include "UnfinishedFiles.h"
 
 #include <fmt/format.h>
@@ -11,11 +12,19 @@
 
 namespace KxTileHost {
 
-void ThrowUnwritable(const std::string& path, const std::string& why)
+namespace {
+
+bool IsForPmTiles(const KxC::KxRawData& bytes)
 {
-    throw CommandError(kExitFailed,
-                       fmt::format("cannot write '{}': {}", path, why),
-                       "Check that the folder exists, may be written, and has room.");
+    const KxC::KxString ext = KxC::KxImgUtility::TellImgExt(bytes.GetData(), bytes.GetSize());
+    return ext == ".png" || ext == ".jpeg" || ext == ".webp";
+}
+
+} // namespace
+
+void ThrowUnwritable(const std::string& path, const std::string& why, const std::string& hint)
+{
+    throw CommandError(kExitFailed, fmt::format("cannot write '{}': {}", path, why), hint);
 }
 
 std::string FolderOf(const std::string& path)
@@ -27,7 +36,7 @@ std::string FolderOf(const std::string& path)
 ArchiveSink::ArchiveSink(const std::string& path,
                          KxC::KxTileArchiveFormat format,
                          const KxC::KxTileArchiveMetadata& metadata)
-    : m_path(path), m_folder(FolderOf(path))
+    : m_path(path), m_folder(FolderOf(path)), m_format(format)
 {
     if (!m_writer.Create(path.c_str(), format, metadata))
         ThrowUnwritable(path, m_writer.GetError().Cstr());
@@ -37,14 +46,21 @@ void ArchiveSink::Add(const HostTile& tile, const KxC::KxRawData& bytes)
 {
     if (m_writer.AddTile(tile.m_z, tile.RowFromSouth(), tile.m_x, bytes.GetData(), bytes.GetSize()))
         return;
+    if (m_format == KxC::KxTileArchiveFormat_PMTiles && !IsForPmTiles(bytes))
+        m_isWrongType = true;
     m_hasFailed = true;
     throw std::runtime_error("the file cannot be written");
 }
 
 void ArchiveSink::Finish()
 {
-    if (!m_writer.Finish())
-        ThrowUnwritable(m_path, m_writer.GetError().Cstr());
+    if (m_writer.Finish())
+        return;
+    if (m_isWrongType)
+        ThrowUnwritable(m_path,
+                        m_writer.GetError().Cstr(),
+                        "Write MBTiles instead, which holds any pictures: FILE.mbtiles.");
+    ThrowUnwritable(m_path, m_writer.GetError().Cstr());
 }
 
 /// What else it makes has no name.

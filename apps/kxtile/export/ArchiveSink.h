@@ -25,8 +25,10 @@ public:
 private:
     const std::string m_path;
     const std::string m_folder;
+    const KxC::KxTileArchiveFormat m_format;
     KxC::KxTileArchiveWriter m_writer;
     std::atomic<bool> m_hasFailed{false};
+    std::atomic<bool> m_isWrongType{false}; ///< of the tile that was not taken
 };
 
 } // namespace KxTileHost

@@ -37,6 +37,9 @@ protected:
 std::string FolderOf(const std::string& path);
 
 /// The failure of a file that cannot be written.
-[[noreturn]] void ThrowUnwritable(const std::string& path, const std::string& why);
+[[noreturn]] void ThrowUnwritable(
+    const std::string& path,
+    const std::string& why,
+    const std::string& hint = "Check that the folder exists, may be written, and has room.");
 
 } // namespace KxTileHost

@@ -16,8 +16,7 @@ namespace KxTileHost {
 std::vector<HostTile> ReadTileList(const std::string& path);
 
 /// Writes the list of tiles that failed, as ReadTileList takes it. The file appears under its name
-/// when all is over, and only where a tile failed; a list of an earlier run goes then.
-/// One thread at a time.
+/// when all is over. One thread at a time.
 class FailedTiles
 {
 public:
@@ -29,13 +28,21 @@ public:
     FailedTiles& operator=(const FailedTiles&) = delete;
 
     void Add(const HostTile& tile, const std::string& why);
+    /// Puts the list in the place of an earlier run's, which goes also where nothing failed.
     /// @return whether the list is whole on disk (also when there was nothing to write)
     bool Finish();
+    /// Ends the list of a run that could not try all tiles: it takes over what the earlier list
+    /// names and this one does not. Without a new tile the earlier list stays as it is.
+    /// @return as Finish
+    bool FinishWithEarlier();
 
     const std::string& GetPath() const { return m_path; }
+    /// Tiles that were added, those of an earlier list included.
     std::uint64_t Count() const { return m_count; }
 
 private:
+    void Begin();
+    void AddEarlier();
     bool Replace();
 
     std::string m_path;

@@ -38,16 +38,20 @@ void PrintEndAsJson(const TileJobEnd& end, const std::string& where, const std::
                {"bytes", counts.m_madeBytes},
                {"seconds", end.m_seconds},
                {"failed_list",
-                counts.m_failed > 0 && end.m_isListWritten ? nlohmann::ordered_json(list)
-                                                           : nlohmann::ordered_json(nullptr)}});
+                end.m_listed > 0 && end.m_isListWritten ? nlohmann::ordered_json(list)
+                                                        : nlohmann::ordered_json(nullptr)}});
 }
 
 void TellOfList(const TileJobEnd& end, const std::string& list, const char* again)
 {
     if (!end.m_isListWritten)
         fmt::print(stderr, "kxtile: warning: cannot write the list of failed tiles '{}'\n", list);
-    else if (end.m_counts.m_failed > 0)
-        fmt::print(stderr, "kxtile: the failed tiles are listed in '{}'; see {}\n", list, again);
+    else if (end.m_listed > 0)
+        fmt::print(stderr,
+                   "kxtile: the {} tiles are listed in '{}'; see {}\n",
+                   end.m_listed > end.m_counts.m_failed ? "remaining" : "failed",
+                   list,
+                   again);
 }
 
 } // namespace
@@ -121,6 +125,7 @@ TileJobOptions JobArguments::OptionsFor(const GlobalOptions& options,
     job.m_threads = m_threads;
     job.m_json = options.m_json;
     job.m_failedList = m_failedList.empty() ? failedList : m_failedList;
+    job.m_retried = m_retry;
     return job;
 }
 

@@ -55,4 +55,19 @@ bool JobTally::Finish()
     return m_list.Finish();
 }
 
+bool JobTally::FinishEarly(const std::vector<HostTile>& untried, bool keepsEarlier)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_isFinished = true;
+    for (const HostTile& tile : untried)
+        m_list.Add(tile, "interrupted before it was tried again");
+    return keepsEarlier ? m_list.FinishWithEarlier() : m_list.Finish();
+}
+
+std::uint64_t JobTally::Listed() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_list.Count();
+}
+
 } // namespace KxTileHost

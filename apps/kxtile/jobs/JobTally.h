@@ -41,9 +41,15 @@ public:
     /// The failures since the last call; beyond a few hundred at once the rest is only counted and
     /// listed.
     std::vector<FailedTile> TakeNews();
-    /// Writes the list. Nothing may be added afterwards.
+    /// Writes the list; what is added afterwards does not count.
     /// @return false when it could not be written
     bool Finish();
+    /// The same for a job that has not tried all tiles.
+    /// @param untried       listed with those that failed
+    /// @param keepsEarlier  whether an earlier list's tiles stay listed
+    bool FinishEarly(const std::vector<HostTile>& untried, bool keepsEarlier);
+    /// Tiles on the list.
+    std::uint64_t Listed() const;
 
 private:
     mutable std::mutex m_mutex;

@@ -12,8 +12,10 @@
 #include <chrono>
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 #include <mutex>
 #include <optional>
+#include <system_error>
 #include <thread>
 
 namespace KxTileHost {
@@ -43,20 +45,24 @@ public:
     bool AreDone() const { return m_running.load(std::memory_order_acquire) == 0; }
     const WakeUp& Bell() const { return m_bell; }
     std::vector<HostTile> InWork() const;
+    /// All tiles whose work is not over.
+    std::vector<HostTile> Undone() const;
 
 private:
     void Run(std::size_t place);
     TileResult WorkOn(const HostTile& tile) const;
-    void SetInWork(std::size_t place, const std::optional<HostTile>& tile);
+    /// The place's next tile, which is in work from then on, as the last one no longer is.
+    std::optional<HostTile> Next(std::size_t place);
+    std::vector<HostTile> InWorkLocked() const;
 
     const TileList& m_tiles;
     const TileWork& m_work;
     JobTally& m_tally;
     WakeUp m_bell;
     std::atomic<bool> m_stop{false};
-    std::atomic<std::uint64_t> m_next{0};
     std::atomic<int> m_running{0};
-    mutable std::mutex m_mutex; ///< guards m_inWork
+    mutable std::mutex m_mutex; ///< guards the next two
+    std::uint64_t m_next = 0;
     std::vector<std::optional<HostTile>> m_inWork;
     std::vector<std::jthread> m_threads; ///< last: they end before what they use
 };
@@ -74,15 +80,8 @@ void Workers::Start(int count)
 
 void Workers::Run(std::size_t place)
 {
-    while (!m_stop.load(std::memory_order_relaxed)) {
-        const std::uint64_t index = m_next.fetch_add(1, std::memory_order_relaxed);
-        if (index >= m_tiles.Count())
-            break;
-        const HostTile tile = m_tiles.At(index);
-        SetInWork(place, tile);
-        m_tally.Add(tile, WorkOn(tile));
-        SetInWork(place, std::nullopt);
-    }
+    while (const std::optional<HostTile> tile = Next(place))
+        m_tally.Add(*tile, WorkOn(*tile));
     if (m_running.fetch_sub(1, std::memory_order_acq_rel) == 1)
         m_bell.Ring();
 }
@@ -94,15 +93,32 @@ try {
     return {TileOutcome::Failed, 0, error.what()};
 }
 
-void Workers::SetInWork(std::size_t place, const std::optional<HostTile>& tile)
+std::optional<HostTile> Workers::Next(std::size_t place)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_inWork[place] = tile;
+    m_inWork[place].reset();
+    if (!m_stop.load(std::memory_order_relaxed) && m_next < m_tiles.Count())
+        m_inWork[place] = m_tiles.At(m_next++);
+    return m_inWork[place];
 }
 
 std::vector<HostTile> Workers::InWork() const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
+    return InWorkLocked();
+}
+
+std::vector<HostTile> Workers::Undone() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    std::vector<HostTile> tiles = InWorkLocked();
+    for (std::uint64_t index = m_next; index < m_tiles.Count(); ++index)
+        tiles.push_back(m_tiles.At(index));
+    return tiles;
+}
+
+std::vector<HostTile> Workers::InWorkLocked() const
+{
     std::vector<HostTile> tiles;
     for (const auto& tile : m_inWork)
         if (tile)
@@ -175,10 +191,30 @@ std::chrono::milliseconds Watch::Longest() const
     ::_exit(kExitInterrupted);
 }
 
-TileJobEnd EndOf(JobTally& tally, bool isInterrupted, Clock::time_point start)
+bool IsSameFile(const std::string& one, const std::string& other)
+{
+    std::error_code error;
+    return std::filesystem::equivalent(one, other, error);
+}
+
+/// The list of a job that was interrupted. Tiles of bounds and levels that were not tried are left
+/// out: they may be billions, and the same command finds them.
+bool FinishListEarly(JobTally& tally, const Workers& workers, const TileJobOptions& options)
+{
+    const std::vector<HostTile> untried =
+        options.m_retried.empty() ? std::vector<HostTile>() : workers.Undone();
+    return tally.FinishEarly(untried, !IsSameFile(options.m_retried, options.m_failedList));
+}
+
+TileJobEnd EndOf(JobTally& tally,
+                 const Workers& workers,
+                 const TileJobOptions& options,
+                 bool isInterrupted,
+                 Clock::time_point start)
 {
     TileJobEnd end;
-    end.m_isListWritten = tally.Finish();
+    end.m_isListWritten = isInterrupted ? FinishListEarly(tally, workers, options) : tally.Finish();
+    end.m_listed = tally.Listed();
     end.m_counts = tally.Counts();
     end.m_isInterrupted = isInterrupted;
     end.m_seconds = std::chrono::duration<double>(Clock::now() - start).count();
@@ -192,22 +228,19 @@ TileJobEnd RunTileJob(const TileList& tiles, const TileWork& work, const TileJob
     const auto start = Clock::now();
     const StopSignals signals;
     JobTally tally(options.m_failedList);
-    bool isInterrupted = false;
-    {
-        JobProgress progress(options.m_json, tiles.Count());
-        progress.Show({});
-        Workers workers(tiles, work, tally);
-        workers.Start(options.m_threads);
-        Watch watch(workers, tally, progress);
-        const bool areDone = watch.Run(signals);
-        progress.Tell(tally.TakeNews());
-        isInterrupted = watch.IsInterrupted();
-        if (!areDone) {
-            progress.Hide();
-            Abandon(workers.InWork(), EndOf(tally, true, start), options);
-        }
-    }
-    return EndOf(tally, isInterrupted, start);
+    JobProgress progress(options.m_json, tiles.Count());
+    progress.Show({});
+    Workers workers(tiles, work, tally);
+    workers.Start(options.m_threads);
+    Watch watch(workers, tally, progress);
+    const bool areDone = watch.Run(signals);
+    progress.Tell(tally.TakeNews());
+    progress.Hide();
+    const bool isInterrupted = watch.IsInterrupted() || !areDone;
+    const TileJobEnd end = EndOf(tally, workers, options, isInterrupted, start);
+    if (!areDone)
+        Abandon(workers.InWork(), end, options);
+    return end;
 }
 
 } // namespace KxTileHost

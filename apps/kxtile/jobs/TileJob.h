@@ -17,6 +17,7 @@ struct TileJobEnd
     JobCounts m_counts;
     bool m_isInterrupted = false; ///< by SIGINT or SIGTERM
     bool m_isListWritten = true;  ///< the list of failed tiles
+    std::uint64_t m_listed = 0;   ///< tiles on that list
     double m_seconds = 0.0;
 };
 
@@ -25,6 +26,7 @@ struct TileJobOptions
     int m_threads = 1;
     bool m_json = false;      ///< progress as JSON lines on standard output
     std::string m_failedList; ///< path of the list of failed tiles, empty for none
+    std::string m_retried;    ///< path of the list that the tiles are from, empty for none
     /// Called when the process is about to end though the work on some tiles, given here, still
     /// goes on, waiting for a service: takes back what that work leaves unfinished. The workers
     /// still run. May be empty.
@@ -35,7 +37,8 @@ struct TileJobOptions
 
 /// Works on all tiles and goes on past failures. SIGINT and SIGTERM end it: no further tile is
 /// begun; work that is not over 0.7 s later (or at a second signal) is abandoned, and the process
-/// ends here with kExitInterrupted.
+/// ends here with kExitInterrupted. The list of failed tiles then loses nothing: one of an earlier
+/// run is taken over, and of a list that was tried again what was not tried stays listed.
 TileJobEnd RunTileJob(const TileList& tiles, const TileWork& work, const TileJobOptions& options);
 
 } // namespace KxTileHost

@@ -57,13 +57,20 @@ bool NamesRaster(const std::string& text)
     return false;
 }
 
+/// What the thread's last failure was, to be put behind the words that say what failed.
+std::string ReaderSays()
+{
+    const KxC::KxString& why = KxC::KxRasterDataAccessor::GetThreadError();
+    return why.IsEmpty() != 0 ? "" : fmt::format(": {}", why.Cstr());
+}
+
 KxC::KxRasterDataAccessor* OpenRaster(const std::string& path)
 {
     KxC::KxRasterDataAccessor* const raster =
         KxC::m_gRasterAccessorManager.OpenDataAccessor(path.c_str());
     if (raster == nullptr)
         throw CommandError(kExitFailed,
-                           fmt::format("cannot open the raster '{}'", path),
+                           fmt::format("cannot open the raster '{}'{}", path, ReaderSays()),
                            "It may be damaged, or have no georeference.");
     return raster;
 }
@@ -124,10 +131,14 @@ try {
 
 TileBytes TileOrigin::CutFromRaster(const HostTile& tile) const
 {
+    // A tile of which a part cannot be read is no hole, and no tile either.
+    const auto failuresBefore = KxC::KxRasterDataAccessor::GetThreadReadFailures();
     KxC::KxRawData* bytes = nullptr;
     const unsigned char done = KxC::KxTileFetcher::FetchTileFromRaster(
         bytes, m_rasterPath.c_str(), tile.m_x, tile.m_y, tile.m_z, m_tileSize);
     std::unique_ptr<KxC::KxRawData> owned(bytes);
+    if (KxC::KxRasterDataAccessor::GetThreadReadFailures() != failuresBefore)
+        return {TileOutcome::Failed, nullptr, "the raster's tile cannot be read" + ReaderSays()};
     if (done == 0)
         return {TileOutcome::Failed, nullptr, "the raster's tile cannot be read"};
     if (owned == nullptr || owned->GetSize() == 0)

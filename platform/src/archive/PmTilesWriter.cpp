@@ -21,7 +21,7 @@ constexpr std::size_t kLeafEntries = 4096;
 /// No directory of more entries is tried as a root alone.
 constexpr unsigned long long kMaxRootEntries = 16384;
 
-KxPmTilesType TypeOf(const KxString& format)
+KxPmTilesType TypeOf(const std::string& format)
 {
     if (format == "png")
         return KxPmTilesType_Png;
@@ -29,16 +29,23 @@ KxPmTilesType TypeOf(const KxString& format)
         return KxPmTilesType_Jpeg;
     if (format == "webp")
         return KxPmTilesType_Webp;
-    throw ArchiveError("a PMTiles archive holds tiles that are PNG, JPEG or WebP");
+    return KxPmTilesType_Unknown;
 }
 
-KxPmTilesHeader HeaderFor(const KxTileArchiveReport& report)
+[[noreturn]] void ThrowWrongType(const std::string& format)
+{
+    const std::string kind = format.empty() ? "of no such kind" : "in the format '" + format + "'";
+    throw ArchiveError(
+        "a PMTiles archive holds tiles that are PNG, JPEG or WebP; the first one is " + kind);
+}
+
+KxPmTilesHeader HeaderFor(const KxTileArchiveReport& report, KxPmTilesType type)
 {
     KxPmTilesHeader header;
     header.m_bClustered = true;
     header.m_eInternal = KxPmTilesCompression_Gzip;
     header.m_eTile = KxPmTilesCompression_None;
-    header.m_eType = TypeOf(report.m_strFormat);
+    header.m_eType = type;
     header.m_nMinLevel = report.m_nMinLevel;
     header.m_nMaxLevel = report.m_nMaxLevel;
     header.m_bounds = report.m_bounds;
@@ -89,6 +96,7 @@ PmTilesWriter::~PmTilesWriter() = default;
 
 void PmTilesWriter::Add(const ArchivePlace& place, std::string_view bytes)
 {
+    CountType(bytes);
     WaitingTile tile{};
     KxPmTiles::TileIdOf(place.m_nLevel, place.m_nRow, place.m_nCol, tile.m_nTileId);
     const Picture picture = Keep(bytes);
@@ -96,6 +104,27 @@ void PmTilesWriter::Add(const ArchivePlace& place, std::string_view bytes)
     tile.m_nOffset = picture.m_nOffset;
     tile.m_nLength = picture.m_nLength;
     m_order.Add(tile);
+}
+
+/// The header names one type. What is of none must not be learnt when all tiles are there; among
+/// others that have one it may stay, as a service's sign for nothing often is of another.
+void PmTilesWriter::CountType(std::string_view bytes)
+{
+    const std::string format = FormatOf(bytes);
+    const KxPmTilesType type = TypeOf(format);
+    if (type != KxPmTilesType_Unknown)
+        ++m_types[type];
+    else if (m_types.empty())
+        ThrowWrongType(format);
+}
+
+KxPmTilesType PmTilesWriter::TypeOfMost() const
+{
+    const auto most =
+        std::max_element(m_types.begin(), m_types.end(), [](const auto& one, const auto& other) {
+            return one.second < other.second;
+        });
+    return most == m_types.end() ? KxPmTilesType_Unknown : most->first;
 }
 
 PmTilesWriter::Picture PmTilesWriter::Keep(std::string_view bytes)
@@ -125,7 +154,7 @@ bool PmTilesWriter::IsSame(const Picture& picture, std::string_view bytes)
 
 void PmTilesWriter::Finish(const KxTileArchiveMetadata& metadata, KxTileArchiveReport& report)
 {
-    KxPmTilesHeader header = HeaderFor(report);
+    KxPmTilesHeader header = HeaderFor(report, TypeOfMost());
     m_known = {};
     Place(header);
     report.m_nPictures = m_nContents;

@@ -6,6 +6,7 @@
 #include "TileArchive.h"
 #include "TileOrder.h"
 
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -41,6 +42,9 @@ private:
     };
     using Directories = std::vector<unsigned char>;
 
+    /// @throws ArchiveError where the first of all tiles is of no type that the format has
+    void CountType(std::string_view bytes);
+    KxPmTilesType TypeOfMost() const;
     Picture Keep(std::string_view bytes);
     bool IsSame(const Picture& picture, std::string_view bytes);
     /// Gives each picture its place among the tiles.
@@ -61,7 +65,8 @@ private:
     std::unordered_map<std::size_t, Picture> m_known; ///< pictures by the hash of their bytes
     /// Where pictures that came again lie among the tiles, by where they wait.
     std::unordered_map<unsigned long long, std::optional<unsigned long long>> m_shared;
-    std::optional<PlacedEntry> m_open; ///< the last entry, whose run may go on
+    std::map<KxPmTilesType, unsigned long long> m_types; ///< tiles of each that the format has
+    std::optional<PlacedEntry> m_open;                   ///< the last entry, whose run may go on
     std::vector<unsigned char> m_compared;
     unsigned long long m_nTiles = 0;
     unsigned long long m_nAddressed = 0;

@@ -19,18 +19,6 @@ namespace KxC {
 
 namespace {
 
-/// As MBTiles names formats; empty for none that it knows.
-std::string FormatOf(std::string_view bytes)
-{
-    const std::string extension =
-        KxImgUtility::TellImgExt(reinterpret_cast<const unsigned char*>(bytes.data()),
-                                 static_cast<unsigned int>(bytes.size()))
-            .Cstr();
-    if (extension == ".jpeg")
-        return "jpg";
-    return extension.empty() ? extension : extension.substr(1);
-}
-
 /// Not a name that KxFile::SaveWhole may be using.
 std::string TemporaryName(const std::string& path)
 {
@@ -45,6 +33,17 @@ std::string TemporaryName(const std::string& path)
 }
 
 } // namespace
+
+std::string FormatOf(std::string_view bytes)
+{
+    const std::string extension =
+        KxImgUtility::TellImgExt(reinterpret_cast<const unsigned char*>(bytes.data()),
+                                 static_cast<unsigned int>(bytes.size()))
+            .Cstr();
+    if (extension == ".jpeg")
+        return "jpg";
+    return extension.empty() ? extension : extension.substr(1);
+}
 
 void ThrowErrno()
 {

@@ -24,6 +24,9 @@ struct ArchiveError : std::runtime_error
     using std::runtime_error::runtime_error;
 };
 
+/// The format of a picture as MBTiles names it; empty for none that is known.
+std::string FormatOf(std::string_view bytes);
+
 /// Says what errno means.
 [[noreturn]] void ThrowErrno();
 

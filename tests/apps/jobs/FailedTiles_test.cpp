@@ -66,6 +66,34 @@ TEST_F(FailedTilesTest, LeaveTheOldListUntilTheNewOneIsWhole)
     EXPECT_EQ(CountFiles(), 1U);
 }
 
+TEST_F(FailedTilesTest, TakeOverAnEarlierListThatWasNotDone)
+{
+    Write("list", "# of before\n1/0/1\told reason\n2/3/2\told reason\nno tile\n3/3/3");
+    FailedTiles failed(Path("list"));
+    failed.Add({2, 3, 2}, "new reason");
+    EXPECT_TRUE(failed.FinishWithEarlier());
+    std::ifstream file(Path("list"));
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(file, line);)
+        if (!line.starts_with('#'))
+            lines.push_back(line);
+    EXPECT_EQ(lines,
+              (std::vector<std::string>{"2/3/2\tnew reason", "1/0/1\told reason", "3/3/3\t"}));
+    EXPECT_EQ(failed.Count(), 3U);
+    EXPECT_EQ(CountFiles(), 1U);
+}
+
+TEST_F(FailedTilesTest, LeaveAnEarlierListThatWasNotDoneWhereNothingFailed)
+{
+    Write("list", "1/1/1 mine\n");
+    FailedTiles failed(Path("list"));
+    EXPECT_TRUE(failed.FinishWithEarlier());
+    EXPECT_EQ(ReadTileList(Path("list")).size(), 1U);
+    FailedTiles unnamed("");
+    unnamed.Add({0, 0, 0}, "why");
+    EXPECT_TRUE(unnamed.FinishWithEarlier());
+}
+
 TEST_F(FailedTilesTest, SayWhenTheListCannotBeWritten)
 {
     Write("file", "");

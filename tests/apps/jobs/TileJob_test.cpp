@@ -10,12 +10,14 @@
 
 #include <atomic>
 #include <cstdio>
+#include <fstream>
 #include <latch>
 #include <mutex>
 #include <set>
 #include <stdexcept>
 #include <thread>
 #include <tuple>
+#include <vector>
 
 namespace KxTileHost {
 namespace {
@@ -111,6 +113,66 @@ TEST(TileJob, BeginsNoTileAfterASignal)
         EXPECT_TRUE(end.m_isInterrupted);
         EXPECT_EQ(end.m_counts.m_made, static_cast<std::uint64_t>(begun.load()));
     }
+}
+
+/// Columns of the tiles of level 30 that a list names.
+std::vector<int> ColumnsIn(const std::string& list)
+{
+    std::vector<int> columns;
+    for (const HostTile& tile : ReadTileList(list))
+        columns.push_back(tile.m_x);
+    return columns;
+}
+
+/// Tries columns 0 to 9 again, of which 0 and 1 fail. A signal comes with column 3.
+TileJobEnd RetryInterrupted(const TileJobOptions& options)
+{
+    std::vector<HostTile> tiles;
+    for (int column = 0; column < 10; ++column)
+        tiles.push_back({column, 0, 30});
+    return RunTileJob(
+        TileList(tiles),
+        [](const HostTile& tile) {
+            if (tile.m_x == 3)
+                ::kill(::getpid(), SIGINT);
+            // Nobody goes on until the signal is seen: with one thread nothing else is begun.
+            for (sigset_t pending{}; tile.m_x == 3;) {
+                sigpending(&pending);
+                if (sigismember(&pending, SIGINT) == 0)
+                    break;
+            }
+            return TileResult{tile.m_x < 2 ? TileOutcome::Failed : TileOutcome::Made, 1, "why"};
+        },
+        options);
+}
+
+TEST(TileJob, KeepsListedWhatAnInterruptedRetryHasNotTried)
+{
+    const KxC::TempFolder folder;
+    TileJobOptions options = Threads(1);
+    options.m_failedList = options.m_retried = folder.File("list");
+    std::ofstream(options.m_retried) << "0/0/30\n2/0/30\n9/0/30\n";
+    const TileJobEnd end = RetryInterrupted(options);
+    ASSERT_TRUE(end.m_isInterrupted);
+    EXPECT_EQ(end.m_counts.m_failed, 2U);
+    const std::vector<int> columns = ColumnsIn(options.m_failedList);
+    // All but those that were made: 2, 3, and what was begun before the signal was told.
+    ASSERT_EQ(columns.size(), 10 - end.m_counts.m_made);
+    EXPECT_EQ(end.m_listed, columns.size());
+    EXPECT_EQ(columns[0], 0);
+    EXPECT_EQ(columns[1], 1);
+    for (std::size_t i = 2; i < columns.size(); ++i)
+        EXPECT_EQ(columns[i], static_cast<int>(end.m_counts.m_made + i));
+}
+
+TEST(TileJob, KeepsAnEarlierListWhenItIsInterrupted)
+{
+    const KxC::TempFolder folder;
+    TileJobOptions options = Threads(1);
+    options.m_failedList = folder.File("list");
+    std::ofstream(options.m_failedList) << "1/0/30\n77/0/30\n";
+    ASSERT_TRUE(RetryInterrupted(options).m_isInterrupted);
+    EXPECT_EQ(ColumnsIn(options.m_failedList), (std::vector<int>{0, 1, 77}));
 }
 
 TEST(TileJobDeathTest, EndsThoughWorkIsStuck)

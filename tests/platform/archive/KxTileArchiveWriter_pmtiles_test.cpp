@@ -145,10 +145,28 @@ TEST(KxTileArchiveWriter, MakesNoPmTilesOfGifs)
     const TempFolder folder;
     KxTileArchiveWriter writer;
     ASSERT_TRUE(writer.Create(folder.File("tiles.pmtiles").c_str(), kPmTiles, {}));
-    ASSERT_TRUE(AddTile(writer, 0, 0, 0, "GIF89a and so on"));
-    EXPECT_FALSE(writer.Finish());
+    // At once: nobody wants to learn it when all tiles are fetched.
+    EXPECT_FALSE(AddTile(writer, 0, 0, 0, "GIF89a and so on"));
     EXPECT_THAT(writer.GetError().Cstr(), HasSubstr("PNG, JPEG or WebP"));
+    EXPECT_THAT(writer.GetError().Cstr(), HasSubstr("'gif'"));
+    EXPECT_FALSE(AddTile(writer, 1, 0, 0, FakePng(1)));
+    EXPECT_FALSE(writer.Finish());
     EXPECT_TRUE(FilesIn(folder.Path()).empty());
+}
+
+TEST(KxTileArchiveWriter, TakesAGifAmongTilesThatPmTilesMayHold)
+{
+    const TempFolder folder;
+    const std::string path = folder.File("tiles.pmtiles");
+    KxTileArchiveWriter writer;
+    ASSERT_TRUE(writer.Create(path.c_str(), kPmTiles, {}));
+    ASSERT_TRUE(AddTile(writer, 1, 0, 0, FakePng(1)));
+    for (int level = 2; level < 5; ++level)
+        ASSERT_TRUE(AddTile(writer, level, 0, 0, "GIF89a and so on"));
+    for (int col = 0; col < 2; ++col)
+        ASSERT_TRUE(AddTile(writer, 5, 0, col, "\xff\xd8\xff one JPEG"));
+    ASSERT_TRUE(writer.Finish()) << writer.GetError().Cstr();
+    EXPECT_THAT(Check(path, folder.Path()), HasSubstr("\"type\": 3")); // JPEG
 }
 
 } // namespace

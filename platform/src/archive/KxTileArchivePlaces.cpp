@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: MIT
+#include "KxTileArchivePlaces.h"
+
+#include "ArchivePlaces.h"
+#include "KxFileSizeGuard.h"
+
+#include <exception>
+
+namespace KxC {
+
+namespace {
+
+void VisitEither(const KxString& path, KxTileArchiveFormat format, const PlaceVisitor& visitor)
+{
+    switch (format) {
+    case KxTileArchiveFormat_MBTiles:
+        return VisitMbTiles(path.Cstr(), visitor);
+    case KxTileArchiveFormat_PMTiles:
+        return VisitPmTiles(path.Cstr(), visitor);
+    }
+    throw ArchiveError("there is no such format of archives");
+}
+
+} // namespace
+
+bool KxTileArchivePlaces::Visit(
+    const KxString& path, KxTileArchiveFormat format, Visitor visitor, void* user, KxString& error)
+{
+    const KxFileSizeGuard guard;
+    try {
+        try {
+            VisitEither(path, format, [&](const ArchivePlace& place) {
+                return visitor(place.m_nLevel, place.m_nRow, place.m_nCol, user) != 0;
+            });
+            return true;
+        } catch (const ArchiveError& failure) {
+            error = failure.what();
+        }
+    } catch (const std::exception&) {
+        error = "out of memory"; // short enough to need none
+    }
+    return false;
+}
+
+} // namespace KxC
