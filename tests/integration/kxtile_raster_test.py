@@ -17,6 +17,11 @@ from kxtile_harness import KxtileTestCase, png_size
 
 PLUGINS = sys.argv[2]
 DATA = os.environ.get("KXTILE_TEST_DATA")
+PLUGIN_NAMES = {path.stem for folder in PLUGINS.split(":") for path in
+                pathlib.Path(folder).glob("*.so")}
+PROJECT = pathlib.Path(__file__).resolve().parents[2]
+MARBLE = PROJECT / "build/assets/earth-blue-marble.jpg"
+PMTILES_READER = PROJECT / "tests/support/pmtiles_reader.py"
 WIDTH, HEIGHT = 1200, 900
 # Ten metres a pixel in UTM zone 33, around 15.1 degrees east, 50 degrees north.
 WEST, NORTH, STEP = 500000, 5540000, 10
@@ -50,6 +55,30 @@ def make_raster(folder):
     run("gdal_translate", "-q", "-a_srs", "EPSG:32633", "-a_ullr", WEST, NORTH,
         WEST + WIDTH * STEP, NORTH - HEIGHT * STEP, "-co", "TILED=YES", raw, path)
     return path
+
+
+def join_tiles(folder, level, path):
+    """All tiles of a level, by the names that pmtiles_reader.py gives, as one Web Mercator TIFF."""
+    half = math.pi * 6378137
+    side = 2 * half / 2 ** level
+    parts = []
+    for tile in sorted(folder.glob(f"{level}-*")):
+        _, x, y = map(int, tile.name.split("-"))
+        part = tile.with_suffix(".tif")
+        run("gdal_translate", "-q", *rgb_of(tile), "-a_srs", "EPSG:3857", "-a_ullr",
+            x * side - half, half - y * side, (x + 1) * side - half, half - (y + 1) * side, tile,
+            part)
+        parts.append(part)
+    run("gdalbuildvrt", "-q", path.with_suffix(".vrt"), *parts)
+    run("gdal_translate", "-q", path.with_suffix(".vrt"), path)
+
+
+def rgb_of(picture):
+    """What makes gdal_translate write three bands."""
+    bands = json.loads(run("gdalinfo", "-json", picture))["bands"]
+    if bands[0]["colorInterpretation"] == "Palette":
+        return ["-expand", "rgb"]
+    return ["-b", 1] * 3 if len(bands) < 3 else ["-b", 1, "-b", 2, "-b", 3]
 
 
 class Picture:
@@ -116,11 +145,14 @@ class RasterTest(KxtileTestCase):
             *mosaic.extent(), "-ts", mosaic.width, mosaic.height, between, reference)
         return Picture(reference)
 
-    def assert_alike(self, mosaic, reference):
-        """At least 99 of 100 pixels that both have are equal."""
-        both = [(a, b) for a, b in zip(mosaic.pixels, reference.pixels)
-                if a is not None and b is not None]
-        self.assertGreater(len(both), len(mosaic.pixels) // 20)
+    def assert_alike(self, mosaic, reference, least=0.05):
+        """At least 99 of 100 pixels are visible in both or in neither, and as many of those that
+        both show are equal. They show at least the given share of the picture."""
+        pairs = list(zip(mosaic.pixels, reference.pixels, strict=True))
+        both = [(a, b) for a, b in pairs if a is not None and b is not None]
+        self.assertGreater(len(both), len(pairs) * least)
+        one = sum((a is None) != (b is None) for a, b in pairs)
+        self.assertLessEqual(one / len(pairs), 0.01, "shown in one of them only")
         equal = sum(a == b for a, b in both)
         self.assertGreaterEqual(equal / len(both), 0.99)
 
@@ -207,6 +239,41 @@ class RasterTest(KxtileTestCase):
                     run("gdal_translate", "-q", "-expand", "rgba", raster, source)
                 self.assert_alike(mosaic, self.warped(source, mosaic, crs, made["level"]))
 
+    @unittest.skipUnless(DATA, "KXTILE_TEST_DATA is not set: no picture with alpha to compare with")
+    def test_mosaic_of_a_picture_with_alpha_agrees_with_gdalwarp(self):
+        # What is seen is in the south-western corner; half of this shows nothing.
+        made = self.mosaic(pathlib.Path(DATA, "alpha.tif"), [19474940, -4799020, 19476540, -4798220],
+                           "EPSG:3857", 4.08, "m.tif")
+        mosaic = Picture(self.folder / "m.tif")
+        self.assertIn(None, mosaic.pixels)
+        self.assert_alike(mosaic, self.warped(pathlib.Path(DATA, "alpha.tif"), mosaic, "EPSG:3857",
+                                              made["level"]))
+
+    @unittest.skipUnless(DATA and "KxTilePackReader" in PLUGIN_NAMES,
+                         "KXTILE_TEST_DATA is not set, or KxTilePackReader is not built: no pack "
+                         "of tiles to compare with")
+    def test_mosaic_of_a_pack_agrees_with_gdalwarp(self):
+        pack = pathlib.Path(DATA, "stamen_toner_z3.pmtiles")
+        (self.folder / "tiles").mkdir()
+        run(sys.executable, "-B", PMTILES_READER, pack, self.folder / "tiles")
+        whole = self.folder / "whole.tif"
+        join_tiles(self.folder / "tiles", 3, whole)
+        made = self.mosaic(pack, [-20.0, 30.0, 50.0, 70.0], "EPSG:4326", 0.2, "m.tif")
+        mosaic = Picture(self.folder / "m.tif")
+        self.assert_alike(mosaic, self.warped(whole, mosaic, "EPSG:4326", made["level"]), least=0.99)
+
+    @unittest.skipUnless(MARBLE.exists(), "the Blue Marble is not in build/assets")
+    def test_mosaics_of_the_blue_marble_agree_with_gdalwarp(self):
+        world = self.folder / "world.tif"
+        run("gdal_translate", "-q", "-a_srs", "EPSG:4326", "-a_ullr", -180, 90, 180, -90, "-co",
+            "TILED=YES", MARBLE, world)
+        for crs, bounds, resolution in [("EPSG:4326", [-20.0, 30.0, 50.0, 70.0], 0.1),
+                                        ("EPSG:3035", [2600000, 1500000, 6600000, 5300000], 10500)]:
+            with self.subTest(crs):
+                made = self.mosaic(world, bounds, crs, resolution, "m.tif")
+                mosaic = Picture(self.folder / "m.tif")
+                self.assert_alike(mosaic, self.warped(world, mosaic, crs, made["level"]), least=0.99)
+
     def test_degrees_are_the_same_grid(self):
         made = self.mosaic(self.made, [15.0, 49.9, 15.2, 50.02], "EPSG:4326", 0.0002, "m.tif")
         self.assertEqual((made["width"], made["height"]), (1000, 600))
@@ -239,9 +306,7 @@ class RasterTest(KxtileTestCase):
             self.assertLessEqual(abs(y - ((NORTH - south) // 10 - 1)), 1)
 
     def test_world_file_and_prj_stand_beside_the_picture(self):
-        if "KxGdalWriter" not in " ".join(
-                str(path) for folder in PLUGINS.split(":") for path in
-                pathlib.Path(folder).glob("*.so")):
+        if "KxGdalWriter" not in PLUGIN_NAMES:
             message = self.failure("mosaic", self.made, "--bounds", "501000,5533000,503000,5534000",
                                    "--crs", "EPSG:32633", "--resolution", "10", "-o", "m.png",
                                    "--world-file")
