@@ -284,6 +284,52 @@ class RasterTest(KxtileTestCase):
         self.assertEqual(len(picture.info["bands"]), 4)
         self.assertIsNone(picture.pixels[0], "what the raster does not cover is transparent")
 
+    def test_feet_are_taken_as_feet(self):
+        foot = 1200 / 3937
+        west, south, east, north = [edge / foot for edge in (501000, 5533000, 505000, 5536000)]
+        feet = "+proj=utm +zone=33 +datum=WGS84 +units=us-ft"
+        wkt = run("gdalsrsinfo", "-o", "wkt1", "--single-line", feet).decode().strip()
+        for crs in (feet, feet.replace("units=us-ft", f"to_meter={foot!r}"), wkt):
+            if crs == wkt and "KxGdalWriter" not in PLUGIN_NAMES:
+                continue  # nothing tells the units of WKT
+            with self.subTest(crs):
+                made = self.mosaic(self.made, [west, south, east, north], crs, 10 / foot, "m.png")
+                # Ten metres are level 14, ten times 3.28 would be 12.
+                self.assertEqual((made["width"], made["height"], made["level"]), (400, 300, 14))
+                self.assertAlmostEqual(made["pixel_width"], 10 / foot, delta=1e-6)
+                self.assertAlmostEqual(made["first_pixel"][0], west + 5 / foot, delta=1e-2)
+                self.assertAlmostEqual(made["first_pixel"][1], north - 5 / foot, delta=1e-2)
+                picture = Picture(self.folder / "m.png")
+                for row in range(0, 300, 7):
+                    for column in range(0, 400, 7):
+                        x, y = place_of(picture.pixels[row * 400 + column])
+                        self.assertLessEqual(abs(x - (column + 100)), 1)
+                        self.assertLessEqual(abs(y - (row + 400)), 1)
+        fine = self.failure("mosaic", self.made, "--bounds", f"{west},{south},{east},{north}",
+                            "--crs", feet, "--resolution", "2", "-o", "m.png")
+        self.assertIn("from 31.3", fine)  # 9.55 metres
+        self.assertIn("feet", fine)
+
+    @unittest.skipUnless("KxGdalWriter" in PLUGIN_NAMES,
+                         "KxGdalWriter is not built: nothing tells the units of EPSG:2225")
+    def test_false_eastings_are_in_feet_too(self):
+        # California's zone 1 has false eastings and northings, and is written in feet.
+        raster = self.folder / "california.tif"
+        run("gdal_translate", "-q", "-a_srs", "EPSG:2225", "-a_ullr", 6500000, 2200000,
+            6500000 + WIDTH * 30, 2200000 - HEIGHT * 30, self.made, raster)
+        made = self.mosaic(raster, [6503000, 2180000, 6515000, 2192000], "EPSG:2225", 32.8,
+                           "m.tif")
+        self.assertEqual(made["level"], 14)
+        mosaic = Picture(self.folder / "m.tif")
+        self.assert_alike(mosaic, self.warped(raster, mosaic, "EPSG:2225", made["level"]),
+                          least=0.99)
+
+    def test_units_that_nothing_tells_are_refused(self):
+        message = self.failure("mosaic", self.made, "--bounds", "274000,3025000,275000,3026000",
+                               "--crs", "+proj=utm +zone=33 +datum=WGS84 +units=fath",
+                               "--resolution", "6", "-o", "m.png")
+        self.assertIn("is not in metres", message)
+
     def test_every_format_is_written(self):
         for name, format_ in [("m.png", "PNG"), ("m.jpg", "JPEG"), ("m.jpeg", "JPEG"),
                               ("m.webp", "WEBP"), ("m.tiff", "GTiff"), ("M.TIF", "GTiff")]:
