@@ -72,6 +72,18 @@ public:
     virtual void SrcPtsToWGS84Pts(const KxPoint3d* in, KxPoint3d* out, int count);
     virtual void WGS84PtsToSrcPts(const KxPoint3d* in, KxPoint3d* out, int count);
 
+    /// @name What readers could not do, on the calling thread, whichever accessor it was
+    /// A thread that asks before and after a piece of work learns whether anything of it failed.
+    /// @{
+    /// How many reads of a tile failed: a damaged file, a disk error, more work than a reader
+    /// does for one tile. A place where a raster has nothing is none.
+    static unsigned long long GetThreadReadFailures();
+    /// Why the last Open or read that failed did, in words for whoever has the file; empty before
+    /// the first, and after an Open that went well. Reads that go well leave it be, because one
+    /// piece of work makes several. Valid until the thread opens or reads again.
+    static const KxString& GetThreadError();
+    /// @}
+
     /// Why the last of the six setters did not take its text, in words for whoever wrote the text;
     /// empty when it did.
     const KxString& GetProjectionError() const;
@@ -84,6 +96,13 @@ public:
 
 protected:
     KxRasterDataAccessor();
+
+    /// @name What accessors tell of their own operations, for the two queries above
+    /// @{
+    static void NoteReadFailure(const KxString& why) noexcept; ///< one for each read that failed
+    static void NoteOpenFailure(const KxString& why) noexcept; ///< Open answers 0
+    static void NoteOpen() noexcept;                           ///< Open went well
+    /// @}
 
     KxString m_strDataPath;
     KxString m_strProjectionError;

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <thread>
 
 namespace KxC {
 namespace {
@@ -36,6 +37,10 @@ public:
     }
     void ReadTileImage(KxImageData*& image, int, int, int) override { image = nullptr; }
     int ReadTileData(int, int, int, unsigned char*&, unsigned int&) override { return 5; }
+
+    using KxRasterDataAccessor::NoteOpen;
+    using KxRasterDataAccessor::NoteOpenFailure;
+    using KxRasterDataAccessor::NoteReadFailure;
 
 private:
     bool& m_destroyed;
@@ -81,6 +86,38 @@ TEST(KxRasterDataAccessor, HasNoFaultToTellBeforeASetterFails)
     bool destroyed = false;
     const StubAccessor accessor(destroyed);
     EXPECT_EQ(accessor.GetProjectionError().IsEmpty(), 1);
+}
+
+TEST(KxRasterDataAccessor, CountsTheReadsThatFailedAndKeepsTheReason)
+{
+    const unsigned long long before = KxRasterDataAccessor::GetThreadReadFailures();
+    StubAccessor::NoteReadFailure("the disk is gone");
+    StubAccessor::NoteReadFailure("it is cut short");
+    EXPECT_EQ(KxRasterDataAccessor::GetThreadReadFailures(), before + 2);
+    EXPECT_STREQ(KxRasterDataAccessor::GetThreadError().Cstr(), "it is cut short");
+}
+
+TEST(KxRasterDataAccessor, CountsNoOpeningAndForgetsTheReasonAfterASoundOne)
+{
+    const unsigned long long before = KxRasterDataAccessor::GetThreadReadFailures();
+    StubAccessor::NoteOpenFailure("it is no raster");
+    EXPECT_STREQ(KxRasterDataAccessor::GetThreadError().Cstr(), "it is no raster");
+    StubAccessor::NoteOpen();
+    EXPECT_EQ(KxRasterDataAccessor::GetThreadError().IsEmpty(), 1);
+    EXPECT_EQ(KxRasterDataAccessor::GetThreadReadFailures(), before);
+}
+
+TEST(KxRasterDataAccessor, KeepsWhatFailedToTheThreadItFailedOn)
+{
+    const unsigned long long before = KxRasterDataAccessor::GetThreadReadFailures();
+    StubAccessor::NoteOpen();
+    std::thread([] {
+        EXPECT_EQ(KxRasterDataAccessor::GetThreadReadFailures(), 0U);
+        StubAccessor::NoteReadFailure("only here");
+        EXPECT_EQ(KxRasterDataAccessor::GetThreadReadFailures(), 1U);
+    }).join();
+    EXPECT_EQ(KxRasterDataAccessor::GetThreadReadFailures(), before);
+    EXPECT_EQ(KxRasterDataAccessor::GetThreadError().IsEmpty(), 1);
 }
 
 TEST(KxRasterDataAccessor, IsDestroyedThroughThePluginThatItIs)
