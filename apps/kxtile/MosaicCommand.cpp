@@ -268,18 +268,29 @@ void WarnOfPole(const Crs& crs, const MosaicGrid& grid, const KxC::KxRect2d& bou
                    "runs through the pole.\n");
 }
 
-void WriteGeoreference(const Mosaic& mosaic, const TemporaryFile& file)
+void AddTags(const Mosaic& mosaic, const TemporaryFile& file)
 {
     const MosaicGrid& grid = mosaic.m_grid;
-    const std::string& output = mosaic.m_arguments.m_output;
-    if (IsTiff(output))
+    if (IsTiff(mosaic.m_arguments.m_output))
         AddGeoTiffTags(file.Path(),
                        {grid.m_firstX, grid.m_firstY, grid.m_pixelWidth, grid.m_pixelHeight},
                        {mosaic.m_inDegrees, mosaic.m_crs.EpsgCode().value_or(0), mosaic.m_esriPrj});
+}
+
+/// Gives the picture, and then what stands beside it, their names: an earlier picture keeps its own
+/// place in the world until the new one is there.
+void NameFiles(const Mosaic& mosaic, const TemporaryFile& file)
+{
+    const std::string& output = mosaic.m_arguments.m_output;
     if (!mosaic.m_arguments.m_worldFile)
-        return;
-    WriteText(WorldFileText(grid), WorldFilePath(output));
-    WriteText(mosaic.m_esriPrj + "\n", PrjPath(output));
+        return file.RenameTo(output);
+    const TemporaryFile world(WorldFilePath(output));
+    const TemporaryFile prj(PrjPath(output));
+    WriteText(WorldFileText(mosaic.m_grid), world.Path());
+    WriteText(mosaic.m_esriPrj + "\n", prj.Path());
+    file.RenameTo(output);
+    world.RenameTo(WorldFilePath(output));
+    prj.RenameTo(PrjPath(output));
 }
 
 void PrintMosaic(const GlobalOptions& options, const Mosaic& mosaic, double seconds)
@@ -332,9 +343,9 @@ void RunMosaic(const GlobalOptions& options, const MosaicArguments& arguments)
     const auto begin = std::chrono::steady_clock::now();
     const TemporaryFile file(arguments.m_output);
     Fetch(mosaic, raster, file);
-    WriteGeoreference(mosaic, file);
+    AddTags(mosaic, file);
     WarnOfPole(mosaic.m_crs, mosaic.m_grid, mosaic.m_bounds);
-    file.RenameTo(arguments.m_output);
+    NameFiles(mosaic, file);
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
     PrintMosaic(options, mosaic, took.count());
 }

@@ -388,6 +388,22 @@ class RasterTest(KxtileTestCase):
             self.assertIn("It covers longitude 15", message)
         self.assertEqual((self.folder / "old.png").read_text(), "old")
 
+    def test_world_file_keeps_its_place_where_the_picture_cannot_have_its_name(self):
+        if "KxGdalWriter" not in PLUGIN_NAMES:
+            self.skipTest("KxGdalWriter is not built: nothing knows .prj texts")
+        (self.folder / "m.png").mkdir()
+        (self.folder / "m.png/inside").write_text("old")
+        (self.folder / "m.pgw").write_text("old")
+        (self.folder / "m.prj").write_text("old")
+        message = self.failure("mosaic", self.made, "--bounds", "501000,5533000,503000,5534000",
+                               "--crs", "EPSG:32633", "--resolution", "10", "-o", "m.png",
+                               "--world-file")
+        self.assertIn("cannot write 'm.png'", message)
+        self.assertEqual((self.folder / "m.pgw").read_text(), "old")
+        self.assertEqual((self.folder / "m.prj").read_text(), "old")
+        self.assertEqual(sorted(path.name for path in self.folder.glob("[.m]*")),
+                         ["m.pgw", "m.png", "m.prj"])
+
     def test_failures_get_words(self):
         def message(raster=self.made, bounds="501000,5533000,503000,5534000", crs="EPSG:32633",
                     resolution="10", output="m.png", status=1):
