@@ -212,15 +212,30 @@ Mosaic Prepare(const MosaicArguments& arguments)
     return mosaic;
 }
 
+/// What is left of a damaged raster looks like a raster with holes: no picture is made of it.
+void CheckReads(const MosaicArguments& arguments, unsigned long long failuresBefore)
+{
+    const auto failures = KxC::KxRasterDataAccessor::GetThreadReadFailures() - failuresBefore;
+    if (failures > 0)
+        throw CommandError(kExitFailed,
+                           fmt::format("{} of the tiles of '{}' cannot be read: {}",
+                                       failures,
+                                       arguments.m_raster,
+                                       KxC::KxRasterDataAccessor::GetThreadError().Cstr()),
+                           "Nothing was written. Look whether the raster is whole.");
+}
+
 void Fetch(const Mosaic& mosaic, KxC::KxRasterDataAccessor& raster, const TemporaryFile& file)
 {
     const Crs& crs = mosaic.m_crs;
+    const auto failuresBefore = KxC::KxRasterDataAccessor::GetThreadReadFailures();
     const bool done = KxC::KxTileFetcher::FetchImage(file.Path().c_str(),
                                                      mosaic.m_arguments.m_raster.c_str(),
                                                      mosaic.m_grid.m_extent,
                                                      mosaic.m_grid.m_resolution,
                                                      mosaic.m_asked.m_text.c_str(),
                                                      mosaic.m_asked.m_form) != 0;
+    CheckReads(mosaic.m_arguments, failuresBefore);
     if (file.IsThere())
         return;
     if (done || !Reaches(raster, crs, mosaic.m_bounds))
