@@ -3,9 +3,9 @@
 #include "Crs.h"
 #include "GeoTiffTags.h"
 #include "KxFile.h"
-#include "KxMath.h"
 #include "KxTileFetcher.h"
 #include "MosaicGrid.h"
+#include "MosaicUnits.h"
 #include "OutputFile.h"
 #include "RasterArgument.h"
 
@@ -19,7 +19,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
-#include <numbers>
 #include <optional>
 #include <system_error>
 
@@ -28,12 +27,6 @@ namespace KxTileHost {
 namespace {
 
 namespace fs = std::filesystem;
-
-/// Metres of a degree on the equator of the sphere that the plate carrée below is of.
-constexpr double kMetresPerDegree = KxC::KxMath::kSphereRadius * std::numbers::pi / 180;
-/// Longitude and latitude as metres. The library takes resolutions as metres; what is in degrees is
-/// asked for in this system, and is the same picture.
-constexpr char kPlateCarree[] = "+proj=eqc +R=6378137";
 
 struct MosaicArguments
 {
@@ -133,7 +126,7 @@ void CheckFolder(const std::string& path)
 void CheckLevel(KxC::KxRasterDataAccessor& raster,
                 const MosaicArguments& arguments,
                 const MosaicGrid& grid,
-                double metresPerUnit)
+                const MetricSystem& system)
 {
     const int least = raster.GetMinLevel();
     const int most = raster.GetMaxLevel();
@@ -148,10 +141,10 @@ void CheckLevel(KxC::KxRasterDataAccessor& raster,
                     least,
                     most),
         // Five digits, none below the level's own.
-        fmt::format("Ask for a --resolution from {:.5g} to just below {}{}.",
-                    MetresPerPixel(most) / metresPerUnit * 1.00005,
-                    ShortNumber(2 * MetresPerPixel(least) / metresPerUnit),
-                    metresPerUnit > 1 ? " degrees" : " metres"));
+        fmt::format("Ask for a --resolution from {:.5g} to just below {} {}.",
+                    MetresPerPixel(most) / system.m_metresPerUnit * 1.00005,
+                    ShortNumber(2 * MetresPerPixel(least) / system.m_metresPerUnit),
+                    system.m_units));
 }
 
 /// Whether some of a grid of points in the extent lies in the raster.
@@ -195,22 +188,22 @@ struct Mosaic
     KxC::KxRect2d m_bounds;
     MosaicGrid m_grid;
     std::string m_esriPrj; ///< empty where none is needed
-
-    double MetresPerUnit() const { return m_inDegrees ? kMetresPerDegree : 1.0; }
+    MetricSystem m_asked;
 };
 
 Mosaic Prepare(const MosaicArguments& arguments)
 {
     CheckArguments(arguments);
     const KxC::KxRect2d bounds = ParseBounds(arguments.m_bounds);
-    Mosaic mosaic{arguments, Crs(arguments.m_crs), false, bounds, {}, {}};
+    Mosaic mosaic{arguments, Crs(arguments.m_crs), false, bounds, {}, {}, {}};
     mosaic.m_inDegrees = mosaic.m_crs.IsInDegrees();
     if (mosaic.m_inDegrees && !mosaic.m_crs.IsWgs84())
         throw CommandError(
             kExitFailed,
             fmt::format("'{}' is in degrees of another datum than WGS 84", arguments.m_crs),
             "Ask for the picture in EPSG:4326, or in a system that is in metres.");
-    mosaic.m_grid = PlanMosaic({bounds, arguments.m_resolution}, mosaic.MetresPerUnit());
+    mosaic.m_asked = InMetres(mosaic.m_crs, bounds);
+    mosaic.m_grid = PlanMosaic({bounds, arguments.m_resolution}, mosaic.m_asked.m_metresPerUnit);
     CheckFolder(arguments.m_output);
     const bool needsPrj =
         arguments.m_worldFile || (IsTiff(arguments.m_output) && !mosaic.m_crs.EpsgCode());
@@ -219,16 +212,30 @@ Mosaic Prepare(const MosaicArguments& arguments)
     return mosaic;
 }
 
+/// What is left of a damaged raster looks like a raster with holes: no picture is made of it.
+void CheckReads(const MosaicArguments& arguments, unsigned long long failuresBefore)
+{
+    const auto failures = KxC::KxRasterDataAccessor::GetThreadReadFailures() - failuresBefore;
+    if (failures > 0)
+        throw CommandError(kExitFailed,
+                           fmt::format("{} of the tiles of '{}' cannot be read: {}",
+                                       failures,
+                                       arguments.m_raster,
+                                       KxC::KxRasterDataAccessor::GetThreadError().Cstr()),
+                           "Nothing was written. Look whether the raster is whole.");
+}
+
 void Fetch(const Mosaic& mosaic, KxC::KxRasterDataAccessor& raster, const TemporaryFile& file)
 {
     const Crs& crs = mosaic.m_crs;
-    const bool done = KxC::KxTileFetcher::FetchImage(
-                          file.Path().c_str(),
-                          mosaic.m_arguments.m_raster.c_str(),
-                          mosaic.m_grid.m_extent,
-                          mosaic.m_grid.m_resolution,
-                          mosaic.m_inDegrees ? kPlateCarree : crs.Text().c_str(),
-                          mosaic.m_inDegrees ? KxC::ProjectStringType_Proj4 : crs.Form()) != 0;
+    const auto failuresBefore = KxC::KxRasterDataAccessor::GetThreadReadFailures();
+    const bool done = KxC::KxTileFetcher::FetchImage(file.Path().c_str(),
+                                                     mosaic.m_arguments.m_raster.c_str(),
+                                                     mosaic.m_grid.m_extent,
+                                                     mosaic.m_grid.m_resolution,
+                                                     mosaic.m_asked.m_text.c_str(),
+                                                     mosaic.m_asked.m_form) != 0;
+    CheckReads(mosaic.m_arguments, failuresBefore);
     if (file.IsThere())
         return;
     if (done || !Reaches(raster, crs, mosaic.m_bounds))
@@ -276,18 +283,29 @@ void WarnOfPole(const Crs& crs, const MosaicGrid& grid, const KxC::KxRect2d& bou
                    "runs through the pole.\n");
 }
 
-void WriteGeoreference(const Mosaic& mosaic, const TemporaryFile& file)
+void AddTags(const Mosaic& mosaic, const TemporaryFile& file)
 {
     const MosaicGrid& grid = mosaic.m_grid;
-    const std::string& output = mosaic.m_arguments.m_output;
-    if (IsTiff(output))
+    if (IsTiff(mosaic.m_arguments.m_output))
         AddGeoTiffTags(file.Path(),
                        {grid.m_firstX, grid.m_firstY, grid.m_pixelWidth, grid.m_pixelHeight},
                        {mosaic.m_inDegrees, mosaic.m_crs.EpsgCode().value_or(0), mosaic.m_esriPrj});
+}
+
+/// Gives the picture, and then what stands beside it, their names: an earlier picture keeps its own
+/// place in the world until the new one is there.
+void NameFiles(const Mosaic& mosaic, const TemporaryFile& file)
+{
+    const std::string& output = mosaic.m_arguments.m_output;
     if (!mosaic.m_arguments.m_worldFile)
-        return;
-    WriteText(WorldFileText(grid), WorldFilePath(output));
-    WriteText(mosaic.m_esriPrj + "\n", PrjPath(output));
+        return file.RenameTo(output);
+    const TemporaryFile world(WorldFilePath(output));
+    const TemporaryFile prj(PrjPath(output));
+    WriteText(WorldFileText(mosaic.m_grid), world.Path());
+    WriteText(mosaic.m_esriPrj + "\n", prj.Path());
+    file.RenameTo(output);
+    world.RenameTo(WorldFilePath(output));
+    prj.RenameTo(PrjPath(output));
 }
 
 void PrintMosaic(const GlobalOptions& options, const Mosaic& mosaic, double seconds)
@@ -336,13 +354,13 @@ void RunMosaic(const GlobalOptions& options, const MosaicArguments& arguments)
     KeepLittle(); // before GDAL is loaded
     const Mosaic mosaic = Prepare(arguments);
     KxC::KxRasterDataAccessor& raster = OpenRasterFile(arguments.m_raster);
-    CheckLevel(raster, arguments, mosaic.m_grid, mosaic.MetresPerUnit());
+    CheckLevel(raster, arguments, mosaic.m_grid, mosaic.m_asked);
     const auto begin = std::chrono::steady_clock::now();
     const TemporaryFile file(arguments.m_output);
     Fetch(mosaic, raster, file);
-    WriteGeoreference(mosaic, file);
+    AddTags(mosaic, file);
     WarnOfPole(mosaic.m_crs, mosaic.m_grid, mosaic.m_bounds);
-    file.RenameTo(arguments.m_output);
+    NameFiles(mosaic, file);
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
     PrintMosaic(options, mosaic, took.count());
 }
@@ -369,7 +387,7 @@ void AddMosaicCommand(CLI::App& app, const GlobalOptions& options)
     command
         ->add_option("--resolution",
                      arguments->m_resolution,
-                     "Units of the coordinate system a pixel: metres or degrees")
+                     "Units of the coordinate system a pixel: metres, degrees, feet")
         ->required();
     command->add_option("-o,--output", arguments->m_output, "File: .png, .jpg, .webp or .tif")
         ->required();

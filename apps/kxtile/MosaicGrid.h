@@ -27,7 +27,7 @@ struct MosaicGrid
     int m_width;            ///< pixels
     int m_height;           ///< pixels
     int m_level;            ///< of the raster's tiles
-    KxC::KxRect2d m_extent; ///< to ask for, metres where the system is in degrees
+    KxC::KxRect2d m_extent; ///< to ask for, metres
     double m_resolution;    ///< to ask for
     /// Where the pixels lie then, in units of the system: the asked grid, but for pictures more
     /// than twice as wide as high or the other way round, and where a smaller resolution would
@@ -39,7 +39,7 @@ struct MosaicGrid
     double m_firstY;
 };
 
-/// @param metresPerUnit  1, or those of a degree on the equator
+/// @param metresPerUnit  of the system; those of a degree on the equator where it is in degrees
 /// @throws CommandError (wrong usage) where the picture would have no pixel, or too many
 MosaicGrid PlanMosaic(const MosaicRequest& request, double metresPerUnit);
 

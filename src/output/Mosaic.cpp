@@ -12,6 +12,8 @@
 #include "TileNumbers.h"
 #include "TransformGrid.h"
 
+#include <exception>
+#include <new>
 #include <optional>
 
 namespace KxC {
@@ -102,7 +104,7 @@ unsigned char KxTileFetcher::FetchImage(const KxString& outputFile,
                                         double resolution,
                                         const KxString& projString,
                                         ProjectStringType projType)
-{
+try {
     const Operation operation;
     const Size size = SizeOf(rect, resolution);
     if (size.m_width == 0 || size.m_height == 0 || rect.Width() <= 0 || rect.Height() <= 0)
@@ -124,6 +126,12 @@ unsigned char KxTileFetcher::FetchImage(const KxString& outputFile,
         return FailWith(LogTexts::kPictureTooLarge);
     const auto picture = Sample(RasterSource(*accessor, dataPath), *transform, *cover, size);
     return picture ? KxImgUtility::SaveImageFile(&picture->Image(), outputFile, 0) : 1;
+} catch (const NoMemoryForPicture&) {
+    throw std::bad_alloc(); // of a type that hosts know
+} catch (const std::bad_alloc&) {
+    return FailWith(LogTexts::kPictureTooLarge);
+} catch (const std::exception&) {
+    return 0;
 }
 
 } // namespace KxC

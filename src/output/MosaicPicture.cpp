@@ -9,7 +9,6 @@
 
 #include <cstdint>
 #include <cstring>
-#include <new>
 #include <utility>
 
 namespace KxC {
@@ -35,7 +34,7 @@ std::unique_ptr<KxImageData> NewImage(int width, int height, KxPixelFormat forma
     WarnOfSize(rowBytes, height);
     auto image = std::make_unique<KxImageData>(width, height, format, rowBytes);
     if (image->GetData() == nullptr)
-        throw std::bad_alloc();
+        throw NoMemoryForPicture();
     return image;
 }
 

@@ -17,6 +17,11 @@ from kxtile_harness import KxtileTestCase, png_size
 
 PLUGINS = sys.argv[2]
 DATA = os.environ.get("KXTILE_TEST_DATA")
+PLUGIN_NAMES = {path.stem for folder in PLUGINS.split(":") for path in
+                pathlib.Path(folder).glob("*.so")}
+PROJECT = pathlib.Path(__file__).resolve().parents[2]
+MARBLE = PROJECT / "build/assets/earth-blue-marble.jpg"
+PMTILES_READER = PROJECT / "tests/support/pmtiles_reader.py"
 WIDTH, HEIGHT = 1200, 900
 # Ten metres a pixel in UTM zone 33, around 15.1 degrees east, 50 degrees north.
 WEST, NORTH, STEP = 500000, 5540000, 10
@@ -50,6 +55,30 @@ def make_raster(folder):
     run("gdal_translate", "-q", "-a_srs", "EPSG:32633", "-a_ullr", WEST, NORTH,
         WEST + WIDTH * STEP, NORTH - HEIGHT * STEP, "-co", "TILED=YES", raw, path)
     return path
+
+
+def join_tiles(folder, level, path):
+    """All tiles of a level, by the names that pmtiles_reader.py gives, as one Web Mercator TIFF."""
+    half = math.pi * 6378137
+    side = 2 * half / 2 ** level
+    parts = []
+    for tile in sorted(folder.glob(f"{level}-*")):
+        _, x, y = map(int, tile.name.split("-"))
+        part = tile.with_suffix(".tif")
+        run("gdal_translate", "-q", *rgb_of(tile), "-a_srs", "EPSG:3857", "-a_ullr",
+            x * side - half, half - y * side, (x + 1) * side - half, half - (y + 1) * side, tile,
+            part)
+        parts.append(part)
+    run("gdalbuildvrt", "-q", path.with_suffix(".vrt"), *parts)
+    run("gdal_translate", "-q", path.with_suffix(".vrt"), path)
+
+
+def rgb_of(picture):
+    """What makes gdal_translate write three bands."""
+    bands = json.loads(run("gdalinfo", "-json", picture))["bands"]
+    if bands[0]["colorInterpretation"] == "Palette":
+        return ["-expand", "rgb"]
+    return ["-b", 1] * 3 if len(bands) < 3 else ["-b", 1, "-b", 2, "-b", 3]
 
 
 class Picture:
@@ -116,11 +145,14 @@ class RasterTest(KxtileTestCase):
             *mosaic.extent(), "-ts", mosaic.width, mosaic.height, between, reference)
         return Picture(reference)
 
-    def assert_alike(self, mosaic, reference):
-        """At least 99 of 100 pixels that both have are equal."""
-        both = [(a, b) for a, b in zip(mosaic.pixels, reference.pixels)
-                if a is not None and b is not None]
-        self.assertGreater(len(both), len(mosaic.pixels) // 20)
+    def assert_alike(self, mosaic, reference, least=0.05):
+        """At least 99 of 100 pixels are visible in both or in neither, and as many of those that
+        both show are equal. They show at least the given share of the picture."""
+        pairs = list(zip(mosaic.pixels, reference.pixels, strict=True))
+        both = [(a, b) for a, b in pairs if a is not None and b is not None]
+        self.assertGreater(len(both), len(pairs) * least)
+        one = sum((a is None) != (b is None) for a, b in pairs)
+        self.assertLessEqual(one / len(pairs), 0.01, "shown in one of them only")
         equal = sum(a == b for a, b in both)
         self.assertGreaterEqual(equal / len(both), 0.99)
 
@@ -207,6 +239,41 @@ class RasterTest(KxtileTestCase):
                     run("gdal_translate", "-q", "-expand", "rgba", raster, source)
                 self.assert_alike(mosaic, self.warped(source, mosaic, crs, made["level"]))
 
+    @unittest.skipUnless(DATA, "KXTILE_TEST_DATA is not set: no picture with alpha to compare with")
+    def test_mosaic_of_a_picture_with_alpha_agrees_with_gdalwarp(self):
+        # What is seen is in the south-western corner; half of this shows nothing.
+        made = self.mosaic(pathlib.Path(DATA, "alpha.tif"), [19474940, -4799020, 19476540, -4798220],
+                           "EPSG:3857", 4.08, "m.tif")
+        mosaic = Picture(self.folder / "m.tif")
+        self.assertIn(None, mosaic.pixels)
+        self.assert_alike(mosaic, self.warped(pathlib.Path(DATA, "alpha.tif"), mosaic, "EPSG:3857",
+                                              made["level"]))
+
+    @unittest.skipUnless(DATA and "KxTilePackReader" in PLUGIN_NAMES,
+                         "KXTILE_TEST_DATA is not set, or KxTilePackReader is not built: no pack "
+                         "of tiles to compare with")
+    def test_mosaic_of_a_pack_agrees_with_gdalwarp(self):
+        pack = pathlib.Path(DATA, "stamen_toner_z3.pmtiles")
+        (self.folder / "tiles").mkdir()
+        run(sys.executable, "-B", PMTILES_READER, pack, self.folder / "tiles")
+        whole = self.folder / "whole.tif"
+        join_tiles(self.folder / "tiles", 3, whole)
+        made = self.mosaic(pack, [-20.0, 30.0, 50.0, 70.0], "EPSG:4326", 0.2, "m.tif")
+        mosaic = Picture(self.folder / "m.tif")
+        self.assert_alike(mosaic, self.warped(whole, mosaic, "EPSG:4326", made["level"]), least=0.99)
+
+    @unittest.skipUnless(MARBLE.exists(), "the Blue Marble is not in build/assets")
+    def test_mosaics_of_the_blue_marble_agree_with_gdalwarp(self):
+        world = self.folder / "world.tif"
+        run("gdal_translate", "-q", "-a_srs", "EPSG:4326", "-a_ullr", -180, 90, 180, -90, "-co",
+            "TILED=YES", MARBLE, world)
+        for crs, bounds, resolution in [("EPSG:4326", [-20.0, 30.0, 50.0, 70.0], 0.1),
+                                        ("EPSG:3035", [2600000, 1500000, 6600000, 5300000], 10500)]:
+            with self.subTest(crs):
+                made = self.mosaic(world, bounds, crs, resolution, "m.tif")
+                mosaic = Picture(self.folder / "m.tif")
+                self.assert_alike(mosaic, self.warped(world, mosaic, crs, made["level"]), least=0.99)
+
     def test_degrees_are_the_same_grid(self):
         made = self.mosaic(self.made, [15.0, 49.9, 15.2, 50.02], "EPSG:4326", 0.0002, "m.tif")
         self.assertEqual((made["width"], made["height"]), (1000, 600))
@@ -216,6 +283,52 @@ class RasterTest(KxtileTestCase):
         self.assertIn('ID["EPSG",4326]', picture.info["coordinateSystem"]["wkt"])
         self.assertEqual(len(picture.info["bands"]), 4)
         self.assertIsNone(picture.pixels[0], "what the raster does not cover is transparent")
+
+    def test_feet_are_taken_as_feet(self):
+        foot = 1200 / 3937
+        west, south, east, north = [edge / foot for edge in (501000, 5533000, 505000, 5536000)]
+        feet = "+proj=utm +zone=33 +datum=WGS84 +units=us-ft"
+        wkt = run("gdalsrsinfo", "-o", "wkt1", "--single-line", feet).decode().strip()
+        for crs in (feet, feet.replace("units=us-ft", f"to_meter={foot!r}"), wkt):
+            if crs == wkt and "KxGdalWriter" not in PLUGIN_NAMES:
+                continue  # nothing tells the units of WKT
+            with self.subTest(crs):
+                made = self.mosaic(self.made, [west, south, east, north], crs, 10 / foot, "m.png")
+                # Ten metres are level 14, ten times 3.28 would be 12.
+                self.assertEqual((made["width"], made["height"], made["level"]), (400, 300, 14))
+                self.assertAlmostEqual(made["pixel_width"], 10 / foot, delta=1e-6)
+                self.assertAlmostEqual(made["first_pixel"][0], west + 5 / foot, delta=1e-2)
+                self.assertAlmostEqual(made["first_pixel"][1], north - 5 / foot, delta=1e-2)
+                picture = Picture(self.folder / "m.png")
+                for row in range(0, 300, 7):
+                    for column in range(0, 400, 7):
+                        x, y = place_of(picture.pixels[row * 400 + column])
+                        self.assertLessEqual(abs(x - (column + 100)), 1)
+                        self.assertLessEqual(abs(y - (row + 400)), 1)
+        fine = self.failure("mosaic", self.made, "--bounds", f"{west},{south},{east},{north}",
+                            "--crs", feet, "--resolution", "2", "-o", "m.png")
+        self.assertIn("from 31.3", fine)  # 9.55 metres
+        self.assertIn("feet", fine)
+
+    @unittest.skipUnless("KxGdalWriter" in PLUGIN_NAMES,
+                         "KxGdalWriter is not built: nothing tells the units of EPSG:2225")
+    def test_false_eastings_are_in_feet_too(self):
+        # California's zone 1 has false eastings and northings, and is written in feet.
+        raster = self.folder / "california.tif"
+        run("gdal_translate", "-q", "-a_srs", "EPSG:2225", "-a_ullr", 6500000, 2200000,
+            6500000 + WIDTH * 30, 2200000 - HEIGHT * 30, self.made, raster)
+        made = self.mosaic(raster, [6503000, 2180000, 6515000, 2192000], "EPSG:2225", 32.8,
+                           "m.tif")
+        self.assertEqual(made["level"], 14)
+        mosaic = Picture(self.folder / "m.tif")
+        self.assert_alike(mosaic, self.warped(raster, mosaic, "EPSG:2225", made["level"]),
+                          least=0.99)
+
+    def test_units_that_nothing_tells_are_refused(self):
+        message = self.failure("mosaic", self.made, "--bounds", "274000,3025000,275000,3026000",
+                               "--crs", "+proj=utm +zone=33 +datum=WGS84 +units=fath",
+                               "--resolution", "6", "-o", "m.png")
+        self.assertIn("is not in metres", message)
 
     def test_every_format_is_written(self):
         for name, format_ in [("m.png", "PNG"), ("m.jpg", "JPEG"), ("m.jpeg", "JPEG"),
@@ -239,9 +352,7 @@ class RasterTest(KxtileTestCase):
             self.assertLessEqual(abs(y - ((NORTH - south) // 10 - 1)), 1)
 
     def test_world_file_and_prj_stand_beside_the_picture(self):
-        if "KxGdalWriter" not in " ".join(
-                str(path) for folder in PLUGINS.split(":") for path in
-                pathlib.Path(folder).glob("*.so")):
+        if "KxGdalWriter" not in PLUGIN_NAMES:
             message = self.failure("mosaic", self.made, "--bounds", "501000,5533000,503000,5534000",
                                    "--crs", "EPSG:32633", "--resolution", "10", "-o", "m.png",
                                    "--world-file")
@@ -276,6 +387,22 @@ class RasterTest(KxtileTestCase):
             self.assertIn("lies in the bounds", message)
             self.assertIn("It covers longitude 15", message)
         self.assertEqual((self.folder / "old.png").read_text(), "old")
+
+    def test_world_file_keeps_its_place_where_the_picture_cannot_have_its_name(self):
+        if "KxGdalWriter" not in PLUGIN_NAMES:
+            self.skipTest("KxGdalWriter is not built: nothing knows .prj texts")
+        (self.folder / "m.png").mkdir()
+        (self.folder / "m.png/inside").write_text("old")
+        (self.folder / "m.pgw").write_text("old")
+        (self.folder / "m.prj").write_text("old")
+        message = self.failure("mosaic", self.made, "--bounds", "501000,5533000,503000,5534000",
+                               "--crs", "EPSG:32633", "--resolution", "10", "-o", "m.png",
+                               "--world-file")
+        self.assertIn("cannot write 'm.png'", message)
+        self.assertEqual((self.folder / "m.pgw").read_text(), "old")
+        self.assertEqual((self.folder / "m.prj").read_text(), "old")
+        self.assertEqual(sorted(path.name for path in self.folder.glob("[.m]*")),
+                         ["m.pgw", "m.png", "m.prj"])
 
     def test_failures_get_words(self):
         def message(raster=self.made, bounds="501000,5533000,503000,5534000", crs="EPSG:32633",

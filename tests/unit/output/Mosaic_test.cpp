@@ -167,6 +167,28 @@ TEST_F(FetchImage, AnswersWhatTheWriterAnswers)
     EXPECT_EQ(Log(), "");
 }
 
+TEST_F(FetchImage, AnswersFalseWhereAReaderThrows)
+{
+    m_rasters.m_image = [](int, int, int) -> std::unique_ptr<KxImageData> {
+        throw std::runtime_error("a reader's own");
+    };
+    EXPECT_EQ(Fetch({0, 9000000, 9000000, 0}, 10000), 0);
+    EXPECT_EQ(Log(), "");
+    Project([](const KxPoint3d&, KxPoint3d&) -> bool { throw std::runtime_error("another"); });
+    EXPECT_EQ(Fetch({0, 9000000, 9000000, 0}, 10000), 0);
+    EXPECT_FALSE(WroteFile());
+}
+
+TEST_F(FetchImage, AnswersFalseWhereWorkingMemoryRunsOut)
+{
+    m_rasters.m_image = [](int, int, int) -> std::unique_ptr<KxImageData> {
+        throw std::bad_alloc();
+    };
+    EXPECT_EQ(Fetch({0, 9000000, 9000000, 0}, 10000), 0);
+    EXPECT_NE(Log().find(Gbk("输出的文件大太大，内存分配失败!")), std::string::npos);
+    EXPECT_FALSE(WroteFile());
+}
+
 TEST_F(FetchImage, ShowsNorthAtTheTop)
 {
     ASSERT_EQ(Fetch({kTile4 * 0.1, kTile4 * 1.9, kTile4 * 0.9, kTile4 * 0.1}, 10000), 1);
