@@ -86,6 +86,26 @@ class Definitions(ServeTestCase):
         self.assertEqual(gateway.get("/plain/3/4/2.png").status, 200)
 
 
+class Days(ServeTestCase):
+    def test_make_no_files_of_their_own(self):
+        gateway = self.serve(self.definition("past"), self.definition("shifted"))
+        self.assertEqual(gateway.get("/past/5/26/12.png").status, 200)
+        self.assertEqual(gateway.get("/shifted/5/26/12.png").status, 200)
+
+        def files():
+            return {path.name for path in (self.folder / "cache").glob("*/*.mbtiles")}
+        before = files()
+        self.assertTrue(before)
+        pictures = {}
+        for date in ("1066-10-14", "1930-01-01", "2005-01-01", "2013-01-01", "9999-12-31"):
+            reply = gateway.get(f"/past/5/26/12.png?date={date}")
+            pictures[date] = (reply.status, reply.body)
+        self.assertEqual(files(), before)
+        self.assertEqual(pictures["1066-10-14"], pictures["1930-01-01"])
+        self.assertEqual(pictures["9999-12-31"][0], 200)
+        self.assertNotEqual(pictures["2005-01-01"], pictures["2013-01-01"])
+
+
 class Rasters(ServeTestCase):
     def setUp(self):
         super().setUp()
