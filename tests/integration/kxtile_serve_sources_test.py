@@ -5,10 +5,17 @@ they depend on goes.
 
 Called with KXTILE KXORIGIN, the table of places on every datum, and the folder of the test reader.
 """
+import concurrent.futures
+import http.client
+import os
+import pathlib
+import signal
+import subprocess
 import sys
 import unittest
 
-from kxtile_serve_test import DEFINITIONS, ServeTestCase, wait_until
+from kxtile_harness import KXTILE
+from kxtile_serve_test import DEADLINE, DEFINITIONS, ServeTestCase, picture_size, wait_until
 
 READER = sys.argv[4]
 DOCUMENTS = ("/sources.json", "/wmts", "/qgis.xml", "/tms/1.0.0/", "/metrics", "/health", "/")
@@ -130,6 +137,59 @@ class Rasters(ServeTestCase):
         gateway = self.serve(self.raster)
         self.assertIsNone(error_of(gateway, "half"))
         self.assertNotEqual(gateway.get("/half/1/0/0.png").body, half)
+
+
+class ServiceThatComesAlong(ServeTestCase):
+    def child_of(self, gateway):
+        """Its process, as far as it is none that has ended."""
+        lines = subprocess.run(["ps", "-o", "pid=,stat=", "--ppid", str(gateway.process.pid)],
+                               capture_output=True, text=True, check=False).stdout.splitlines()
+        children = [int(line.split()[0]) for line in lines if "Z" not in line.split()[1]]
+        return children[0] if children else None
+
+    def test_is_not_ended_by_the_terminal_before_the_gateway(self):
+        gateway = self.serve()
+        child = self.child_of(gateway)
+        # Neither group is the test's own: the signal must not come here.
+        self.assertNotIn(os.getpgid(child), (os.getpgid(gateway.process.pid), os.getpgid(0)))
+
+    def test_delivers_what_is_under_way_at_a_ctrl_c(self):
+        script = ("import os, sys; os.setpgid(0, 0); "
+                  "os.execv(sys.argv[1], [sys.argv[1], 'serve', '--port', '0', '--json'])")
+        process = subprocess.Popen([sys.executable, "-c", script, KXTILE], cwd=self.folder,
+                                   env=self.environment, stdout=subprocess.PIPE, text=True)
+        self.addCleanup(process.stdout.close)
+        address = process.stdout.readline().split('"')[3].split("//")[1]
+        child = int(subprocess.run(["ps", "-o", "pid=", "--ppid", str(process.pid)], text=True,
+                                   capture_output=True, check=True).stdout.split()[0])
+
+        def get(path):
+            connection = http.client.HTTPConnection(address, timeout=DEADLINE)
+            connection.request("GET", path)
+            response = connection.getresponse()
+            body = response.read()
+            connection.close()
+            return response.status, body
+        os.kill(child, signal.SIGSTOP)
+        with concurrent.futures.ThreadPoolExecutor(1) as pool:
+            reply = pool.submit(get, "/wgs84/3/4/2.png")
+            wait_until(lambda: b"kxtile_work_running 1" in get("/metrics")[1], "it is worked on")
+            os.killpg(process.pid, signal.SIGINT)
+            os.kill(child, signal.SIGCONT)
+            self.assertEqual(reply.result(DEADLINE)[0], 200)
+        self.assertEqual(process.wait(DEADLINE), 0)
+
+    def test_is_started_again_when_it_dies(self):
+        gateway = self.serve()
+        child = self.child_of(gateway)
+        os.kill(child, signal.SIGKILL)
+        wait_until(lambda: self.child_of(gateway) not in (None, child), "it is there again")
+        wait_until(lambda: gateway.get("/wgs84/5/26/12.png").status == 200, "it delivers")
+        self.assertEqual(picture_size(gateway.get("/wgs84/5/26/12.png").body)[1:], (256, 256))
+        self.assertIn("kxorigin has ended", gateway.said())
+        again = self.child_of(gateway)
+        self.assertEqual(gateway.stop()[0], 0)
+        wait_until(lambda: not pathlib.Path(f"/proc/{again}").exists(), "it ends, too")
 
 
 if __name__ == "__main__":
