@@ -107,7 +107,21 @@ Secrets::Secrets(const std::string& path)
         if (value != nullptr && *value != '\0')
             Add(value, "${" + name + "}");
     }
-    // The longest first, so that no secret is torn by one that it contains.
+    SortByLength();
+}
+
+Secrets Secrets::OfAddress(const std::string& address, const std::string& shown)
+{
+    Secrets secrets{std::string()};
+    secrets.m_valuesAndNames = SecretPiecesOf(address, "***");
+    secrets.m_valuesAndNames.emplace_back(address, shown);
+    secrets.SortByLength();
+    return secrets;
+}
+
+/// The longest first, so that no secret is torn by one that it contains.
+void Secrets::SortByLength()
+{
     std::sort(m_valuesAndNames.begin(), m_valuesAndNames.end(), [](const auto& a, const auto& b) {
         return a.first.size() > b.first.size();
     });

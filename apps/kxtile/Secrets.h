@@ -20,6 +20,9 @@ class Secrets
 public:
     /// @param path  a definition file; one that cannot be read has no secrets
     explicit Secrets(const std::string& path);
+    /// Those of an address that is itself named as the source.
+    /// @param shown  what stands for the whole address; "***" stands for pieces of it
+    static Secrets OfAddress(const std::string& address, const std::string& shown);
 
     std::string Mask(std::string text) const;
     /// The names of the variables whose values are secret.
@@ -27,6 +30,7 @@ public:
 
 private:
     void Add(const std::string& value, const std::string& name);
+    void SortByLength();
 
     std::vector<std::string> m_names;
     std::vector<std::pair<std::string, std::string>> m_valuesAndNames;

@@ -5,11 +5,15 @@
 #include "serve/ProgramFolder.h"
 
 #include <fcntl.h>
+#include <fmt/format.h>
+#include <poll.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
@@ -20,6 +24,14 @@ namespace KxTileHost::Serve {
 namespace {
 
 namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+constexpr auto kTimeToStart = 10s;
+constexpr auto kTimeToEnd = 1s;
+constexpr std::size_t kLongestLine = 1000;
+constexpr std::chrono::milliseconds kShortPause{200};
+constexpr std::chrono::milliseconds kLongPause{30000};
 
 /// Beside the program; in the build tree in a folder of its own.
 std::string FindProgram()
@@ -37,8 +49,10 @@ std::string FindProgram()
 }
 
 /// In the child: nothing but calls that are safe between fork and exec.
-[[noreturn]] void RunProgram(const char* program, int output, pid_t parent)
+[[noreturn]] void RunProgram(const char* program, const char* port, int output, pid_t parent)
 {
+    // A group of its own: a terminal's Ctrl-C is the gateway's, which ends what is under way first.
+    setpgid(0, 0);
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
@@ -46,52 +60,117 @@ std::string FindProgram()
     if (getppid() != parent) // it died before that
         _exit(1);
     dup2(output, STDOUT_FILENO);
-    execl(program, program, "--port", "0", "--log", "/dev/null", static_cast<const char*>(nullptr));
+    execl(
+        program, program, "--port", port, "--log", "/dev/null", static_cast<const char*>(nullptr));
     _exit(127);
 }
 
-/// The first line that the child writes, without its end.
+/// The first line that the child writes, without its end; what there is of it when the time is up.
 std::string ReadLine(int input)
 {
+    const auto end = Clock::now() + kTimeToStart;
     std::string line;
     char byte = 0;
-    while (line.size() < 1000 && ::read(input, &byte, 1) == 1 && byte != '\n')
+    while (line.size() < kLongestLine) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
+        pollfd ready{input, POLLIN, 0};
+        if (left.count() <= 0 || ::poll(&ready, 1, static_cast<int>(left.count())) <= 0)
+            break;
+        if (::read(input, &byte, 1) != 1 || byte == '\n')
+            break;
         line += byte;
+    }
     return line;
+}
+
+/// Waits for a child that was asked to end, and ends it when it does not.
+void AwaitEnd(pid_t child)
+{
+    for (const auto end = Clock::now() + kTimeToEnd; Clock::now() < end;
+         std::this_thread::sleep_for(10ms))
+        if (::waitpid(child, nullptr, WNOHANG) != 0)
+            return;
+    ::kill(child, SIGKILL);
+    ::waitpid(child, nullptr, 0);
 }
 
 } // namespace
 
-OriginChild::OriginChild()
+OriginChild::OriginChild() : m_program(FindProgram())
 {
-    const std::string program = FindProgram();
-    std::array<int, 2> ends{};
-    if (::pipe2(ends.data(), O_CLOEXEC) != 0)
-        throw CommandError(kExitFailed, "no pipe for kxorigin");
-    const pid_t parent = ::getpid();
-    m_child = ::fork();
-    if (m_child == 0)
-        RunProgram(program.c_str(), ends[1], parent);
-    ::close(ends[1]);
-    const std::string line = ReadLine(ends[0]);
-    ::close(ends[0]);
-    const std::size_t address = line.find("http://");
-    if (address == std::string::npos) {
-        Stop();
-        ::waitpid(m_child, nullptr, 0);
-        throw CommandError(kExitFailed, "'" + program + "' did not start");
+    std::unique_lock guard(m_lock);
+    m_address = Start("0", guard);
+    if (m_address.empty()) {
+        if (m_child > 0) {
+            ::kill(m_child, SIGTERM);
+            AwaitEnd(m_child);
+        }
+        throw CommandError(kExitFailed, "'" + m_program + "' did not start");
     }
-    m_address = line.substr(address);
+    m_watch = std::thread([this] { Watch(); });
 }
 
 OriginChild::~OriginChild()
 {
+    {
+        const std::lock_guard guard(m_lock);
+        m_ends = true; // from here on none is started
+    }
     Stop();
-    ::waitpid(m_child, nullptr, 0);
+    m_changed.notify_all();
+    m_watch.join();
+    if (m_child > 0)
+        AwaitEnd(m_child);
+}
+
+/// @param guard  of m_lock; left for as long as the program takes to answer
+/// @return its address, empty when it does not answer
+std::string OriginChild::Start(const std::string& port, std::unique_lock<std::mutex>& guard)
+{
+    std::array<int, 2> ends{};
+    if (::pipe2(ends.data(), O_CLOEXEC) != 0)
+        return "";
+    const pid_t parent = ::getpid();
+    m_child = ::fork();
+    if (m_child == 0)
+        RunProgram(m_program.c_str(), port.c_str(), ends[1], parent);
+    ::close(ends[1]);
+    guard.unlock();
+    const std::string line = ReadLine(ends[0]);
+    ::close(ends[0]);
+    guard.lock();
+    const std::size_t address = line.find("http://");
+    return address == std::string::npos ? "" : line.substr(address);
+}
+
+/// It may be killed by hand, or by a system that is short of memory.
+void OriginChild::Watch()
+{
+    auto pause = kShortPause;
+    std::unique_lock guard(m_lock);
+    while (!m_changed.wait_for(guard, pause, [this] { return m_ends; })) {
+        if (m_child > 0 && ::waitpid(m_child, nullptr, WNOHANG) != m_child)
+            continue;
+        m_child = -1;
+        if (pause == kShortPause)
+            fmt::print(stderr, "kxtile: kxorigin has ended; it is started again\n");
+        pause = StartAgain(guard) ? kShortPause : std::min(2 * pause, kLongPause);
+    }
+}
+
+/// @return false when it does not answer; then it is ended, and waited for like one that died
+bool OriginChild::StartAgain(std::unique_lock<std::mutex>& guard)
+{
+    if (m_ends || Start(m_address.substr(m_address.rfind(':') + 1), guard) == m_address)
+        return true;
+    if (m_child > 0)
+        ::kill(m_child, SIGKILL);
+    return false;
 }
 
 void OriginChild::Stop() const noexcept
 {
+    const std::lock_guard guard(m_lock);
     if (m_child > 0)
         ::kill(m_child, SIGTERM);
 }

@@ -15,17 +15,17 @@ namespace {
 
 constexpr auto kOutput = KxC::KxRawDataTypeCacheManager::CacheType_OutputTile;
 
-/// One part of the cache for each size, format and day of a source.
+/// One part of the cache for each size and format of a source. Anybody may ask for any day of the
+/// calendar, and each would be a file of its own: tiles of a day are kept in memory alone.
 /// @return -1 when the tile is not kept
 int OpenPart(const Source& source, const TileRequest& tile)
 {
-    if (KxC::KxTileFetcher::m_sbLocalCacheUsed == 0 || source.m_outputName.empty())
+    if (KxC::KxTileFetcher::m_sbLocalCacheUsed == 0 || source.m_outputName.empty() ||
+        tile.m_day != 0)
         return -1;
     std::string name = fmt::format("{}-{}", source.m_outputName, tile.m_size);
     if (tile.m_format != TileFormat::Natural)
         name += fmt::format("-{}", ExtensionOf(tile.m_format));
-    if (tile.m_day != 0)
-        name += fmt::format("-{}", tile.m_day);
     return KxC::m_gRawDataTypeCacheManager.OpenSubTreeCache(kOutput, name.c_str());
 }
 

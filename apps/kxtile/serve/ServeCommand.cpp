@@ -79,6 +79,7 @@ Serve::GatewayOptions ToOptions(const GlobalOptions& global, const ServeArgument
     options.m_sources = arguments.m_sources;
     for (const std::string& rule : arguments.m_missing)
         options.m_missing.Add(rule);
+    options.m_missing.m_mayComeLater = arguments.m_watch;
     options.m_watch = arguments.m_watch;
     options.m_json = global.m_json;
     options.m_http.m_address = arguments.m_bind;

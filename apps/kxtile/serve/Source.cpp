@@ -5,7 +5,10 @@
 #include "KxTime.h"
 #include "SourceGrid.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
+#include <ctime>
 
 namespace KxTileHost::Serve {
 
@@ -19,7 +22,22 @@ KxC::KxTime ToTime(DayNumber day)
     return {day / 10000, day / 100 % 100, day % 100};
 }
 
-/// A record of its own, so that each day has its own place in the caches.
+/// The day whose imagery a day shows. There is none of the future and none before there were
+/// satellites, so that the days that have a place in memory are some ten thousands and not
+/// millions.
+DayNumber WithImagery(DayNumber day)
+{
+    constexpr DayNumber kBeforeAll = 19300101;
+    std::tm now{};
+    constexpr std::time_t kSecondsOfDay = 86400;
+    const std::time_t seconds = std::time(nullptr) + kSecondsOfDay; // somewhere it is that already
+    ::gmtime_r(&seconds, &now);
+    const DayNumber last = (now.tm_year + 1900) * 10000 + (now.tm_mon + 1) * 100 + now.tm_mday;
+    return std::clamp(day, kBeforeAll, last);
+}
+
+/// A record of its own, so that each day has its own place in the memory cache. Its name leaves
+/// the cache folder, so that it has none on disk: there each day would be a file.
 std::shared_ptr<KxC::KxTSDParamItem> MakeItemOfDay(const KxC::KxTSDParamItem& source, DayNumber day)
 {
     auto item = std::make_shared<KxC::KxTSDParamItem>();
@@ -33,6 +51,10 @@ std::shared_ptr<KxC::KxTSDParamItem> MakeItemOfDay(const KxC::KxTSDParamItem& so
                         source.m_strImageFormat,
                         1,
                         ToTime(day));
+    item->m_strHashKey = fmt::format("{}/{}", source.m_strHashKey.Cstr(), day).c_str();
+    item->m_strUserAgent = source.m_strUserAgent;
+    for (const KxC::KxString& line : source.m_arrRequestHeaders)
+        item->m_arrRequestHeaders.Add(line);
     return item;
 }
 
@@ -44,10 +66,11 @@ bool Source::HandsOutOwnTiles(int size) const
            m_item->m_nTileSize == size;
 }
 
-std::shared_ptr<KxC::KxTSDParamItem> Source::ItemOfDay(DayNumber day) const
+std::shared_ptr<KxC::KxTSDParamItem> Source::ItemOfDay(DayNumber asked) const
 {
-    if (day == 0)
+    if (asked == 0)
         return m_item;
+    const DayNumber day = WithImagery(asked);
     const std::lock_guard guard(m_daysLock);
     const auto found = std::find_if(
         m_days.begin(), m_days.end(), [&](const auto& entry) { return entry.first == day; });

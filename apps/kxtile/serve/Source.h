@@ -27,11 +27,12 @@ struct SourceFacts
     std::string m_id;
     std::string m_name;
     Kind m_kind = Kind::Service;
-    std::string m_path;         ///< of the definition or raster; empty for those that come along
+    std::string m_path;         ///< of the definition or raster; empty for those that have none
     unsigned m_generation = 0;  ///< another one for each state of each source
     std::string m_error;        ///< why it cannot be served, or why its latest state is not
     bool m_isUsable = false;    ///< false: m_error is all that there is
     bool m_isForbidden = false; ///< its definition is not enabled
+    std::string m_wantedEarthServer; ///< that it was refused; empty for none
     std::string m_attribution;
     std::string m_terms;
     int m_minLevel = 0;

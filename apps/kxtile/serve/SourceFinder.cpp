@@ -3,6 +3,8 @@
 
 #include "Command.h"
 #include "SourceArgument.h"
+#include "serve/Failure.h"
+#include "serve/SourceEarthServer.h"
 #include "serve/SourceLoader.h"
 
 #include <fmt/format.h>
@@ -72,15 +74,29 @@ std::string NameForId(const std::string& path)
     const SourceArgument argument(path);
     if (!argument.IsTemplate())
         return fs::path(path).stem().string();
-    const std::size_t host = path.find("://") + 3;
-    return path.substr(host, path.find_first_of("/:?", host) - host);
+    const std::string host = HostOf(path);
+    return host.substr(0, host.rfind(':'));
+}
+
+/// As messages name it.
+std::string ShownOf(const std::string& path)
+{
+    return SourceArgument(path).IsTemplate() ? HostOf(path) : path;
+}
+
+std::string DescribeChange(const Source& loaded, bool keeps)
+{
+    if (loaded.m_error.empty())
+        return fmt::format("served as /{}/", loaded.m_id);
+    return loaded.m_error + (keeps ? "; its state of before is still served" : "");
 }
 
 /// What was served before, with what is wrong with its file now.
-SourcePtr KeepServing(const Source& before, const std::string& error)
+SourcePtr KeepServing(const Source& before, const Source& now)
 {
     auto kept = std::make_shared<Source>(static_cast<const SourceFacts&>(before));
-    kept->m_error = error;
+    kept->m_error = now.m_error;
+    kept->m_wantedEarthServer = now.m_wantedEarthServer;
     return kept;
 }
 
@@ -133,25 +149,56 @@ std::vector<std::string> SourceFinder::FindPaths() const
     return paths;
 }
 
+void SourceFinder::CheckRules() const
+{
+    for (const auto& [id, rule] : m_missing.m_bySource)
+        if (!m_missing.m_mayComeLater && !m_ids.IsTaken(id))
+            throw CommandError(kExitWrongUsage,
+                               fmt::format("--missing names '{}', and there is no such source", id),
+                               "Write the source's name as it stands in addresses.");
+}
+
+/// Whether there is nothing to be loaded again.
+bool SourceFinder::IsStill(const Known& known, const std::string& stamp)
+{
+    if (known.m_source == nullptr || known.m_stamp != stamp)
+        return false;
+    const std::string& wanted = known.m_source->m_wantedEarthServer;
+    return wanted.empty() || !MayAskEarthServer(known.m_id, wanted);
+}
+
+/// An opened raster stays open as it was, so that what is cut from it is nothing of a changed
+/// file: nothing of it may be kept under that one's name.
+void SourceFinder::NoteRaster(Known& known, Source& loaded)
+{
+    if (loaded.m_kind != Source::Kind::Raster || !loaded.m_isUsable)
+        return;
+    if (known.m_opened.empty())
+        known.m_opened = known.m_stamp;
+    if (known.m_opened == known.m_stamp)
+        return;
+    loaded.m_outputName.clear();
+    loaded.m_error = "the raster has changed since it was opened; what is served is the one of "
+                     "before, until the gateway is started again";
+}
+
 SourcePtr
 SourceFinder::LoadOne(Known& known, const std::string& path, std::vector<std::string>* changes)
 {
     const std::string stamp = StampOf(path);
-    if (known.m_source != nullptr && known.m_stamp == stamp)
+    if (IsStill(known, stamp))
         return known.m_source;
     known.m_stamp = stamp;
     std::shared_ptr<Source> loaded = LoadSource(path, known.m_id);
     loaded->m_missing = m_missing.For(known.m_id);
-    const bool keeps =
-        known.m_source != nullptr && known.m_source->m_isUsable && !loaded->m_isUsable;
-    if (changes != nullptr && !loaded->m_error.empty())
-        changes->push_back(fmt::format("{}: {}{}",
-                                       path,
-                                       loaded->m_error,
-                                       keeps ? "; its state of before is still served" : ""));
-    else if (changes != nullptr)
-        changes->push_back(fmt::format("{}: served as /{}/", path, known.m_id));
-    known.m_source = keeps ? KeepServing(*known.m_source, loaded->m_error) : loaded;
+    NoteRaster(known, *loaded);
+    const bool keeps = known.m_source != nullptr && known.m_source->m_isUsable &&
+                       !loaded->m_isUsable && !loaded->m_isForbidden;
+    if (!keeps && (!loaded->m_isUsable || loaded->m_kind != Source::Kind::History))
+        ForgetEarthServer(known.m_id);
+    if (changes != nullptr)
+        changes->push_back(ShownOf(path) + ": " + DescribeChange(*loaded, keeps));
+    known.m_source = keeps ? KeepServing(*known.m_source, *loaded) : loaded;
     return known.m_source;
 }
 
@@ -170,9 +217,11 @@ std::vector<SourcePtr> SourceFinder::Load(std::vector<std::string>* changes)
     for (auto& [path, known] : m_known)
         if (present.count(path) == 0 && known.m_source != nullptr) {
             known.m_source = nullptr;
+            ForgetEarthServer(known.m_id);
             if (changes != nullptr)
-                changes->push_back(fmt::format("{}: gone, no longer served", path));
+                changes->push_back(fmt::format("{}: gone, no longer served", ShownOf(path)));
         }
+    CheckRules();
     return sources;
 }
 
@@ -181,8 +230,7 @@ bool SourceFinder::HasChanged() const
     std::size_t present = 0;
     for (const std::string& path : FindPaths()) {
         const auto known = m_known.find(path);
-        if (known == m_known.end() || known->second.m_source == nullptr ||
-            known->second.m_stamp != StampOf(path))
+        if (known == m_known.end() || !IsStill(known->second, StampOf(path)))
             return true;
         ++present;
     }

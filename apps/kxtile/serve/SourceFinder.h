@@ -15,6 +15,7 @@ struct MissingRules
 {
     MissingTile m_default = MissingTile::NotFound;
     std::map<std::string, MissingTile> m_bySource;
+    bool m_mayComeLater = false; ///< a source that a rule names may be found later only
 
     /// Reads "204", or "id=blank".
     /// @throws CommandError (wrong usage) for anything else
@@ -34,6 +35,7 @@ public:
     /// keeps its state of before, and says what is wrong.
     /// @param changes  receives a line for each source that is not what it was; may be null
     /// @return all sources in their order
+    /// @throws CommandError (wrong usage) for a rule that names no source
     std::vector<SourcePtr> Load(std::vector<std::string>* changes = nullptr);
 
     /// Whether Load would find something else. Cheap: looks at files' times and sizes only.
@@ -47,9 +49,13 @@ private:
     {
         std::string m_id;
         std::string m_stamp;
+        std::string m_opened; ///< the stamp that a raster was first opened with
         SourcePtr m_source;
     };
+    static bool IsStill(const Known& known, const std::string& stamp);
+    static void NoteRaster(Known& known, Source& loaded);
     std::vector<std::string> FindPaths() const;
+    void CheckRules() const;
     SourcePtr LoadOne(Known& known, const std::string& path, std::vector<std::string>* changes);
 
     std::vector<std::string> m_named;

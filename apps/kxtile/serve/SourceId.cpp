@@ -44,6 +44,7 @@ std::string SourceIds::Take(const std::string& name)
     std::string id = plain;
     for (int number = 2; IsReservedName(Lower(id)) || !m_taken.insert(Lower(id)).second; ++number)
         id = plain + "-" + std::to_string(number);
+    m_given.insert(id);
     return id;
 }
 

@@ -12,6 +12,9 @@
 #include "SourceFormat.h"
 #include "SourceGrid.h"
 #include "forms/FormLimits.h"
+#include "serve/Failure.h"
+#include "serve/SourceEarthServer.h"
+#include "serve/SourceState.h"
 
 #include <fmt/format.h>
 
@@ -20,8 +23,6 @@
 #include <atomic>
 #include <cctype>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 namespace KxTileHost::Serve {
 
@@ -38,31 +39,6 @@ std::string LowerExtension(const std::string& path)
         return static_cast<char>(std::tolower(c));
     });
     return extension;
-}
-
-/// What tells one state of a file from another: its bytes of a definition, which is small; size
-/// and time of a raster.
-std::string StateOf(const std::string& path, bool isSmall)
-{
-    const std::string file = fs::exists(path) ? path : path.substr(0, path.rfind('#'));
-    if (isSmall) {
-        std::ifstream stream(file, std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-    }
-    std::error_code error;
-    const auto size = fs::file_size(file, error);
-    const auto time = fs::last_write_time(file, error).time_since_epoch().count();
-    return fmt::format("{} {} {}", fs::absolute(file, error).string(), size, time);
-}
-
-/// The name of what is made of one state of a file, in the cache folder.
-std::string OutputNameOf(const std::string& path, bool isSmall)
-{
-    const std::string mark = path.substr(std::min(path.rfind('#'), path.size()));
-    const std::string text = StateOf(path, isSmall) + mark;
-    return KxC::KxUtility::GetValidHashKey(
-               KxC::KxString(text.data(), static_cast<int>(text.size())))
-        .Cstr();
 }
 
 TileFormat FormatNamed(const KxC::KxTSDParamItem& item)
@@ -91,40 +67,34 @@ std::string ErrorsOfLastDefinition()
     return errors;
 }
 
-/// Scripts have no template that would name their tiles in the caches.
-void NameScriptedTiles(KxC::KxTSDParamItem& item, const std::string& outputName)
-{
-    if (item.m_bLuaScripted != 0)
-        item.m_strHashKey = ("script-" + outputName).c_str();
-}
-
 /// All earth sources of a process ask one server.
 void ChooseEarthServer(Source& source)
 {
-    static std::string chosen;
-    static std::string chooser;
     const std::string address = source.m_item->m_strUrlTemplate.Cstr();
-    if (!chosen.empty() && chosen != address && chooser != source.m_id) {
+    if (!MayAskEarthServer(source.m_id, address)) {
         source.m_error = "another source has chosen an earth server already, and there can be one; "
                          "serve this source from a second gateway";
         source.m_isUsable = false;
+        source.m_wantedEarthServer = address;
         return;
     }
-    chosen = address;
-    chooser = source.m_id;
     AsEarthSource(source.m_item.get(), {});
+    NoteEarthServer(source.m_id, address);
 }
 
 void LoadDefinition(Source& source, const SourceArgument& argument)
 {
     const std::string path = argument.GetPath();
+    const std::string name = NameOfDefinition(path);
     source.m_secrets = Secrets(path);
     source.m_item = std::make_shared<KxC::KxTSDParamItem>();
     source.m_item->LoadFromTSDFile(path.c_str());
     source.m_error = source.m_secrets.Mask(ErrorsOfLastDefinition());
     source.m_isUsable = source.m_error.empty();
-    source.m_outputName = OutputNameOf(path, true);
-    NameScriptedTiles(*source.m_item, source.m_outputName);
+    // Of a file that is written meanwhile, nobody knows which state was read.
+    if (NameOfDefinition(path) == name)
+        source.m_outputName = name;
+    NameSourceTiles(*source.m_item, source.m_outputName);
 }
 
 void LoadTemplate(Source& source, const SourceArgument& argument)
@@ -146,22 +116,24 @@ void RefuseWhatIsNotEnabled(Source& source)
         "it so, write enabled = true into a copy of the definition, and serve the copy",
         source.m_item->m_strAttr3.IsEmpty() != 0 ? "the definition names no terms"
                                                  : source.m_item->m_strAttr3.Cstr());
+    source.m_error = source.m_secrets.Mask(source.m_error);
 }
 
-void LoadService(Source& source)
+void LoadService(Source& source, const SourceArgument& argument)
 {
-    const SourceArgument argument(source.m_path);
     if (argument.IsTemplate())
         LoadTemplate(source, argument);
     else
         LoadDefinition(source, argument);
-    DescribeService(source);
+    // First, so that one that is not served chooses no server for the others.
     RefuseWhatIsNotEnabled(source);
+    DescribeService(source);
 }
 
 void OpenRaster(Source& source)
 {
     source.m_kind = Source::Kind::Raster;
+    const std::string name = NameOfRaster(source.m_path);
     KxC::KxRasterDataAccessor* const raster =
         KxC::m_gRasterAccessorManager.OpenDataAccessor(source.m_path.c_str());
     if (raster == nullptr) {
@@ -169,7 +141,8 @@ void OpenRaster(Source& source)
         return;
     }
     source.m_isUsable = true;
-    source.m_outputName = OutputNameOf(source.m_path, false);
+    if (NameOfRaster(source.m_path) == name)
+        source.m_outputName = name;
     source.m_minLevel = std::clamp(raster->GetMinLevel(), 0, kMaxLevel);
     source.m_maxLevel = std::clamp(raster->GetMaxLevel(), source.m_minLevel, kMaxLevel);
     const KxC::KxRect2d& bounds = raster->GetLatLonBounds();
@@ -219,7 +192,7 @@ void DescribeService(Source& source)
 {
     const KxC::KxTSDParamItem& item = *source.m_item;
     if (item.m_strAttr1.IsEmpty() == 0)
-        source.m_name = item.m_strAttr1.Cstr();
+        source.m_name = source.m_secrets.Mask(item.m_strAttr1.Cstr());
     source.m_attribution = source.m_secrets.Mask(item.m_strAttr2.Cstr());
     source.m_terms = source.m_secrets.Mask(item.m_strAttr3.Cstr());
     if (HasMaxLevel(item)) {
@@ -230,24 +203,31 @@ void DescribeService(Source& source)
     if (HasBounds(item))
         source.m_bounds = item.m_levelBounds.m_rect;
     source.m_format = source.HandsOutOwnTiles(kTileSize) ? FormatNamed(item) : FormatMade(item);
-    if (item.m_nTileScheme == kSchemeEarthHistory && source.m_isUsable) {
-        source.m_kind = Source::Kind::History;
+    if (item.m_nTileScheme != kSchemeEarthHistory)
+        return;
+    source.m_kind = Source::Kind::History;
+    if (source.m_isUsable)
         ChooseEarthServer(source);
-    }
 }
 
 std::shared_ptr<Source> LoadSource(const std::string& path, const std::string& id)
 {
     auto source = std::make_shared<Source>();
     source->m_id = id;
-    source->m_path = path;
-    source->m_name = SourceArgument(path).GetName();
+    const SourceArgument argument(path);
+    // Addresses may hold keys: of them the host alone is told.
+    if (argument.IsTemplate())
+        source->m_secrets = Secrets::OfAddress(path, HostOf(path));
+    else
+        source->m_path = path;
+    source->m_name = argument.IsTemplate() ? HostOf(path) : argument.GetName();
     source->m_generation = NextGeneration();
     try {
-        if (fs::path(path).has_extension() && !IsDefinitionPath(path) && IsRasterPath(path))
+        if (!argument.IsTemplate() && fs::path(path).has_extension() && !IsDefinitionPath(path) &&
+            IsRasterPath(path))
             OpenRaster(*source);
         else
-            LoadService(*source);
+            LoadService(*source, argument);
         if (!source->m_error.empty())
             NameBothReadings(*source);
     } catch (const std::exception& error) {

@@ -44,23 +44,23 @@ bool Watcher::IsEnded()
 void Watcher::Run()
 {
     while (!IsEnded()) {
-        if (!m_finder.HasChanged())
-            continue;
-        // Whoever writes a file in pieces is given a moment to end.
-        if (IsEnded())
-            return;
-        LoadAgain();
+        try {
+            if (!m_finder.HasChanged())
+                continue;
+            // Whoever writes a file in pieces is given a moment to end.
+            if (IsEnded())
+                return;
+            LoadAgain();
+        } catch (const std::exception& error) { // no memory: what is served stays
+            fmt::print(stderr, "kxtile: {}\n", Printable(error.what()));
+        }
     }
 }
 
 void Watcher::LoadAgain()
 {
     std::vector<std::string> changes;
-    try {
-        m_table.Set(m_finder.Load(&changes));
-    } catch (const std::exception& error) { // no memory: what is served stays
-        changes.emplace_back(error.what());
-    }
+    m_table.Set(m_finder.Load(&changes));
     for (const std::string& change : changes)
         fmt::print(stderr, "kxtile: {}\n", Printable(change));
 }
