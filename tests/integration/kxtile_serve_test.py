@@ -742,6 +742,23 @@ class Work(ServeTestCase):
             service.open.set()
             self.assertEqual({reply.result(DEADLINE).status for reply in hanging}, {200})
 
+    def test_of_a_service_that_hangs_leaves_places_in_the_queue_to_others(self):
+        service = self.held()
+        gateway = self.serve(self.held_definition(service), self.definition("plain"),
+                             "--workers", "1", "--queue", "4")
+        asking = []
+        for x in range(5):
+            asking.append(gateway.connect())
+            asking[-1].request("GET", f"/held/4/{x}/0.png")
+            wait_until(lambda: len(service.asked) == 1, "the first is worked on")
+        wait_until(lambda: gateway.metric("kxtile_work_waiting") == 4, "the queue is full")
+        self.assertEqual(gateway.get("/plain/3/1/1.png").status, 200)
+        for connection in asking:
+            connection.close()
+        wait_until(lambda: gateway.metric("kxtile_work_waiting") == 0, "the queue is empty")
+        self.assertEqual(len(service.asked), 1)
+        service.open.set()
+
     def test_that_everybody_gave_up_is_not_done(self):
         service = self.held()
         gateway = self.serve(self.held_definition(service), "--workers", "1")

@@ -157,10 +157,12 @@ private:
         m_isAnswered = false;
         MHD_suspend_connection(m_connection);
         try {
-            if (m_state.pool.Submit(
-                    outcome.m_key, outcome.m_lane, std::move(outcome.m_work), *this))
-                return false;
-            TakeAnswer(BusyAnswer("too many tiles are being made already", 1));
+            const auto admission = m_state.pool.Submit(
+                outcome.m_key, outcome.m_lane, std::move(outcome.m_work), *this);
+            if (admission == WorkPool::Admission::Full)
+                TakeAnswer(BusyAnswer("too many tiles are being made already", 1));
+            else if (admission == WorkPool::Admission::Ending)
+                TakeAnswer(BusyAnswer("the gateway ends", 1));
         } catch (const std::exception&) {
             TakeAnswer(nullptr);
         }
