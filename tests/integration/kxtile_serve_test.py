@@ -442,6 +442,9 @@ class Manners(ServeTestCase):
             self.assertEqual((reply.status, reply.body), (304, b""), known)
             self.assertEqual(reply.headers["ETag"], tag)
             self.assertEqual(reply.headers["Cache-Control"], "public, max-age=77")
+            # That of the whole answer, or none: a cache would take another for the tile's.
+            self.assertIn(reply.headers["Content-Length"],
+                          (None, first.headers["Content-Length"]))
         other = self.gateway.get("/plain/3/4/2.png", headers={"If-None-Match": '"other"'})
         self.assertEqual((other.status, other.body), (200, first.body))
 
@@ -942,6 +945,31 @@ class End(ServeTestCase):
             self.assertEqual(status, 0)
             self.assertLess(seconds, 5)
             kept.close()
+
+    def test_cuts_no_request_of_who_goes_on_asking(self):
+        gateway = self.serve(self.definition("plain"))
+        tile = gateway.get("/plain/3/4/2.png").body
+        answered = [0] * 16
+
+        def ask(index):
+            """Asks on one connection until it is told that this was the last answer."""
+            connection = gateway.connect()
+            while True:
+                connection.request("GET", "/plain/3/4/2.png")
+                response = connection.getresponse()
+                self.assertEqual((response.status, response.read()), (200, tile))
+                answered[index] += 1
+                if response.will_close:
+                    return connection.close()
+
+        with concurrent.futures.ThreadPoolExecutor(16) as pool:
+            asking = [pool.submit(ask, index) for index in range(16)]
+            wait_until(lambda: min(answered) >= 20, "everybody asks")
+            status, seconds = gateway.stop()
+            self.assertEqual(status, 0)
+            self.assertLess(seconds, 5)
+            for one in asking:
+                one.result(DEADLINE)
 
     def test_lets_what_is_under_way_finish(self):
         service = self.held()

@@ -14,6 +14,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -38,6 +39,7 @@ struct HttpServer::State
     std::mutex lock{};
     std::condition_variable changed{};
     std::size_t inFlight = 0;
+    std::size_t begun = 0; ///< requests, ever
     bool ends = false;
     std::atomic<bool> loops{true};
     std::atomic<bool> listens{true};
@@ -55,6 +57,8 @@ constexpr std::size_t kHeadBytes = std::size_t{24} << 10;
 /// Connections beyond the limit while the idle ones that make room for them are being closed.
 constexpr unsigned int kSlack = 256;
 constexpr unsigned int kBacklog = 1024;
+/// At the end: as long as no request comes, for a client that has just had an answer sends another.
+constexpr std::chrono::milliseconds kQuiet{100};
 
 int SocketOf(MHD_Connection* connection)
 {
@@ -103,6 +107,9 @@ public:
     {
         const std::lock_guard guard(m_state.lock);
         ++m_state.inFlight;
+        ++m_state.begun;
+        if (!m_state.listens) // whoever waits for the last request has another one
+            m_state.changed.notify_all();
     }
 
     ~Exchange() override
@@ -139,7 +146,10 @@ public:
         if (!m_isAnswered && !Begin(request))
             return MHD_YES; // suspended
         if (m_answer != nullptr)
-            m_status = SendAnswer(m_connection, *m_answer, m_state.options.m_serverName);
+            m_status = SendAnswer(m_connection,
+                                  *m_answer,
+                                  m_state.options.m_serverName,
+                                  m_state.listens ? Afterwards::KeepAlive : Afterwards::Close);
         return m_status != 0 ? MHD_YES : MHD_NO;
     }
 
@@ -446,8 +456,22 @@ void HttpServer::StopListening()
 
 bool HttpServer::WaitForRequests(std::chrono::steady_clock::time_point deadline)
 {
-    std::unique_lock guard(m_state->lock);
-    return m_state->changed.wait_until(guard, deadline, [&] { return m_state->inFlight == 0; });
+    State& state = *m_state;
+    std::unique_lock guard(state.lock);
+    while (state.changed.wait_until(guard, deadline, [&] { return state.inFlight == 0; })) {
+        const std::size_t begun = state.begun;
+        const auto quiet = std::min(deadline, Clock::now() + kQuiet);
+        const auto hasMore = [&] { return state.begun != begun; };
+        if (state.connections.Count() == 0)
+            return true;
+        if (state.changed.wait_until(guard, quiet, hasMore))
+            continue;
+        if (!state.connections.HasUnread())
+            return true;
+        if (Clock::now() >= deadline)
+            return false;
+    }
+    return false;
 }
 
 } // namespace KxTileHost::Serve
