@@ -971,6 +971,44 @@ class End(ServeTestCase):
             for one in asking:
                 one.result(DEADLINE)
 
+    def hang(self, name):
+        """A definition that whoever reads it waits for."""
+        path = self.folder / "sources" / f"{name}.toml"
+        path.parent.mkdir(exist_ok=True)
+        fresh = path.with_suffix(".new")
+        os.mkfifo(fresh)
+        fresh.rename(path)
+        return path
+
+    def hold(self, path):
+        """Waits until the pipe is read, and keeps its reader waiting."""
+        def opened():
+            try:
+                held.append(os.open(path, os.O_WRONLY | os.O_NONBLOCK))
+            except OSError:
+                pass  # nobody reads
+            return held
+        held = []
+        wait_until(opened, "the definition is read")
+        self.addCleanup(os.close, held[0])
+
+    def test_comes_while_the_sources_are_loaded(self):
+        path = self.hang("endless")
+        process = subprocess.Popen([KXTILE, "serve", str(path), "--port", "0"],
+                                   env=self.environment, stdout=subprocess.DEVNULL)
+        self.hold(path)
+        begin = time.monotonic()
+        process.send_signal(signal.SIGTERM)
+        self.assertEqual(process.wait(DEADLINE), 0)
+        self.assertLess(time.monotonic() - begin, 5)
+
+    def test_comes_while_a_changed_source_is_loaded(self):
+        gateway = self.serve(self.definition("plain"), "--watch")
+        self.hold(self.hang("plain"))
+        status, seconds = gateway.stop()
+        self.assertEqual(status, 0)
+        self.assertLess(seconds, 5)
+
     def test_lets_what_is_under_way_finish(self):
         service = self.held()
         gateway = self.serve(self.held_definition(service))
