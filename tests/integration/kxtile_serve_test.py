@@ -672,6 +672,9 @@ class Documents(ServeTestCase):
     def test_name_the_host_that_they_were_asked_of(self):
         answer = self.gateway.get("/plain.json", headers={"Host": "my-laptop:8480"}).json()
         self.assertEqual(answer["tiles"], ["http://my-laptop:8480/plain/{z}/{x}/{y}.png"])
+        answer = self.gateway.raw(b"GET /plain.json HTTP/1.0\r\n\r\n")
+        self.assertEqual(json.loads(answer.split(b"\r\n\r\n")[1])["tiles"],
+                         [f"{self.base}/plain/{{z}}/{{x}}/{{y}}.png"])
         answer = self.gateway.get("/plain.json", headers={"Host": 'a"><script>'}).body
         self.assertNotIn(b"script", answer)
 
@@ -893,6 +896,16 @@ class Connections(ServeTestCase):
         for connection in slow:
             connection.close()
 
+    def test_of_ambiguous_requests_are_answered_and_cut(self):
+        gateway = self.serve(self.definition("plain"))
+        behind = b"GET /health HTTP/1.1\r\nHost: x\r\n\r\n"
+        for head in (b"Host: x\r\nHost: y\r\n", b"Host: x\r\nhost: x\r\n",
+                     b"Host: x\r\nContent-Length: %d\r\nTransfer-Encoding: chunked\r\n"
+                     % len(behind)):
+            answer = gateway.raw(b"GET /health HTTP/1.1\r\n" + head + b"\r\n" + behind)
+            self.assertTrue(answer.startswith(b"HTTP/1.1 400"), answer)
+            self.assertEqual(answer.count(b"HTTP/1.1 "), 1, answer)
+
     def test_with_nonsense_are_answered_or_cut(self):
         gateway = self.serve(self.definition("plain"))
         for nonsense in (b"\x16\x03\x01\x02\x00\x01\x00\x01\xfc\x03\x03", b"GET\r\n\r\n",
@@ -932,6 +945,9 @@ class Hosts(ServeTestCase):
         except AssertionError:
             self.skipTest("this machine has no IPv6 loopback")
         self.assertEqual(gateway.get("/health").status, 200)
+        answer = gateway.raw(b"GET /plain.json HTTP/1.0\r\n\r\n")
+        self.assertEqual(json.loads(answer.split(b"\r\n\r\n")[1])["tiles"],
+                         [f"http://[::1]:{gateway.address.port}/plain/{{z}}/{{x}}/{{y}}.png"])
 
 
 class End(ServeTestCase):

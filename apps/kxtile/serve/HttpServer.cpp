@@ -10,6 +10,7 @@
 #include <microhttpd.h>
 #include <netinet/in.h>
 #include <poll.h>
+#include <strings.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -217,14 +218,43 @@ public:
     std::string LocalAddress() const override
     {
         sockaddr_storage address{};
-        socklen_t size = sizeof(address);
-        const int socket = SocketOf(m_connection);
-        if (::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &size) != 0)
+        return GetLocal(address) ? TextOf(address) : "";
+    }
+
+    std::string LocalHost() const override
+    {
+        sockaddr_storage address{};
+        if (!GetLocal(address))
             return "";
-        return TextOf(address);
+        const bool isSix = address.ss_family == AF_INET6;
+        // The port lies at the same place in both kinds of addresses.
+        const int port = ntohs(reinterpret_cast<const sockaddr_in&>(address).sin_port);
+        const std::string text = TextOf(address);
+        return isSix ? fmt::format("[{}]:{}", text, port) : fmt::format("{}:{}", text, port);
+    }
+
+    bool IsAmbiguous() const override
+    {
+        int hosts = 0;
+        MHD_get_connection_values(m_connection, MHD_HEADER_KIND, CountHost, &hosts);
+        return hosts > 1 ||
+               (Header("Content-Length") != nullptr && Header("Transfer-Encoding") != nullptr);
     }
 
 private:
+    static MHD_Result CountHost(void* count, MHD_ValueKind, const char* name, const char*)
+    {
+        *static_cast<int*>(count) += ::strcasecmp(name, "Host") == 0 ? 1 : 0;
+        return MHD_YES;
+    }
+
+    bool GetLocal(sockaddr_storage& address) const
+    {
+        socklen_t size = sizeof(address);
+        return ::getsockname(
+                   SocketOf(m_connection), reinterpret_cast<sockaddr*>(&address), &size) == 0;
+    }
+
     MHD_Connection* m_connection;
 };
 
@@ -290,8 +320,8 @@ try {
         *context = new Exchange(state, connection);
         if (const Connections::Handle* const handle = HandleOf(connection))
             state.connections.Begin(*handle, Clock::now());
-        // An answer in the first call would cost the connection.
-        if (MayHaveNoBody(method))
+        // An answer in the first call costs the connection, which ambiguous requests deserve.
+        if (MayHaveNoBody(method) && !MhdRequest(connection, method, path).IsAmbiguous())
             return MHD_YES;
     } else if (*uploadSize != 0) {
         *uploadSize = 0;

@@ -95,6 +95,11 @@ Service::Service(const Options& options, const SourceTable& sources)
 
 Outcome Service::Handle(const HttpRequest& request)
 {
+    if (request.IsAmbiguous())
+        return AtOnce(TextAnswer(Status::kBadRequest,
+                                 "the request has two hosts, or two lengths: it may be read in "
+                                 "more ways than one"),
+                      "other");
     if (!m_hosts.Allows(request.Header("Host"), request.LocalAddress()))
         return AtOnce(TextAnswer(Status::kMisdirected,
                                  "this gateway is not asked for by that name; its owner can add "
@@ -285,7 +290,7 @@ std::string Service::BaseOf(const HttpRequest& request) const
     if (!m_options.m_publicUrl.empty())
         return m_options.m_publicUrl;
     const char* const host = request.Header("Host");
-    return "http://" + (host != nullptr && IsPlainHost(host) ? host : request.LocalAddress());
+    return "http://" + (host != nullptr && IsPlainHost(host) ? host : request.LocalHost());
 }
 
 void Service::NoteDone(const char* label, int status, const Answer*, double seconds) noexcept
