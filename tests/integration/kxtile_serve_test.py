@@ -287,6 +287,7 @@ class Tiles(ServeTestCase):
         self.assertEqual(gateway.get("/plane/raw/5/-3/2").body,
                          self.origin_bytes("/baidu/marble.jpg?x=M3&y=2&z=5"))
         self.assertEqual(picture_size(gateway.get("/past/raw/5/26/12").body)[1:], (256, 256))
+        self.assertEqual(gateway.get("/south/raw/5/26/12@2x.jpg").status, 400)
 
     def test_of_history_imagery_are_those_of_a_date(self):
         gateway = self.serve(self.definition("past"))
@@ -493,6 +494,7 @@ class Failures(ServeTestCase):
             self.assertEqual(reply.headers["Cache-Control"], "no-store")
         self.assertEqual(gateway.metric("kxtile_upstream_results_total",
                                         source="failing", result="failed"), 1)
+        self.assertEqual(gateway.metric("kxtile_tiles_total", cache="upstream"), 0)
 
     def test_by_lateness_are_gateway_timeouts(self):
         gateway = self.serve("--timeout", "0.4", self.definition("slow"))
@@ -543,6 +545,12 @@ class MissingTiles(ServeTestCase):
             self.assertEqual((reply.status, picture_size(reply.body)),
                              (200, (extension, side, side)))
         self.assertEqual(picture_size(gateway.get("/other/3/4/2@2x").body), ("png", 512, 512))
+
+    def test_of_the_services_own_are_never_blank(self):
+        source = self.definition("empty")
+        for rule, status in (("404", 404), ("204", 204), ("blank", 404)):
+            gateway = self.serve(source, "--missing", rule)
+            self.assertEqual(gateway.get("/empty/raw/3/4/2.png").status, status, rule)
 
     def test_have_no_other_rules(self):
         self.kxtile("serve", self.definition("empty"), "--missing", "maybe", status=2)
@@ -701,6 +709,12 @@ class Documents(ServeTestCase):
         self.assertEqual(metric("kxtile_upstream_results_total", source="shifted",
                                 result="tile"), 1)
         self.assertEqual(metric("kxtile_sources_broken"), 1)
+        for _ in range(3):  # from the service, then from disk
+            self.assertEqual(self.gateway.get("/plain/raw/6/53/24").status, 200)
+        self.assertEqual(metric("kxtile_upstream_results_total", source="plain",
+                                result="tile"), 1)
+        self.assertEqual(metric("kxtile_tiles_total", cache="upstream"), 2)
+        self.assertEqual(metric("kxtile_tiles_total", cache="disk"), 2)
         self.assertGreater(metric("kxtile_output_cache_bytes"), 1000)
         self.assertEqual(metric("kxtile_requests_in_flight"), 1)  # the one that asks
         types = self.gateway.get("/metrics").headers["Content-Type"]

@@ -34,6 +34,9 @@ AnswerPtr CheckTile(const Source& source, const Route& route, TileRequest& tile)
     if (!route.m_fault.empty())
         return TextAnswer(Status::kBadRequest, route.m_fault);
     tile = route.m_tile;
+    if (route.m_kind == Route::kRawTile && tile.m_size != kTileSize)
+        return TextAnswer(Status::kBadRequest,
+                          "a service's own tile has the size that it has; leave out @2x");
     if (tile.m_z < 0)
         return TextAnswer(Status::kBadRequest, fmt::format("there is no level {}", tile.m_z));
     if (tile.m_z < source.m_minLevel || tile.m_z > source.m_maxLevel)
