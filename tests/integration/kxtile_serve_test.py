@@ -660,6 +660,36 @@ class Documents(ServeTestCase):
         self.assertEqual([limits[10].find(f"w:{name}", spaces).text
                           for name in ("MinTileCol", "MaxTileCol")], ["526", "540"])
 
+    def test_offer_both_encodings_of_a_wmts(self):
+        spaces = {"w": "http://www.opengis.net/wmts/1.0", "o": "http://www.opengis.net/ows/1.1"}
+        root = self.gateway.get("/wmts").xml()
+        for name, restful in (("GetCapabilities", "/wmts/1.0.0/WMTSCapabilities.xml"),
+                              ("GetTile", "/wmts/")):
+            gets = root.findall("o:OperationsMetadata/o:Operation[@name='%s']/o:DCP/o:HTTP/o:Get"
+                                % name, spaces)
+            self.assertEqual(
+                {get.find("o:Constraint/o:AllowedValues/o:Value", spaces).text:
+                 get.get("{http://www.w3.org/1999/xlink}href") for get in gets},
+                {"RESTful": self.base + restful, "KVP": self.base + "/wmts?"})
+
+    def test_refuse_wmts_requests_for_what_they_do_not_list(self):
+        right = {"REQUEST": "GetTile", "LAYER": "plain", "STYLE": "default",
+                 "TILEMATRIXSET": "GoogleMapsCompatible", "TILEMATRIX": "5", "TILEROW": "12",
+                 "TILECOL": "26", "FORMAT": "image/png"}
+
+        def ask(**changed):
+            return self.gateway.get("/wmts?SERVICE=WMTS&" +
+                                    urllib.parse.urlencode({**right, **changed}))
+        tile = self.gateway.get("/plain/5/26/12.png").body
+        self.assertEqual(ask().body, tile)
+        self.assertEqual(ask(STYLE="").body, tile)
+        for name, value in (("REQUEST", "GetFeatureInfo"), ("FORMAT", "image/gif"),
+                            ("STYLE", "night"), ("TILEMATRIXSET", "WGS84"), ("TILEMATRIX", "x"),
+                            ("TILECOL", "32"), ("TILEROW", "")):
+            self.assertEqual(ask(**{name: value}).status, 400, name)
+        for layer in ("elsewhere", "plain/default/GoogleMapsCompatible/5/12/26.png?", "%70lain"):
+            self.assertEqual(ask(LAYER=layer).status, 404, layer)
+
     def test_describe_a_tile_map_service_with_rows_from_the_south(self):
         service = self.gateway.get("/tms/1.0.0/").xml()
         href = service.find("TileMaps/TileMap").get("href")

@@ -190,28 +190,32 @@ Outcome Service::Dates(const HttpRequest& request, const Route& route)
     return outcome;
 }
 
-/// GetTile in key-value form; whatever else is asked gets the capabilities.
+/// Key-value form. Without a request it is the address that people paste: it gets the capabilities.
 Outcome Service::WmtsQuery(const HttpRequest& request)
 {
     const auto value = [&](const char* upper, const char* lower) {
         const std::string text = request.Query(upper);
         return text.empty() ? request.Query(lower) : text;
     };
-    if (value("REQUEST", "request") != "GetTile")
+    const std::string operation = value("REQUEST", "request");
+    if (operation.empty() || operation == "GetCapabilities")
         return AtOnce(
             ListAnswer("application/xml", WriteWmtsCapabilities(*m_sources.Get(), BaseOf(request))),
             "document");
-    const std::string format = value("FORMAT", "format");
-    const std::string extension = format == "image/jpeg"   ? "jpg"
-                                  : format == "image/webp" ? "webp"
-                                                           : "png";
-    return Dispatch(request,
-                    ParsePath(fmt::format("/wmts/{}/default/GoogleMapsCompatible/{}/{}/{}.{}",
-                                          value("LAYER", "layer"),
-                                          value("TILEMATRIX", "tilematrix"),
-                                          value("TILEROW", "tilerow"),
-                                          value("TILECOL", "tilecol"),
-                                          extension)));
+    if (operation != "GetTile")
+        return AtOnce(
+            TextAnswer(Status::kBadRequest,
+                       fmt::format("REQUEST is GetCapabilities or GetTile, not '{}'", operation)),
+            "document");
+    WmtsParameters tile;
+    tile.m_layer = value("LAYER", "layer");
+    tile.m_style = value("STYLE", "style");
+    tile.m_matrixSet = value("TILEMATRIXSET", "tilematrixset");
+    tile.m_matrix = value("TILEMATRIX", "tilematrix");
+    tile.m_row = value("TILEROW", "tilerow");
+    tile.m_column = value("TILECOL", "tilecol");
+    tile.m_format = value("FORMAT", "format");
+    return Dispatch(request, WmtsTileRoute(tile));
 }
 
 AnswerPtr Service::Document(const HttpRequest& request, const Route& route)
