@@ -616,6 +616,23 @@ class Documents(ServeTestCase):
         self.assertEqual(answer["attribution"], "NASA")
         self.assertEqual(self.gateway.get("/map.json").json()["bounds"], [5, 45, 10, 50])
 
+    def test_of_a_day_lead_to_that_days_tiles(self):
+        tiles = f"{self.base}/past/{{z}}/{{x}}/{{y}}"
+        listed = self.gateway.get("/past.json?date=2013-01-01").json()["tiles"][0]
+        self.assertTrue(listed.startswith(tiles), listed)
+        self.assertTrue(listed.endswith("?date=2013-01-01"), listed)
+        path = listed[len(self.base):].format(z=5, x=26, y=12)
+        self.assertEqual(self.gateway.get(path).body,
+                         self.gateway.get("/past/5/26/12?date=2013-01-01").body)
+        self.assertNotIn("date", self.gateway.get("/past.json").json()["tiles"][0])
+        gdal = self.gateway.get("/past.xml?date=2013-01-01").xml()
+        self.assertRegex(gdal.find("Service/ServerUrl").text,
+                         r"/past/\$\{z\}/\$\{x\}/\$\{y\}\.[a-z]+\?date=2013-01-01$")
+        for document in ("past.json", "past.xml"):
+            for bad in ("yesterday", "2013-02-30", "2013-01-01%22%3E"):
+                self.assertEqual(self.gateway.get(f"/{document}?date={bad}").status, 400, bad)
+        self.assertEqual(self.gateway.get("/plain.json?date=2013-01-01").status, 400)
+
     def test_describe_a_source_for_gdal(self):
         root = self.gateway.get("/plain.xml").xml()
         self.assertEqual(root.tag, "GDAL_WMS")

@@ -148,15 +148,8 @@ Outcome Service::Tile(const HttpRequest& request, const Route& route)
     TileRequest tile;
     if (AnswerPtr refusal = CheckTile(*source, route, tile))
         return AtOnce(std::move(refusal), label);
-    const std::string date = request.Query("date");
-    const auto day = ReadDay(date);
-    if (!day)
-        return AtOnce(
-            TextAnswer(Status::kBadRequest, fmt::format("'{}' is no day; write YYYY-MM-DD", date)),
-            label);
-    if (*day != 0 && source->m_kind != Source::Kind::History)
-        return AtOnce(TextAnswer(Status::kBadRequest, "only history imagery has dates"), label);
-    tile.m_day = *day;
+    if (AnswerPtr refusal = CheckDay(*source, request.Query("date"), tile.m_day))
+        return AtOnce(std::move(refusal), label);
     if (route.m_kind == Route::kTile)
         return m_tiles.Tile(source, tile);
     if (source->m_kind == Source::Kind::Raster)
@@ -242,11 +235,14 @@ AnswerPtr Service::Document(const HttpRequest& request, const Route& route)
         return NoSuchSource(route.m_source);
     if (AnswerPtr refusal = RefuseUnusable(*source))
         return refusal;
-    if (route.m_kind == Route::kTileJson)
-        return ListAnswer("application/json", WriteTileJsonOf(*source, BaseOf(request)));
     if (route.m_kind == Route::kTmsMap)
         return ListAnswer("application/xml", WriteTmsMap(*source, BaseOf(request)));
-    return ListAnswer("application/xml", WriteGdalXmlOf(*source, BaseOf(request)));
+    DayNumber day = 0;
+    if (AnswerPtr refusal = CheckDay(*source, request.Query("date"), day))
+        return refusal;
+    if (route.m_kind == Route::kTileJson)
+        return ListAnswer("application/json", WriteTileJsonOf(*source, BaseOf(request), day));
+    return ListAnswer("application/xml", WriteGdalXmlOf(*source, BaseOf(request), day));
 }
 
 AnswerPtr Service::Locate(const HttpRequest& request) const

@@ -7,6 +7,8 @@
 
 #include <fmt/format.h>
 
+#include <optional>
+
 namespace KxTileHost::Serve {
 
 namespace {
@@ -16,6 +18,19 @@ bool CountsFromOrigin(const Source& source, const Route& route)
 {
     return route.m_kind == Route::kRawTile && source.m_item != nullptr &&
            GridOf(source.m_item->m_nTileScheme) == GridKind::Baidu;
+}
+
+/// @return nothing for what is no day; 0 for an empty text
+std::optional<DayNumber> ReadDay(const std::string& text)
+{
+    if (text.empty())
+        return 0;
+    try {
+        const KxC::KxTime day = *ParseDate(text);
+        return (day.GetYear() * 100 + day.GetMonth()) * 100 + day.GetDay();
+    } catch (const CommandError&) {
+        return std::nullopt;
+    }
 }
 
 AnswerPtr CheckIndex(const char* what, int index, int first, int count)
@@ -55,16 +70,16 @@ AnswerPtr CheckTile(const Source& source, const Route& route, TileRequest& tile)
     return refusal;
 }
 
-std::optional<DayNumber> ReadDay(const std::string& text)
+AnswerPtr CheckDay(const Source& source, const std::string& text, DayNumber& day)
 {
-    if (text.empty())
-        return 0;
-    try {
-        const KxC::KxTime day = *ParseDate(text);
-        return (day.GetYear() * 100 + day.GetMonth()) * 100 + day.GetDay();
-    } catch (const CommandError&) {
-        return std::nullopt;
-    }
+    const auto read = ReadDay(text);
+    if (!read)
+        return TextAnswer(Status::kBadRequest,
+                          fmt::format("'{}' is no day; write YYYY-MM-DD", text));
+    if (*read != 0 && source.m_kind != Source::Kind::History)
+        return TextAnswer(Status::kBadRequest, "only history imagery has dates");
+    day = *read;
+    return nullptr;
 }
 
 } // namespace KxTileHost::Serve
