@@ -3,9 +3,12 @@
 # Measures kxtile serve with wrk on loopback, beside nginx serving the same tiles as files:
 #   hits      output-cache hits at 1, 16 and 256 connections: requests/s, p50, p99, memory
 #   walk      a realistic zoom walk, hits and misses mixed
-#   cold      re-gridding of tiles that nothing is kept of
+#   cold      re-gridding of tiles whose source tiles lie on disk and nothing else is kept of,
+#             beside the same tiles made by the library without a server
 # Usage: bench/gateway.sh BUILD_FOLDER [SECONDS]      a release build; needs wrk, nginx, python3
 # Both have one worker: nginx one process, kxtile one event loop and one worker thread.
+# Exit status 0 when every aim is met: hits at least at half of nginx's rate with a p99 of less than
+# three times its; cold re-gridding at three quarters of the library's own rate.
 set -eu
 build=$(cd "$1" && pwd)
 seconds=${2:-10}
@@ -38,13 +41,57 @@ start_gateway() {
 
 stop_gateway() { kill "$gateway_pid"; wait "$gateway_pid" || true; }
 
-# wrk's report as one line: requests/s, p50, p99.
+# wrk's report as one line: requests/s, p50, p99. What an aim compares is left in rate and p99, the
+# latter in microseconds.
 run_wrk() {
     wrk --latency -t 1 -d "${seconds}s" "$@" >"$folder/wrk.out" 2>&1 || cat "$folder/wrk.out"
-    awk '/50%/ {p50 = $2} /99%/ {p99 = $2} /Requests\/sec/ {rate = $2}
+    report=$(awk '/50%/ {p50 = $2} /99%/ {p99 = $2} /Requests\/sec/ {rate = $2}
          /Non-2xx|Socket errors/ {errors = " (" $0 ")"}
          END {printf "%10.0f requests/s   p50 %9s   p99 %9s%s", rate, p50, p99, errors}' \
-        "$folder/wrk.out"
+        "$folder/wrk.out")
+    rate=$(awk '/Requests\/sec/ {print $2}' "$folder/wrk.out")
+    p99=$(awk '/99%/ {unit = $2 ~ /us$/ ? 1 : $2 ~ /ms$/ ? 1000 : 1000000; print $2 * unit}' \
+        "$folder/wrk.out")
+}
+
+# Asks for each tile of level 5 once, from four connections, and prints how many came a second.
+# fetch_level ADDRESS FOLDER|/dev/null
+fetch_level() {
+    python3 - "$1" "$2" <<'PY'
+import concurrent.futures, http.client, pathlib, sys, threading, time, urllib.parse
+address, root = urllib.parse.urlsplit(sys.argv[1]), sys.argv[2]
+own = threading.local()
+
+def fetch(tile):
+    if not hasattr(own, "connection"):
+        own.connection = http.client.HTTPConnection(address.hostname, address.port)
+    path = f"gcj02/5/{tile % 32}/{tile // 32}.jpg"
+    own.connection.request("GET", "/" + path)
+    response = own.connection.getresponse()
+    body = response.read()
+    if response.status != 200:
+        raise SystemExit(f"gateway.sh: {path} answers {response.status}")
+    if root != "/dev/null":
+        target = pathlib.Path(root, path)
+        target.parent.mkdir(parents=True, exist_ok=True)
+        target.write_bytes(body)
+
+begin = time.perf_counter()
+with concurrent.futures.ThreadPoolExecutor(4) as pool:
+    list(pool.map(fetch, range(1024)))
+print(1024 / (time.perf_counter() - begin))
+PY
+}
+
+# aim WORDS VALUE OPERATOR LIMIT
+missed=0
+aim() {
+    if awk "BEGIN {exit !($2 $3 $4)}"; then
+        echo "  aim met: $1"
+    else
+        echo "  AIM MISSED: $1"
+        missed=1
+    fi
 }
 
 "$build/apps/kxorigin/kxorigin" --port 0 --log /dev/null >"$folder/origin.out" &
@@ -54,21 +101,7 @@ cp "$here/../examples/sources/grids/gcj02.toml" "$folder/gcj02.toml"
 
 # The same tiles as files, level 5, 1024 of them, and a Lua script that asks for them in turn.
 start_gateway "$folder/gcj02.toml"
-mkdir -p "$folder/www/gcj02"
-python3 - "$gateway" "$folder/www" <<'PY'
-import concurrent.futures, pathlib, sys, urllib.request
-base, root = sys.argv[1], pathlib.Path(sys.argv[2])
-
-def fetch(tile):
-    x, y = tile
-    path = f"gcj02/5/{x}/{y}.jpg"
-    target = root / path
-    target.parent.mkdir(parents=True, exist_ok=True)
-    target.write_bytes(urllib.request.urlopen(f"{base}/{path}").read())
-
-with concurrent.futures.ThreadPoolExecutor(8) as pool:
-    list(pool.map(fetch, [(x, y) for x in range(32) for y in range(32)]))
-PY
+fetch_level "$gateway" "$folder/www" >/dev/null
 
 cat >"$folder/nginx.conf" <<CONF
 worker_processes 1;
@@ -103,22 +136,42 @@ nginx_worker=$(pgrep -P "$nginx_pid")
 
 for connections in 1 16 256; do
     echo "hits, $connections connections"
-    echo "  nginx  $(run_wrk -c $connections -s "$here/gateway_hits.lua" "$nginx")   $(rss "$nginx_worker")"
-    echo "  kxtile $(run_wrk -c $connections -s "$here/gateway_hits.lua" "$gateway")   $(rss "$gateway_pid")"
+    run_wrk -c $connections -s "$here/gateway_hits.lua" "$nginx"
+    echo "  nginx  $report   $(rss "$nginx_worker")"
+    nginx_rate=$rate nginx_p99=$p99
+    run_wrk -c $connections -s "$here/gateway_hits.lua" "$gateway"
+    echo "  kxtile $report   $(rss "$gateway_pid")"
+    aim "at least half of nginx's rate" "$rate" ">=" "$nginx_rate / 2"
+    aim "p99 under three times nginx's" "$p99" "<" "$nginx_p99 * 3"
 done
 
 echo "zoom walk, hits and misses, 16 connections"
-echo "  kxtile $(run_wrk -c 16 -s "$here/gateway_walk.lua" "$gateway")   $(rss "$gateway_pid")"
+run_wrk -c 16 -s "$here/gateway_walk.lua" "$gateway"
+echo "  kxtile $report   $(rss "$gateway_pid")"
 curl -s "$gateway/metrics" | sed -n 's/^kxtile_tiles_total{cache="\([a-z]*\)"} /  tiles from \1: /p'
 stop_gateway
 
-# Cold: the service's tiles are in memory, decoded or not, and nothing of the output is kept.
+# Cold: each tile is made once, of source tiles that lie on disk, by a process that knows nothing.
+# Beside it the same tiles without a server, by one thread: read, decoded, re-gridded, encoded and
+# written to disk like the gateway's.
+echo "cold re-gridding of level 5, source tiles on disk, one worker"
 rm -rf "$folder/cache/output"
-start_gateway "$folder/gcj02.toml" --no-disk-cache --output-memory 0 --source-memory 1024
-curl -s -o /dev/null "$gateway/gcj02/5/0/0.jpg"
-seconds_before=$seconds
-seconds=5 run_wrk -c 4 -s "$here/gateway_hits.lua" "$gateway" >/dev/null
-seconds=$seconds_before
-echo "re-gridding of tiles in memory, 4 connections, one worker"
-echo "  kxtile $(run_wrk -c 4 -s "$here/gateway_hits.lua" "$gateway")   $(rss "$gateway_pid")"
+start_gateway "$folder/gcj02.toml"
+rate=$(fetch_level "$gateway" /dev/null)
+printf '  kxtile  %9.0f tiles/s   %s\n' "$rate" "$(rss "$gateway_pid")"
+curl -s "$gateway/metrics" | sed -n 's/^kxtile_tiles_total{cache="\([a-z]*\)"} /  tiles from \1: /p'
 stop_gateway
+library=$(KXTILE_CACHE_DIR="$folder/cache" KXORIGIN="$origin" no_proxy=127.0.0.1 \
+    python3 - "$build/apps/kxtile/kxtile" "$folder" <<'PY'
+import subprocess, sys, time
+kxtile, folder = sys.argv[1:]
+begin = time.perf_counter()
+subprocess.run([kxtile, "export", f"{folder}/gcj02.toml", "--bounds=-180,-85.05,180,85.05",
+                "--levels", "5", "--jobs", "1", "-o", f"{folder}/library.mbtiles"],
+               check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+print(1024 / (time.perf_counter() - begin))
+PY
+)
+printf '  library %9.0f tiles/s\n' "$library"
+aim "at least three quarters of the library's own rate" "$rate" ">=" "$library * 0.75"
+exit $missed

@@ -2,7 +2,8 @@
 # SPDX-License-Identifier: MIT
 """Lets kxtile serve endure: random walks, requests that are given up, a service that fails a tenth
 of the time and another that hangs. At the end nothing may be stuck, memory must lie within the
-budgets, and every answer must have been right.
+budgets and have stopped growing, the good sources must have delivered all along, and every answer
+must have been right.
 
 Usage: gateway_soak.py KXTILE KXORIGIN [--seconds 600]
 Exit status 0 when all is well; what is wrong is told.
@@ -10,6 +11,7 @@ Exit status 0 when all is well; what is wrong is told.
 import argparse
 import collections
 import concurrent.futures
+import hashlib
 import http.client
 import http.server
 import json
@@ -27,6 +29,12 @@ OUTPUT_MIB, SOURCE_MIB = 32, 32
 OVERHEAD_MIB = 160
 TIMEOUT = 2.0  # seconds that the gateway gives a service
 WALKERS = 12
+# Tiles a second that each good source must have delivered, whatever else is asked.
+LEAST_RATE = 5
+# Of the last third's highest memory over the second third's: what allocators keep in pieces.
+GROWTH, GROWTH_MIB = 1.1, 8
+# Tiles whose first picture is remembered.
+REMEMBERED = 50000
 
 
 class Relay(http.server.ThreadingHTTPServer):
@@ -78,7 +86,9 @@ def definition(url, more=""):
 
 class Soak:
     def __init__(self, kxtile, kxorigin, seconds):
-        self.end = time.monotonic() + seconds
+        self.seconds = seconds
+        self.begin = time.monotonic()
+        self.end = self.begin + seconds
         self.folder = tempfile.TemporaryDirectory()
         root = pathlib.Path(self.folder.name)
         self.origin = subprocess.Popen([kxorigin, "--port", "0", "--log", "/dev/null"],
@@ -108,7 +118,8 @@ class Soak:
         self.lock = threading.Lock()
         self.faults = []
         self.slowest = 0.0
-        self.highest = 0
+        self.memories = []  # (seconds since the begin, MiB)
+        self.first = {}  # digest of each shifted tile's first picture
 
     def fault(self, text):
         with self.lock:
@@ -136,13 +147,23 @@ class Soak:
             self.counts[source, status] += 1
         allowed = {"good": {200}, "shifted": {200}, "failing": {200, 502},
                    "hanging": {502, 503, 504}}[source]
-        if status not in allowed | {503}:
+        if status not in allowed:
             self.fault(f"{source} {tile}: status {status}: {body[:200]}")
         elif status == 200 and body[:2] != b"\xff\xd8":
             self.fault(f"{source} {tile}: no JPEG")
         elif status == 200 and source in ("good", "failing") and own.random() < 0.05 and \
                 body != self.expected(source, level, column, row):
             self.fault(f"{source} {tile}: another picture than the service's")
+        elif status == 200 and source == "shifted" and not self.is_as_before(tile, body):
+            self.fault(f"{source} {tile}: another picture than before")
+
+    def is_as_before(self, tile, body):
+        """Made anew or kept, a tile is the same to the last byte."""
+        digest = hashlib.sha256(body).digest()
+        with self.lock:
+            if tile not in self.first and len(self.first) >= REMEMBERED:
+                return True
+            return self.first.setdefault(tile, digest) == digest
 
     def walk(self, seed):
         own = random.Random(seed)
@@ -181,7 +202,7 @@ class Soak:
         budget = OUTPUT_MIB + SOURCE_MIB + OVERHEAD_MIB
         while time.monotonic() < self.end:
             used = self.memory()
-            self.highest = max(self.highest, used)
+            self.memories.append((time.monotonic() - self.begin, used))
             if used > budget:
                 self.fault(f"{used} MiB of memory, more than {budget}")
                 return
@@ -193,7 +214,20 @@ class Soak:
                          *(pool.submit(self.walk, seed) for seed in range(WALKERS))]:
                 task.add_done_callback(
                     lambda done: done.exception() and self.fault(repr(done.exception())))
+        self.check_sums()
         self.check_rest()
+
+    def check_sums(self):
+        for source in ("good", "shifted"):
+            count, least = self.counts[source, 200], LEAST_RATE * self.seconds
+            if count < least:
+                self.fault(f"{source}: {count} tiles, fewer than {least:.0f}")
+        third = self.seconds / 3
+        second, last = (max((used for at, used in self.memories
+                             if from_third * third <= at < (from_third + 1) * third), default=0)
+                        for from_third in (1, 2))
+        if last > second * GROWTH + GROWTH_MIB:
+            self.fault(f"memory grows: {second} MiB in the second third, {last} in the last")
 
     def check_rest(self):
         """Nothing is left behind once everybody has gone."""
@@ -221,7 +255,8 @@ class Soak:
     def report(self):
         for (source, status), count in sorted(self.counts.items()):
             print(f"{source:8} {status} {count:8}")
-        print(f"slowest answer {self.slowest:.2f} s, most memory {self.highest} MiB")
+        highest = max((used for _, used in self.memories), default=0)
+        print(f"slowest answer {self.slowest:.2f} s, most memory {highest} MiB")
         for fault in self.faults[:20]:
             print("WRONG:", fault)
         if len(self.faults) > 20:

@@ -287,6 +287,7 @@ class Tiles(ServeTestCase):
         self.assertEqual(gateway.get("/plane/raw/5/-3/2").body,
                          self.origin_bytes("/baidu/marble.jpg?x=M3&y=2&z=5"))
         self.assertEqual(picture_size(gateway.get("/past/raw/5/26/12").body)[1:], (256, 256))
+        self.assertEqual(gateway.get("/south/raw/5/26/12@2x.jpg").status, 400)
 
     def test_of_history_imagery_are_those_of_a_date(self):
         gateway = self.serve(self.definition("past"))
@@ -442,6 +443,9 @@ class Manners(ServeTestCase):
             self.assertEqual((reply.status, reply.body), (304, b""), known)
             self.assertEqual(reply.headers["ETag"], tag)
             self.assertEqual(reply.headers["Cache-Control"], "public, max-age=77")
+            # That of the whole answer, or none: a cache would take another for the tile's.
+            self.assertIn(reply.headers["Content-Length"],
+                          (None, first.headers["Content-Length"]))
         other = self.gateway.get("/plain/3/4/2.png", headers={"If-None-Match": '"other"'})
         self.assertEqual((other.status, other.body), (200, first.body))
 
@@ -490,6 +494,7 @@ class Failures(ServeTestCase):
             self.assertEqual(reply.headers["Cache-Control"], "no-store")
         self.assertEqual(gateway.metric("kxtile_upstream_results_total",
                                         source="failing", result="failed"), 1)
+        self.assertEqual(gateway.metric("kxtile_tiles_total", cache="upstream"), 0)
 
     def test_by_lateness_are_gateway_timeouts(self):
         gateway = self.serve("--timeout", "0.4", self.definition("slow"))
@@ -540,6 +545,12 @@ class MissingTiles(ServeTestCase):
             self.assertEqual((reply.status, picture_size(reply.body)),
                              (200, (extension, side, side)))
         self.assertEqual(picture_size(gateway.get("/other/3/4/2@2x").body), ("png", 512, 512))
+
+    def test_of_the_services_own_are_never_blank(self):
+        source = self.definition("empty")
+        for rule, status in (("404", 404), ("204", 204), ("blank", 404)):
+            gateway = self.serve(source, "--missing", rule)
+            self.assertEqual(gateway.get("/empty/raw/3/4/2.png").status, status, rule)
 
     def test_have_no_other_rules(self):
         self.kxtile("serve", self.definition("empty"), "--missing", "maybe", status=2)
@@ -605,6 +616,23 @@ class Documents(ServeTestCase):
         self.assertEqual(answer["attribution"], "NASA")
         self.assertEqual(self.gateway.get("/map.json").json()["bounds"], [5, 45, 10, 50])
 
+    def test_of_a_day_lead_to_that_days_tiles(self):
+        tiles = f"{self.base}/past/{{z}}/{{x}}/{{y}}"
+        listed = self.gateway.get("/past.json?date=2013-01-01").json()["tiles"][0]
+        self.assertTrue(listed.startswith(tiles), listed)
+        self.assertTrue(listed.endswith("?date=2013-01-01"), listed)
+        path = listed[len(self.base):].format(z=5, x=26, y=12)
+        self.assertEqual(self.gateway.get(path).body,
+                         self.gateway.get("/past/5/26/12?date=2013-01-01").body)
+        self.assertNotIn("date", self.gateway.get("/past.json").json()["tiles"][0])
+        gdal = self.gateway.get("/past.xml?date=2013-01-01").xml()
+        self.assertRegex(gdal.find("Service/ServerUrl").text,
+                         r"/past/\$\{z\}/\$\{x\}/\$\{y\}\.[a-z]+\?date=2013-01-01$")
+        for document in ("past.json", "past.xml"):
+            for bad in ("yesterday", "2013-02-30", "2013-01-01%22%3E"):
+                self.assertEqual(self.gateway.get(f"/{document}?date={bad}").status, 400, bad)
+        self.assertEqual(self.gateway.get("/plain.json?date=2013-01-01").status, 400)
+
     def test_describe_a_source_for_gdal(self):
         root = self.gateway.get("/plain.xml").xml()
         self.assertEqual(root.tag, "GDAL_WMS")
@@ -649,6 +677,36 @@ class Documents(ServeTestCase):
         self.assertEqual([limits[10].find(f"w:{name}", spaces).text
                           for name in ("MinTileCol", "MaxTileCol")], ["526", "540"])
 
+    def test_offer_both_encodings_of_a_wmts(self):
+        spaces = {"w": "http://www.opengis.net/wmts/1.0", "o": "http://www.opengis.net/ows/1.1"}
+        root = self.gateway.get("/wmts").xml()
+        for name, restful in (("GetCapabilities", "/wmts/1.0.0/WMTSCapabilities.xml"),
+                              ("GetTile", "/wmts/")):
+            gets = root.findall("o:OperationsMetadata/o:Operation[@name='%s']/o:DCP/o:HTTP/o:Get"
+                                % name, spaces)
+            self.assertEqual(
+                {get.find("o:Constraint/o:AllowedValues/o:Value", spaces).text:
+                 get.get("{http://www.w3.org/1999/xlink}href") for get in gets},
+                {"RESTful": self.base + restful, "KVP": self.base + "/wmts?"})
+
+    def test_refuse_wmts_requests_for_what_they_do_not_list(self):
+        right = {"REQUEST": "GetTile", "LAYER": "plain", "STYLE": "default",
+                 "TILEMATRIXSET": "GoogleMapsCompatible", "TILEMATRIX": "5", "TILEROW": "12",
+                 "TILECOL": "26", "FORMAT": "image/png"}
+
+        def ask(**changed):
+            return self.gateway.get("/wmts?SERVICE=WMTS&" +
+                                    urllib.parse.urlencode({**right, **changed}))
+        tile = self.gateway.get("/plain/5/26/12.png").body
+        self.assertEqual(ask().body, tile)
+        self.assertEqual(ask(STYLE="").body, tile)
+        for name, value in (("REQUEST", "GetFeatureInfo"), ("FORMAT", "image/gif"),
+                            ("STYLE", "night"), ("TILEMATRIXSET", "WGS84"), ("TILEMATRIX", "x"),
+                            ("TILECOL", "32"), ("TILEROW", "")):
+            self.assertEqual(ask(**{name: value}).status, 400, name)
+        for layer in ("elsewhere", "plain/default/GoogleMapsCompatible/5/12/26.png?", "%70lain"):
+            self.assertEqual(ask(LAYER=layer).status, 404, layer)
+
     def test_describe_a_tile_map_service_with_rows_from_the_south(self):
         service = self.gateway.get("/tms/1.0.0/").xml()
         href = service.find("TileMaps/TileMap").get("href")
@@ -669,6 +727,9 @@ class Documents(ServeTestCase):
     def test_name_the_host_that_they_were_asked_of(self):
         answer = self.gateway.get("/plain.json", headers={"Host": "my-laptop:8480"}).json()
         self.assertEqual(answer["tiles"], ["http://my-laptop:8480/plain/{z}/{x}/{y}.png"])
+        answer = self.gateway.raw(b"GET /plain.json HTTP/1.0\r\n\r\n")
+        self.assertEqual(json.loads(answer.split(b"\r\n\r\n")[1])["tiles"],
+                         [f"{self.base}/plain/{{z}}/{{x}}/{{y}}.png"])
         answer = self.gateway.get("/plain.json", headers={"Host": 'a"><script>'}).body
         self.assertNotIn(b"script", answer)
 
@@ -695,6 +756,12 @@ class Documents(ServeTestCase):
         self.assertEqual(metric("kxtile_upstream_results_total", source="shifted",
                                 result="tile"), 1)
         self.assertEqual(metric("kxtile_sources_broken"), 1)
+        for _ in range(3):  # from the service, then from disk
+            self.assertEqual(self.gateway.get("/plain/raw/6/53/24").status, 200)
+        self.assertEqual(metric("kxtile_upstream_results_total", source="plain",
+                                result="tile"), 1)
+        self.assertEqual(metric("kxtile_tiles_total", cache="upstream"), 2)
+        self.assertEqual(metric("kxtile_tiles_total", cache="disk"), 2)
         self.assertGreater(metric("kxtile_output_cache_bytes"), 1000)
         self.assertEqual(metric("kxtile_requests_in_flight"), 1)  # the one that asks
         types = self.gateway.get("/metrics").headers["Content-Type"]
@@ -741,6 +808,23 @@ class Work(ServeTestCase):
             self.assertEqual(gateway.get("/plain/3/1/1.png").status, 200)
             service.open.set()
             self.assertEqual({reply.result(DEADLINE).status for reply in hanging}, {200})
+
+    def test_of_a_service_that_hangs_leaves_places_in_the_queue_to_others(self):
+        service = self.held()
+        gateway = self.serve(self.held_definition(service), self.definition("plain"),
+                             "--workers", "1", "--queue", "4")
+        asking = []
+        for x in range(5):
+            asking.append(gateway.connect())
+            asking[-1].request("GET", f"/held/4/{x}/0.png")
+            wait_until(lambda: len(service.asked) == 1, "the first is worked on")
+        wait_until(lambda: gateway.metric("kxtile_work_waiting") == 4, "the queue is full")
+        self.assertEqual(gateway.get("/plain/3/1/1.png").status, 200)
+        for connection in asking:
+            connection.close()
+        wait_until(lambda: gateway.metric("kxtile_work_waiting") == 0, "the queue is empty")
+        self.assertEqual(len(service.asked), 1)
+        service.open.set()
 
     def test_that_everybody_gave_up_is_not_done(self):
         service = self.held()
@@ -873,6 +957,16 @@ class Connections(ServeTestCase):
         for connection in slow:
             connection.close()
 
+    def test_of_ambiguous_requests_are_answered_and_cut(self):
+        gateway = self.serve(self.definition("plain"))
+        behind = b"GET /health HTTP/1.1\r\nHost: x\r\n\r\n"
+        for head in (b"Host: x\r\nHost: y\r\n", b"Host: x\r\nhost: x\r\n",
+                     b"Host: x\r\nContent-Length: %d\r\nTransfer-Encoding: chunked\r\n"
+                     % len(behind)):
+            answer = gateway.raw(b"GET /health HTTP/1.1\r\n" + head + b"\r\n" + behind)
+            self.assertTrue(answer.startswith(b"HTTP/1.1 400"), answer)
+            self.assertEqual(answer.count(b"HTTP/1.1 "), 1, answer)
+
     def test_with_nonsense_are_answered_or_cut(self):
         gateway = self.serve(self.definition("plain"))
         for nonsense in (b"\x16\x03\x01\x02\x00\x01\x00\x01\xfc\x03\x03", b"GET\r\n\r\n",
@@ -912,6 +1006,9 @@ class Hosts(ServeTestCase):
         except AssertionError:
             self.skipTest("this machine has no IPv6 loopback")
         self.assertEqual(gateway.get("/health").status, 200)
+        answer = gateway.raw(b"GET /plain.json HTTP/1.0\r\n\r\n")
+        self.assertEqual(json.loads(answer.split(b"\r\n\r\n")[1])["tiles"],
+                         [f"http://[::1]:{gateway.address.port}/plain/{{z}}/{{x}}/{{y}}.png"])
 
 
 class End(ServeTestCase):
@@ -925,6 +1022,69 @@ class End(ServeTestCase):
             self.assertEqual(status, 0)
             self.assertLess(seconds, 5)
             kept.close()
+
+    def test_cuts_no_request_of_who_goes_on_asking(self):
+        gateway = self.serve(self.definition("plain"))
+        tile = gateway.get("/plain/3/4/2.png").body
+        answered = [0] * 16
+
+        def ask(index):
+            """Asks on one connection until it is told that this was the last answer."""
+            connection = gateway.connect()
+            while True:
+                connection.request("GET", "/plain/3/4/2.png")
+                response = connection.getresponse()
+                self.assertEqual((response.status, response.read()), (200, tile))
+                answered[index] += 1
+                if response.will_close:
+                    return connection.close()
+
+        with concurrent.futures.ThreadPoolExecutor(16) as pool:
+            asking = [pool.submit(ask, index) for index in range(16)]
+            wait_until(lambda: min(answered) >= 20, "everybody asks")
+            status, seconds = gateway.stop()
+            self.assertEqual(status, 0)
+            self.assertLess(seconds, 5)
+            for one in asking:
+                one.result(DEADLINE)
+
+    def hang(self, name):
+        """A definition that whoever reads it waits for."""
+        path = self.folder / "sources" / f"{name}.toml"
+        path.parent.mkdir(exist_ok=True)
+        fresh = path.with_suffix(".new")
+        os.mkfifo(fresh)
+        fresh.rename(path)
+        return path
+
+    def hold(self, path):
+        """Waits until the pipe is read, and keeps its reader waiting."""
+        def opened():
+            try:
+                held.append(os.open(path, os.O_WRONLY | os.O_NONBLOCK))
+            except OSError:
+                pass  # nobody reads
+            return held
+        held = []
+        wait_until(opened, "the definition is read")
+        self.addCleanup(os.close, held[0])
+
+    def test_comes_while_the_sources_are_loaded(self):
+        path = self.hang("endless")
+        process = subprocess.Popen([KXTILE, "serve", str(path), "--port", "0"],
+                                   env=self.environment, stdout=subprocess.DEVNULL)
+        self.hold(path)
+        begin = time.monotonic()
+        process.send_signal(signal.SIGTERM)
+        self.assertEqual(process.wait(DEADLINE), 0)
+        self.assertLess(time.monotonic() - begin, 5)
+
+    def test_comes_while_a_changed_source_is_loaded(self):
+        gateway = self.serve(self.definition("plain"), "--watch")
+        self.hold(self.hang("plain"))
+        status, seconds = gateway.stop()
+        self.assertEqual(status, 0)
+        self.assertLess(seconds, 5)
 
     def test_lets_what_is_under_way_finish(self):
         service = self.held()

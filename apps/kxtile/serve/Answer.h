@@ -73,8 +73,7 @@ struct Answer
     std::string m_cacheState;   ///< X-Cache of a tile: memory, disk, output or upstream
     double m_milliseconds = -1; ///< that a tile took to be made; negative: not told
     std::vector<std::pair<std::string, std::string>> m_headers;
-    PreparedSlot m_full;        ///< for the server
-    PreparedSlot m_notModified; ///< for the server
+    PreparedSlot m_prepared; ///< for the server
 };
 
 using AnswerPtr = std::shared_ptr<const Answer>;

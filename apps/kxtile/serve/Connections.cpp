@@ -4,6 +4,7 @@
 #include <poll.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <iterator>
 #include <vector>
 
@@ -77,6 +78,20 @@ void Connections::CutLate(Clock::time_point now)
             break;
         ::shutdown(entry.m_socket, SHUT_RDWR);
     }
+}
+
+bool Connections::HasUnread() const
+{
+    const std::lock_guard guard(m_lock);
+    std::vector<pollfd> sockets;
+    for (const Entry& entry : m_idle)
+        sockets.push_back({entry.m_socket, POLLIN | POLLRDHUP, 0});
+    if (::poll(sockets.data(), sockets.size(), 0) <= 0)
+        return false;
+    return std::any_of(sockets.begin(), sockets.end(), [](const pollfd& socket) {
+        return (socket.revents & POLLIN) != 0 &&
+               (socket.revents & (POLLRDHUP | POLLHUP | POLLERR)) == 0;
+    });
 }
 
 std::size_t Connections::Count() const

@@ -18,9 +18,10 @@ public:
 
     struct Limits
     {
-        std::size_t m_count = 4096;         ///< beyond it the one idle for longest is cut
-        std::chrono::seconds m_idle{60};    ///< between requests, and until one is whole
-        std::chrono::seconds m_request{90}; ///< from a whole request to the end of its answer
+        std::size_t m_count = 4096;      ///< beyond it the one idle for longest is cut
+        std::chrono::seconds m_idle{60}; ///< between requests, and until one is whole
+        /// From a whole request to the end of its answer: more than work may take.
+        std::chrono::seconds m_request{90};
     };
 
     class Entry
@@ -45,6 +46,9 @@ public:
     /// Cuts what takes longer than the limits allow, and idle ones that the other end has left.
     /// To be called now and then.
     void CutLate(Clock::time_point now);
+
+    /// Whether a request, or part of one, has come that nobody has read yet.
+    bool HasUnread() const;
 
     std::size_t Count() const;
     std::size_t Busy() const;

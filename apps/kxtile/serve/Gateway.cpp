@@ -2,20 +2,29 @@
 #include "serve/Gateway.h"
 
 #include "Command.h"
+#include "KxNetGetch.h"
 #include "KxWMTileDataCache.h"
 #include "serve/DefaultSources.h"
 #include "serve/OriginChild.h"
 #include "serve/Watcher.h"
 
 #include <fmt/format.h>
+#include <poll.h>
+#include <sys/eventfd.h>
 #include <sys/resource.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <future>
 #include <optional>
+#include <thread>
 
 namespace KxTileHost::Serve {
 
@@ -27,6 +36,9 @@ using Clock = std::chrono::steady_clock;
 /// For what is under way when the end is asked for; and for the answers after that.
 constexpr auto kTimeToFinish = 4s;
 constexpr auto kTimeToAnswer = 500ms;
+constexpr auto kTimeToTell = 500ms;
+/// For an answer on a slow line.
+constexpr auto kTimeToSend = 60s;
 
 /// Blocks the signals that end the gateway before any thread starts, so that every thread does.
 sigset_t BlockEndSignals()
@@ -106,6 +118,61 @@ Metrics::Levels LevelsOf(const HttpServer& server, const WorkPool& pool, const S
     std::_Exit(kExitDone);
 }
 
+/// Sources may lie where reading them takes for ever. As long as nothing is served yet, the signals
+/// that end the gateway end it at once.
+class EndWhileLoading
+{
+public:
+    EndWhileLoading(const sigset_t& signals, const std::optional<OriginChild>& origin)
+        : m_signals(::signalfd(-1, &signals, SFD_CLOEXEC)), m_done(::eventfd(0, EFD_CLOEXEC)),
+          m_thread([this, &origin] { Wait(origin); })
+    {
+    }
+
+    ~EndWhileLoading()
+    {
+        const std::uint64_t one = 1;
+        static_cast<void>(!::write(m_done, &one, sizeof(one)));
+        m_thread.join();
+        ::close(m_done);
+        ::close(m_signals);
+    }
+
+    EndWhileLoading(const EndWhileLoading&) = delete;
+    EndWhileLoading& operator=(const EndWhileLoading&) = delete;
+
+private:
+    void Wait(const std::optional<OriginChild>& origin) const
+    {
+        std::array<pollfd, 2> events{{{m_done, POLLIN, 0}, {m_signals, POLLIN, 0}}};
+        ::poll(events.data(), events.size(), -1);
+        // A signal that came last stays pending, and is met when the gateway serves.
+        if (events[0].revents == 0 && events[1].revents != 0)
+            LeaveAtOnce(origin);
+    }
+
+    int m_signals;
+    int m_done;
+    std::thread m_thread;
+};
+
+/// Waits for the round that it is in, which may hang where a source lies: then the gateway ends
+/// without it.
+void StopWatching(std::optional<Watcher>& watcher,
+                  Clock::time_point deadline,
+                  const std::optional<OriginChild>& origin)
+{
+    std::promise<void> done;
+    const std::future<void> isOut = done.get_future();
+    std::thread stopping([&] {
+        watcher.reset();
+        done.set_value();
+    });
+    if (isOut.wait_until(deadline) != std::future_status::ready)
+        LeaveAtOnce(origin);
+    stopping.join();
+}
+
 void Serve(const GatewayOptions& options,
            const sigset_t& endSignals,
            SourceFinder& finder,
@@ -130,15 +197,24 @@ void Serve(const GatewayOptions& options,
     int received = 0;
     sigwait(&endSignals, &received);
     const auto end = Clock::now() + kTimeToFinish;
-    watcher.reset();
     server->StopListening();
     const bool isDone = pool.Stop(end);
     const bool isAnswered = server->WaitForRequests(end + kTimeToAnswer);
     if (!isDone || !isAnswered)
         LeaveAtOnce(origin);
+    StopWatching(watcher, end + kTimeToAnswer, origin);
 }
 
 } // namespace
+
+void GatewayOptions::WaitForServices(int timeoutMs)
+{
+    const std::chrono::milliseconds timeout(timeoutMs > 0 ? timeoutMs
+                                                          : KxC::KxNetGetch::kDefaultTimeoutMs);
+    m_work.m_wait = timeout + kTimeToTell;
+    m_http.m_connections.m_request =
+        std::chrono::ceil<std::chrono::seconds>(m_work.m_wait) + kTimeToSend;
+}
 
 void RunGateway(const GatewayOptions& options)
 {
@@ -151,7 +227,11 @@ void RunGateway(const GatewayOptions& options)
         for (const auto& source : MakeDefaultSources(origin->Address()))
             finder.Add(source);
     }
-    std::vector<SourcePtr> sources = finder.Load();
+    std::vector<SourcePtr> sources;
+    {
+        const EndWhileLoading endWhileLoading(endSignals, origin);
+        sources = finder.Load();
+    }
     CheckSources(sources, options.m_watch);
     SourceTable table;
     table.Set(std::move(sources));

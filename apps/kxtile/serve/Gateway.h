@@ -20,6 +20,11 @@ struct GatewayOptions
     HttpOptions m_http;
     Service::Options m_service;
     WorkPool::Limits m_work;
+
+    /// Sets how long a request may take: longer than a service may, so that its lateness is told
+    /// of by the request layer, which can say more of it, and less than its connection may.
+    /// @param timeoutMs  of a service, milliseconds; 0 for the library's own
+    void WaitForServices(int timeoutMs);
 };
 
 /// Serves until SIGTERM or SIGINT, then ends what is under way. To be called while the program has

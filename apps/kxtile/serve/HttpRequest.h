@@ -23,6 +23,11 @@ public:
     virtual const char* Header(const char* name) const = 0;
     /// The address of this machine that the request came to, without port; empty when not known.
     virtual std::string LocalAddress() const = 0;
+    /// The same as a Host header would have it, with brackets and port.
+    virtual std::string LocalHost() const = 0;
+    /// Whether somebody else may read another request in it: it names several hosts, or its length
+    /// in two ways.
+    virtual bool IsAmbiguous() const = 0;
 };
 
 /// What becomes of a request: an answer at once, or work.

@@ -10,10 +10,12 @@
 #include <microhttpd.h>
 #include <netinet/in.h>
 #include <poll.h>
+#include <strings.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -38,6 +40,7 @@ struct HttpServer::State
     std::mutex lock{};
     std::condition_variable changed{};
     std::size_t inFlight = 0;
+    std::size_t begun = 0; ///< requests, ever
     bool ends = false;
     std::atomic<bool> loops{true};
     std::atomic<bool> listens{true};
@@ -55,6 +58,8 @@ constexpr std::size_t kHeadBytes = std::size_t{24} << 10;
 /// Connections beyond the limit while the idle ones that make room for them are being closed.
 constexpr unsigned int kSlack = 256;
 constexpr unsigned int kBacklog = 1024;
+/// At the end: as long as no request comes, for a client that has just had an answer sends another.
+constexpr std::chrono::milliseconds kQuiet{100};
 
 int SocketOf(MHD_Connection* connection)
 {
@@ -103,6 +108,9 @@ public:
     {
         const std::lock_guard guard(m_state.lock);
         ++m_state.inFlight;
+        ++m_state.begun;
+        if (!m_state.listens) // whoever waits for the last request has another one
+            m_state.changed.notify_all();
     }
 
     ~Exchange() override
@@ -139,7 +147,10 @@ public:
         if (!m_isAnswered && !Begin(request))
             return MHD_YES; // suspended
         if (m_answer != nullptr)
-            m_status = SendAnswer(m_connection, *m_answer, m_state.options.m_serverName);
+            m_status = SendAnswer(m_connection,
+                                  *m_answer,
+                                  m_state.options.m_serverName,
+                                  m_state.listens ? Afterwards::KeepAlive : Afterwards::Close);
         return m_status != 0 ? MHD_YES : MHD_NO;
     }
 
@@ -157,10 +168,12 @@ private:
         m_isAnswered = false;
         MHD_suspend_connection(m_connection);
         try {
-            if (m_state.pool.Submit(
-                    outcome.m_key, outcome.m_lane, std::move(outcome.m_work), *this))
-                return false;
-            TakeAnswer(BusyAnswer("too many tiles are being made already", 1));
+            const auto admission = m_state.pool.Submit(
+                outcome.m_key, outcome.m_lane, std::move(outcome.m_work), *this);
+            if (admission == WorkPool::Admission::Full)
+                TakeAnswer(BusyAnswer("too many tiles are being made already", 1));
+            else if (admission == WorkPool::Admission::Ending)
+                TakeAnswer(BusyAnswer("the gateway ends", 1));
         } catch (const std::exception&) {
             TakeAnswer(nullptr);
         }
@@ -205,14 +218,43 @@ public:
     std::string LocalAddress() const override
     {
         sockaddr_storage address{};
-        socklen_t size = sizeof(address);
-        const int socket = SocketOf(m_connection);
-        if (::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &size) != 0)
+        return GetLocal(address) ? TextOf(address) : "";
+    }
+
+    std::string LocalHost() const override
+    {
+        sockaddr_storage address{};
+        if (!GetLocal(address))
             return "";
-        return TextOf(address);
+        const bool isSix = address.ss_family == AF_INET6;
+        // The port lies at the same place in both kinds of addresses.
+        const int port = ntohs(reinterpret_cast<const sockaddr_in&>(address).sin_port);
+        const std::string text = TextOf(address);
+        return isSix ? fmt::format("[{}]:{}", text, port) : fmt::format("{}:{}", text, port);
+    }
+
+    bool IsAmbiguous() const override
+    {
+        int hosts = 0;
+        MHD_get_connection_values(m_connection, MHD_HEADER_KIND, CountHost, &hosts);
+        return hosts > 1 ||
+               (Header("Content-Length") != nullptr && Header("Transfer-Encoding") != nullptr);
     }
 
 private:
+    static MHD_Result CountHost(void* count, MHD_ValueKind, const char* name, const char*)
+    {
+        *static_cast<int*>(count) += ::strcasecmp(name, "Host") == 0 ? 1 : 0;
+        return MHD_YES;
+    }
+
+    bool GetLocal(sockaddr_storage& address) const
+    {
+        socklen_t size = sizeof(address);
+        return ::getsockname(
+                   SocketOf(m_connection), reinterpret_cast<sockaddr*>(&address), &size) == 0;
+    }
+
     MHD_Connection* m_connection;
 };
 
@@ -278,8 +320,8 @@ try {
         *context = new Exchange(state, connection);
         if (const Connections::Handle* const handle = HandleOf(connection))
             state.connections.Begin(*handle, Clock::now());
-        // An answer in the first call would cost the connection.
-        if (MayHaveNoBody(method))
+        // An answer in the first call costs the connection, which ambiguous requests deserve.
+        if (MayHaveNoBody(method) && !MhdRequest(connection, method, path).IsAmbiguous())
             return MHD_YES;
     } else if (*uploadSize != 0) {
         *uploadSize = 0;
@@ -444,8 +486,22 @@ void HttpServer::StopListening()
 
 bool HttpServer::WaitForRequests(std::chrono::steady_clock::time_point deadline)
 {
-    std::unique_lock guard(m_state->lock);
-    return m_state->changed.wait_until(guard, deadline, [&] { return m_state->inFlight == 0; });
+    State& state = *m_state;
+    std::unique_lock guard(state.lock);
+    while (state.changed.wait_until(guard, deadline, [&] { return state.inFlight == 0; })) {
+        const std::size_t begun = state.begun;
+        const auto quiet = std::min(deadline, Clock::now() + kQuiet);
+        const auto hasMore = [&] { return state.begun != begun; };
+        if (state.connections.Count() == 0)
+            return true;
+        if (state.changed.wait_until(guard, quiet, hasMore))
+            continue;
+        if (!state.connections.HasUnread())
+            return true;
+        if (Clock::now() >= deadline)
+            return false;
+    }
+    return false;
 }
 
 } // namespace KxTileHost::Serve

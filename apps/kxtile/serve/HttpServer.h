@@ -38,9 +38,9 @@ public:
     std::size_t ConnectionCount() const;
     std::size_t InFlight() const;
 
-    /// No new connection from now on.
+    /// No new connection from now on, and each that there is has one more answer.
     void StopListening();
-    /// Waits until no request is under way.
+    /// Waits until no request is under way, and none has come for a moment.
     /// @return false when some were at the deadline
     bool WaitForRequests(std::chrono::steady_clock::time_point deadline);
 

@@ -110,9 +110,9 @@ std::string WriteSourcesJson(const SourceList& sources, const std::string& versi
     return ToText({{"sources", list}, {"version", version}});
 }
 
-std::string WriteTileJsonOf(const Source& source, const std::string& base)
+std::string WriteTileJsonOf(const Source& source, const std::string& base, DayNumber day)
 {
-    const auto item = AsServedItem(source, base, ExtensionOf(source.m_format));
+    const auto item = AsServedItem(source, base, ExtensionOf(source.m_format), day);
     Json json = Json::parse(WriteTileJson(*item).m_text);
     json["tilejson"] = "3.0.0";
     json["minzoom"] = source.m_minLevel;

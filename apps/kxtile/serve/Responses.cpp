@@ -38,26 +38,21 @@ void AddHeader(MHD_Response& response, const char* name, const std::string& valu
         MHD_add_response_header(&response, name, value.c_str());
 }
 
-/// What both a whole answer and "not modified" say.
-void AddCommonHeaders(MHD_Response& response, const Answer& answer, const std::string& serverName)
+std::shared_ptr<MHD_Response> Make(const Answer& answer, const std::string& serverName)
 {
-    AddHeader(response, "Server", serverName);
-    AddHeader(response, "ETag", answer.m_etag);
-    AddHeader(response, "Cache-Control", answer.m_cacheControl);
-    AddHeader(response, "X-Cache", answer.m_cacheState);
-    if (answer.m_milliseconds >= 0)
-        AddHeader(response, "Server-Timing", fmt::format("tile;dur={:.1f}", answer.m_milliseconds));
-    AddHeader(response, "Access-Control-Allow-Origin", "*");
-    AddHeader(response, "Access-Control-Expose-Headers", kExposed);
-    AddHeader(response, "Timing-Allow-Origin", "*");
-}
-
-std::shared_ptr<void> MakeFull(const Answer& answer, const std::string& serverName)
-{
-    const std::shared_ptr<MHD_Response> response = OfBody(answer.m_body);
+    std::shared_ptr<MHD_Response> response = OfBody(answer.m_body);
     if (response == nullptr)
         return nullptr;
-    AddCommonHeaders(*response, answer, serverName);
+    AddHeader(*response, "Server", serverName);
+    AddHeader(*response, "ETag", answer.m_etag);
+    AddHeader(*response, "Cache-Control", answer.m_cacheControl);
+    AddHeader(*response, "X-Cache", answer.m_cacheState);
+    if (answer.m_milliseconds >= 0)
+        AddHeader(
+            *response, "Server-Timing", fmt::format("tile;dur={:.1f}", answer.m_milliseconds));
+    AddHeader(*response, "Access-Control-Allow-Origin", "*");
+    AddHeader(*response, "Access-Control-Expose-Headers", kExposed);
+    AddHeader(*response, "Timing-Allow-Origin", "*");
     AddHeader(*response, "Content-Type", answer.m_contentType);
     AddHeader(*response, "X-Content-Type-Options", "nosniff");
     for (const auto& [name, value] : answer.m_headers)
@@ -65,11 +60,12 @@ std::shared_ptr<void> MakeFull(const Answer& answer, const std::string& serverNa
     return response;
 }
 
-std::shared_ptr<void> MakeNotModified(const Answer& answer, const std::string& serverName)
+/// Only the last answers of a connection say so: these are not worth keeping.
+std::shared_ptr<void> MakeLast(const Answer& answer, const std::string& serverName)
 {
-    const std::shared_ptr<MHD_Response> response = OfBody({});
+    const std::shared_ptr<MHD_Response> response = Make(answer, serverName);
     if (response != nullptr)
-        AddCommonHeaders(*response, answer, serverName);
+        AddHeader(*response, "Connection", "close");
     return response;
 }
 
@@ -84,15 +80,19 @@ bool IsNotModified(MHD_Connection* connection, const Answer& answer)
 
 } // namespace
 
-int SendAnswer(MHD_Connection* connection, const Answer& answer, const std::string& serverName)
+int SendAnswer(MHD_Connection* connection,
+               const Answer& answer,
+               const std::string& serverName,
+               Afterwards afterwards)
 {
-    const bool notModified = IsNotModified(connection, answer);
-    const std::shared_ptr<void>& response =
-        notModified ? answer.m_notModified.Get([&] { return MakeNotModified(answer, serverName); })
-                    : answer.m_full.Get([&] { return MakeFull(answer, serverName); });
+    const std::shared_ptr<void> response =
+        afterwards == Afterwards::Close
+            ? MakeLast(answer, serverName)
+            : answer.m_prepared.Get([&] { return Make(answer, serverName); });
     if (response == nullptr)
         return 0;
-    const int status = notModified ? MHD_HTTP_NOT_MODIFIED : answer.m_status;
+    // "Not modified" says what the whole answer would, its length too; the bytes are left out.
+    const int status = IsNotModified(connection, answer) ? MHD_HTTP_NOT_MODIFIED : answer.m_status;
     const MHD_Result queued = MHD_queue_response(
         connection, static_cast<unsigned int>(status), static_cast<MHD_Response*>(response.get()));
     return queued == MHD_YES ? status : 0;

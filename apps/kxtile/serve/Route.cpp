@@ -14,6 +14,8 @@ namespace {
 
 constexpr std::size_t kMostParts = 9;
 constexpr std::string_view kDoubleSize = "@2x";
+constexpr std::string_view kStyle = "default";
+constexpr std::string_view kMatrixSet = "GoogleMapsCompatible";
 constexpr std::string_view kTmsSuffix = "tilemapresource.xml";
 
 using Parts = std::vector<std::string>;
@@ -129,17 +131,23 @@ Route NamedRoute(Route::Kind kind, const std::string& source)
     return route;
 }
 
+Route OtherStyleOrSet(const std::string& style, const std::string& matrixSet)
+{
+    return Malformed(fmt::format("there is the style {} and the tile matrix set {}, not '{}' and "
+                                 "'{}'",
+                                 kStyle,
+                                 kMatrixSet,
+                                 style,
+                                 matrixSet));
+}
+
 /// {id}/{style}/{matrix set}/{z}/{row}/{column}.{extension}: the row stands before the column.
 Route ParseWmts(const Parts& parts)
 {
     if (parts.size() != 7)
         return {};
-    if (parts[2] != "default" || parts[3] != "GoogleMapsCompatible")
-        return Malformed(
-            fmt::format("there is the style default and the tile matrix set GoogleMapsCompatible, "
-                        "not '{}' and '{}'",
-                        parts[2],
-                        parts[3]));
+    if (parts[2] != kStyle || parts[3] != kMatrixSet)
+        return OtherStyleOrSet(parts[2], parts[3]);
     Route route;
     route.m_kind = Route::kTile;
     route.m_source = parts[1];
@@ -206,6 +214,31 @@ Route ParseParts(const Parts& parts)
 }
 
 } // namespace
+
+/// Style, matrix set and format may be left out, for there is one to take.
+Route WmtsTileRoute(const WmtsParameters& parameters)
+{
+    const auto isOther = [](const std::string& given, std::string_view only) {
+        return !given.empty() && given != only;
+    };
+    if (isOther(parameters.m_style, kStyle) || isOther(parameters.m_matrixSet, kMatrixSet))
+        return OtherStyleOrSet(parameters.m_style, parameters.m_matrixSet);
+    Route route;
+    route.m_kind = Route::kTile;
+    route.m_source = parameters.m_layer;
+    route.m_tile.m_format = TileFormat::Png;
+    bool isKnown = parameters.m_format.empty();
+    for (const TileFormat format : {TileFormat::Png, TileFormat::Jpeg, TileFormat::WebP})
+        if (parameters.m_format == MimeOf(format)) {
+            route.m_tile.m_format = format;
+            isKnown = true;
+        }
+    if (!isKnown)
+        return Malformed(fmt::format("FORMAT is image/png, image/jpeg or image/webp, not '{}'",
+                                     parameters.m_format));
+    ReadNumbers(route, parameters.m_matrix, parameters.m_column, parameters.m_row);
+    return route;
+}
 
 bool ReadExtension(std::string_view& name, TileFormat& format)
 {

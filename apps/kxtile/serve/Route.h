@@ -42,6 +42,19 @@ struct Route
 /// @param path  as it came, percent sequences and all, without the query
 Route ParsePath(std::string_view path);
 
+/// What a WMTS client asks for in key-value form. What is empty is not there.
+struct WmtsParameters
+{
+    std::string m_layer;
+    std::string m_style;
+    std::string m_matrixSet;
+    std::string m_matrix;
+    std::string m_row;
+    std::string m_column;
+    std::string m_format; ///< a media type
+};
+Route WmtsTileRoute(const WmtsParameters& parameters);
+
 /// Reads "name.extension" or a bare name.
 /// @return false for another extension than png, jpg, jpeg and webp
 bool ReadExtension(std::string_view& name, TileFormat& format);

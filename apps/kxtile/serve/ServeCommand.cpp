@@ -31,8 +31,6 @@ constexpr int kDefaultPort = 8480;
 constexpr double kMegabyte = 1024.0 * 1024.0;
 /// Waiting for services takes no processor: there are more threads than those.
 constexpr int kThreadsAtLeast = 8;
-/// A service that is too slow is told of by the request layer first, which can say more of it.
-constexpr std::chrono::milliseconds kTimeToTell{500};
 
 struct ServeArguments
 {
@@ -96,8 +94,7 @@ Serve::GatewayOptions ToOptions(const GlobalOptions& global, const ServeArgument
     options.m_service.m_tiles.m_timeoutMs = global.TimeoutMs();
     options.m_work.m_threads = arguments.m_workers;
     options.m_work.m_queue = static_cast<std::size_t>(arguments.m_queue);
-    if (global.TimeoutMs() > 0)
-        options.m_work.m_wait = std::chrono::milliseconds(global.TimeoutMs()) + kTimeToTell;
+    options.WaitForServices(global.TimeoutMs());
     return options;
 }
 

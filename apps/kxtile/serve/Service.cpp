@@ -95,6 +95,11 @@ Service::Service(const Options& options, const SourceTable& sources)
 
 Outcome Service::Handle(const HttpRequest& request)
 {
+    if (request.IsAmbiguous())
+        return AtOnce(TextAnswer(Status::kBadRequest,
+                                 "the request has two hosts, or two lengths: it may be read in "
+                                 "more ways than one"),
+                      "other");
     if (!m_hosts.Allows(request.Header("Host"), request.LocalAddress()))
         return AtOnce(TextAnswer(Status::kMisdirected,
                                  "this gateway is not asked for by that name; its owner can add "
@@ -143,15 +148,8 @@ Outcome Service::Tile(const HttpRequest& request, const Route& route)
     TileRequest tile;
     if (AnswerPtr refusal = CheckTile(*source, route, tile))
         return AtOnce(std::move(refusal), label);
-    const std::string date = request.Query("date");
-    const auto day = ReadDay(date);
-    if (!day)
-        return AtOnce(
-            TextAnswer(Status::kBadRequest, fmt::format("'{}' is no day; write YYYY-MM-DD", date)),
-            label);
-    if (*day != 0 && source->m_kind != Source::Kind::History)
-        return AtOnce(TextAnswer(Status::kBadRequest, "only history imagery has dates"), label);
-    tile.m_day = *day;
+    if (AnswerPtr refusal = CheckDay(*source, request.Query("date"), tile.m_day))
+        return AtOnce(std::move(refusal), label);
     if (route.m_kind == Route::kTile)
         return m_tiles.Tile(source, tile);
     if (source->m_kind == Source::Kind::Raster)
@@ -185,28 +183,32 @@ Outcome Service::Dates(const HttpRequest& request, const Route& route)
     return outcome;
 }
 
-/// GetTile in key-value form; whatever else is asked gets the capabilities.
+/// Key-value form. Without a request it is the address that people paste: it gets the capabilities.
 Outcome Service::WmtsQuery(const HttpRequest& request)
 {
     const auto value = [&](const char* upper, const char* lower) {
         const std::string text = request.Query(upper);
         return text.empty() ? request.Query(lower) : text;
     };
-    if (value("REQUEST", "request") != "GetTile")
+    const std::string operation = value("REQUEST", "request");
+    if (operation.empty() || operation == "GetCapabilities")
         return AtOnce(
             ListAnswer("application/xml", WriteWmtsCapabilities(*m_sources.Get(), BaseOf(request))),
             "document");
-    const std::string format = value("FORMAT", "format");
-    const std::string extension = format == "image/jpeg"   ? "jpg"
-                                  : format == "image/webp" ? "webp"
-                                                           : "png";
-    return Dispatch(request,
-                    ParsePath(fmt::format("/wmts/{}/default/GoogleMapsCompatible/{}/{}/{}.{}",
-                                          value("LAYER", "layer"),
-                                          value("TILEMATRIX", "tilematrix"),
-                                          value("TILEROW", "tilerow"),
-                                          value("TILECOL", "tilecol"),
-                                          extension)));
+    if (operation != "GetTile")
+        return AtOnce(
+            TextAnswer(Status::kBadRequest,
+                       fmt::format("REQUEST is GetCapabilities or GetTile, not '{}'", operation)),
+            "document");
+    WmtsParameters tile;
+    tile.m_layer = value("LAYER", "layer");
+    tile.m_style = value("STYLE", "style");
+    tile.m_matrixSet = value("TILEMATRIXSET", "tilematrixset");
+    tile.m_matrix = value("TILEMATRIX", "tilematrix");
+    tile.m_row = value("TILEROW", "tilerow");
+    tile.m_column = value("TILECOL", "tilecol");
+    tile.m_format = value("FORMAT", "format");
+    return Dispatch(request, WmtsTileRoute(tile));
 }
 
 AnswerPtr Service::Document(const HttpRequest& request, const Route& route)
@@ -233,11 +235,14 @@ AnswerPtr Service::Document(const HttpRequest& request, const Route& route)
         return NoSuchSource(route.m_source);
     if (AnswerPtr refusal = RefuseUnusable(*source))
         return refusal;
-    if (route.m_kind == Route::kTileJson)
-        return ListAnswer("application/json", WriteTileJsonOf(*source, BaseOf(request)));
     if (route.m_kind == Route::kTmsMap)
         return ListAnswer("application/xml", WriteTmsMap(*source, BaseOf(request)));
-    return ListAnswer("application/xml", WriteGdalXmlOf(*source, BaseOf(request)));
+    DayNumber day = 0;
+    if (AnswerPtr refusal = CheckDay(*source, request.Query("date"), day))
+        return refusal;
+    if (route.m_kind == Route::kTileJson)
+        return ListAnswer("application/json", WriteTileJsonOf(*source, BaseOf(request), day));
+    return ListAnswer("application/xml", WriteGdalXmlOf(*source, BaseOf(request), day));
 }
 
 AnswerPtr Service::Locate(const HttpRequest& request) const
@@ -285,7 +290,7 @@ std::string Service::BaseOf(const HttpRequest& request) const
     if (!m_options.m_publicUrl.empty())
         return m_options.m_publicUrl;
     const char* const host = request.Header("Host");
-    return "http://" + (host != nullptr && IsPlainHost(host) ? host : request.LocalAddress());
+    return "http://" + (host != nullptr && IsPlainHost(host) ? host : request.LocalHost());
 }
 
 void Service::NoteDone(const char* label, int status, const Answer*, double seconds) noexcept

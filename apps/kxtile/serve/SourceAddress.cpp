@@ -15,6 +15,13 @@ namespace {
 /// Tiles that a window shows across.
 constexpr double kTilesAcross = 4.0;
 
+std::string QueryOfDay(DayNumber day)
+{
+    if (day == 0)
+        return "";
+    return fmt::format("?date={:04}-{:02}-{:02}", day / 10000, day / 100 % 100, day % 100);
+}
+
 } // namespace
 
 std::string ListedExtension(const Source& source)
@@ -28,21 +35,20 @@ TileFormat FixedFormat(const Source& source)
     return source.m_format == TileFormat::Natural ? TileFormat::Png : source.m_format;
 }
 
-std::unique_ptr<KxC::KxTSDParamItem>
-AsServedItem(const Source& source, const std::string& base, const std::string& extension)
+std::unique_ptr<KxC::KxTSDParamItem> AsServedItem(const Source& source,
+                                                  const std::string& base,
+                                                  const std::string& extension,
+                                                  DayNumber day)
 {
     auto item = std::make_unique<KxC::KxTSDParamItem>();
-    const std::string address = fmt::format("{}/{}/{{$z}}/{{$x}}/{{$y}}", base, source.m_id);
-    item->LoadFromParam((extension.empty() ? address : address + "." + extension).c_str(),
-                        "",
-                        kSchemeWebMercator,
-                        0,
-                        0,
-                        0,
-                        kTileSize,
-                        "",
-                        0,
-                        KxC::KxTime());
+    const std::string address = fmt::format("{}/{}/{{$z}}/{{$x}}/{{$y}}{}{}{}",
+                                            base,
+                                            source.m_id,
+                                            extension.empty() ? "" : ".",
+                                            extension,
+                                            QueryOfDay(day));
+    item->LoadFromParam(
+        address.c_str(), "", kSchemeWebMercator, 0, 0, 0, kTileSize, "", 0, KxC::KxTime());
     item->m_strImageFormat = extension.c_str();
     item->m_strAttr1 = source.m_name.c_str();
     item->m_strAttr2 = source.m_attribution.c_str();

@@ -17,8 +17,11 @@ std::string ListedExtension(const Source& source);
 TileFormat FixedFormat(const Source& source);
 
 /// The gateway's own tiles as a source, so that it can be written in the forms for other programs.
-std::unique_ptr<KxC::KxTSDParamItem>
-AsServedItem(const Source& source, const std::string& base, const std::string& extension);
+/// @param day  of history imagery; 0 for the newest
+std::unique_ptr<KxC::KxTSDParamItem> AsServedItem(const Source& source,
+                                                  const std::string& base,
+                                                  const std::string& extension,
+                                                  DayNumber day = 0);
 
 /// Longitude, latitude and level to begin with.
 std::array<double, 3> CenterOf(const Source& source);

@@ -7,6 +7,8 @@
 
 #include <fmt/format.h>
 
+#include <optional>
+
 namespace KxTileHost::Serve {
 
 namespace {
@@ -16,6 +18,19 @@ bool CountsFromOrigin(const Source& source, const Route& route)
 {
     return route.m_kind == Route::kRawTile && source.m_item != nullptr &&
            GridOf(source.m_item->m_nTileScheme) == GridKind::Baidu;
+}
+
+/// @return nothing for what is no day; 0 for an empty text
+std::optional<DayNumber> ReadDay(const std::string& text)
+{
+    if (text.empty())
+        return 0;
+    try {
+        const KxC::KxTime day = *ParseDate(text);
+        return (day.GetYear() * 100 + day.GetMonth()) * 100 + day.GetDay();
+    } catch (const CommandError&) {
+        return std::nullopt;
+    }
 }
 
 AnswerPtr CheckIndex(const char* what, int index, int first, int count)
@@ -34,6 +49,9 @@ AnswerPtr CheckTile(const Source& source, const Route& route, TileRequest& tile)
     if (!route.m_fault.empty())
         return TextAnswer(Status::kBadRequest, route.m_fault);
     tile = route.m_tile;
+    if (route.m_kind == Route::kRawTile && tile.m_size != kTileSize)
+        return TextAnswer(Status::kBadRequest,
+                          "a service's own tile has the size that it has; leave out @2x");
     if (tile.m_z < 0)
         return TextAnswer(Status::kBadRequest, fmt::format("there is no level {}", tile.m_z));
     if (tile.m_z < source.m_minLevel || tile.m_z > source.m_maxLevel)
@@ -52,16 +70,16 @@ AnswerPtr CheckTile(const Source& source, const Route& route, TileRequest& tile)
     return refusal;
 }
 
-std::optional<DayNumber> ReadDay(const std::string& text)
+AnswerPtr CheckDay(const Source& source, const std::string& text, DayNumber& day)
 {
-    if (text.empty())
-        return 0;
-    try {
-        const KxC::KxTime day = *ParseDate(text);
-        return (day.GetYear() * 100 + day.GetMonth()) * 100 + day.GetDay();
-    } catch (const CommandError&) {
-        return std::nullopt;
-    }
+    const auto read = ReadDay(text);
+    if (!read)
+        return TextAnswer(Status::kBadRequest,
+                          fmt::format("'{}' is no day; write YYYY-MM-DD", text));
+    if (*read != 0 && source.m_kind != Source::Kind::History)
+        return TextAnswer(Status::kBadRequest, "only history imagery has dates");
+    day = *read;
+    return nullptr;
 }
 
 } // namespace KxTileHost::Serve

@@ -5,7 +5,6 @@
 #include "serve/Route.h"
 #include "serve/Source.h"
 
-#include <optional>
 #include <string>
 
 namespace KxTileHost::Serve {
@@ -17,8 +16,10 @@ namespace KxTileHost::Serve {
 ///         when there is none
 AnswerPtr CheckTile(const Source& source, const Route& route, TileRequest& tile);
 
-/// Reads "2020-01-31".
-/// @return nothing for what is no day
-std::optional<DayNumber> ReadDay(const std::string& text);
+/// Reads the day that is asked for: "2020-01-31", or nothing.
+/// @param day  receives it
+/// @return the refusal of what is no day, and of days of sources without history; null when there
+///         is none
+AnswerPtr CheckDay(const Source& source, const std::string& text, DayNumber& day);
 
 } // namespace KxTileHost::Serve

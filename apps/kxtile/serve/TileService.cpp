@@ -17,6 +17,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr char kOutput[] = "output";
+constexpr char kUpstream[] = "upstream";
 /// What an answer takes beside its picture: headers, the response made of them, its place.
 constexpr std::size_t kAnswerBytes = 2500;
 
@@ -63,6 +64,14 @@ bool Convert(MadeTile& made, TileFormat format)
     return made.m_bytes != nullptr;
 }
 
+void ConvertOrFail(MadeTile& made, TileFormat format)
+{
+    if (made.m_bytes == nullptr || Convert(made, format))
+        return;
+    made.m_outcome = MadeTile::kFailed;
+    made.m_cause = "the source's picture does not decode";
+}
+
 /// Whether the bytes are the service's own, which have a place on disk already.
 bool AreKeptAsSourceTile(const Source& source, const TileRequest& tile)
 {
@@ -88,7 +97,7 @@ Outcome TileService::Tile(const SourcePtr& source, const TileRequest& tile)
         return outcome;
     }
     if (!LiesInBounds(*source, tile)) {
-        outcome.m_answer = AnswerMissing(*source, tile);
+        outcome.m_answer = AnswerMissing(source->m_missing, tile);
         return outcome;
     }
     outcome.m_key = KeyOf("tile", *source, tile);
@@ -124,7 +133,7 @@ AnswerPtr TileService::Work(const Source& source, const TileRequest& tile)
     if (made.m_outcome != MadeTile::kTile)
         made = MakeAnew(source, tile);
     const bool isTile = made.m_outcome == MadeTile::kTile;
-    AnswerPtr answer = AnswerOf(source, tile, std::move(made), MillisecondsSince(start));
+    AnswerPtr answer = AnswerOf(source.m_missing, tile, std::move(made), MillisecondsSince(start));
     if (isTile)
         Keep({source.m_generation, tile}, *answer);
     return answer;
@@ -134,10 +143,13 @@ AnswerPtr TileService::WorkRaw(const Source& source, const TileRequest& tile) co
 {
     const auto start = Clock::now();
     MadeTile made = FetchRawTile(source, tile, m_options.m_timeoutMs);
-    if (made.m_bytes != nullptr && !Convert(made, tile.m_format))
-        made.m_outcome = MadeTile::kFailed;
-    m_metrics.NoteUpstream(source.m_id, made.m_outcome);
-    return AnswerOf(source, tile, std::move(made), MillisecondsSince(start));
+    ConvertOrFail(made, tile.m_format);
+    if (made.m_cacheState == std::string_view(kUpstream))
+        m_metrics.NoteUpstream(source.m_id, made.m_outcome);
+    // The service has none: a blank one would not be its own.
+    const MissingTile missing =
+        source.m_missing == MissingTile::NoContent ? MissingTile::NoContent : MissingTile::NotFound;
+    return AnswerOf(missing, tile, std::move(made), MillisecondsSince(start));
 }
 
 /// What is kept on disk, or in the natural format in either place.
@@ -176,11 +188,8 @@ std::unique_ptr<KxC::KxRawData> TileService::FindNatural(const Source& source,
 MadeTile TileService::MakeAnew(const Source& source, const TileRequest& tile) const
 {
     MadeTile made = MakeTile(source, tile, m_options.m_timeoutMs);
-    if (made.m_bytes != nullptr && !Convert(made, tile.m_format)) {
-        made.m_outcome = MadeTile::kFailed;
-        made.m_cause = "the source's picture does not decode";
-    }
-    if (made.m_cacheState == std::string_view("upstream"))
+    ConvertOrFail(made, tile.m_format);
+    if (made.m_cacheState == std::string_view(kUpstream))
         m_metrics.NoteUpstream(source.m_id, made.m_outcome);
     if (made.m_outcome == MadeTile::kTile && !AreKeptAsSourceTile(source, tile))
         SaveOutput(source, tile, *made.m_bytes);
@@ -200,33 +209,33 @@ void TileService::Keep(const TileKey& key, const Answer& made)
     m_kept.Put(key, kept, kept->m_body.Size() + kAnswerBytes);
 }
 
-AnswerPtr TileService::AnswerOf(const Source& source,
+AnswerPtr TileService::AnswerOf(MissingTile missing,
                                 const TileRequest& tile,
                                 MadeTile made,
                                 double milliseconds) const
 {
     std::shared_ptr<Answer> answer;
     if (made.m_outcome == MadeTile::kTile) {
+        m_metrics.NoteTile(made.m_cacheState);
         const Body body = Body::OfRawData(std::move(made.m_bytes));
         answer = DocumentAnswer(MimeOfPicture(body), body, m_cacheControl);
     } else if (made.m_outcome == MadeTile::kNoTile) {
-        answer = AnswerMissing(source, tile);
+        answer = AnswerMissing(missing, tile);
     } else {
         const bool isLate = made.m_outcome == MadeTile::kTooSlow;
         answer = TextAnswer(isLate ? Status::kGatewayTimeout : Status::kBadGateway, made.m_cause);
     }
     answer->m_cacheState = made.m_cacheState;
     answer->m_milliseconds = milliseconds;
-    m_metrics.NoteTile(answer->m_cacheState);
     return answer;
 }
 
-std::shared_ptr<Answer> TileService::AnswerMissing(const Source& source,
+std::shared_ptr<Answer> TileService::AnswerMissing(MissingTile missing,
                                                    const TileRequest& tile) const
 {
-    if (source.m_missing == MissingTile::NotFound)
+    if (missing == MissingTile::NotFound)
         return TextAnswer(Status::kNotFound, "the source has no tile there");
-    if (source.m_missing == MissingTile::Blank) {
+    if (missing == MissingTile::Blank) {
         const Body body = Body::OfRawData(BlankTile(tile.m_size, tile.m_format));
         return DocumentAnswer(MimeOfPicture(body), body, m_cacheControl);
     }

@@ -44,11 +44,11 @@ private:
     MadeTile FindKept(const Source& source, const TileRequest& tile);
     MadeTile MakeAnew(const Source& source, const TileRequest& tile) const;
     void Keep(const TileKey& key, const Answer& made);
-    AnswerPtr AnswerOf(const Source& source,
+    AnswerPtr AnswerOf(MissingTile missing,
                        const TileRequest& tile,
                        MadeTile made,
                        double milliseconds) const;
-    std::shared_ptr<Answer> AnswerMissing(const Source& source, const TileRequest& tile) const;
+    std::shared_ptr<Answer> AnswerMissing(MissingTile missing, const TileRequest& tile) const;
 
     const Options m_options;
     const std::string m_cacheControl;

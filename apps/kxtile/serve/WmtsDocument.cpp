@@ -70,27 +70,35 @@ private:
         m_xml.End();
     }
 
-    void WriteOperation(const char* name)
+    void WriteGet(const std::string& address, const char* encoding)
+    {
+        m_xml.Begin("ows:Get");
+        m_xml.Attribute("xlink:href", address);
+        m_xml.Begin("ows:Constraint");
+        m_xml.Attribute("name", "GetEncoding");
+        m_xml.Begin("ows:AllowedValues");
+        m_xml.Element("ows:Value", encoding);
+        for (int i = 0; i < 3; ++i)
+            m_xml.End();
+    }
+
+    void WriteOperation(const char* name, const std::string& restful)
     {
         m_xml.Begin("ows:Operation");
         m_xml.Attribute("name", name);
         m_xml.Begin("ows:DCP");
         m_xml.Begin("ows:HTTP");
-        m_xml.Begin("ows:Get");
-        m_xml.Attribute("xlink:href", m_base + "/wmts?");
-        m_xml.Begin("ows:Constraint");
-        m_xml.Attribute("name", "GetEncoding");
-        m_xml.Begin("ows:AllowedValues");
-        m_xml.Element("ows:Value", "KVP");
-        for (int i = 0; i < 6; ++i)
+        WriteGet(restful, "RESTful");
+        WriteGet(m_base + "/wmts?", "KVP");
+        for (int i = 0; i < 3; ++i)
             m_xml.End();
     }
 
     void WriteOperations()
     {
         m_xml.Begin("ows:OperationsMetadata");
-        WriteOperation("GetCapabilities");
-        WriteOperation("GetTile");
+        WriteOperation("GetCapabilities", m_base + "/wmts/1.0.0/WMTSCapabilities.xml");
+        WriteOperation("GetTile", m_base + "/wmts/");
         m_xml.End();
     }
 

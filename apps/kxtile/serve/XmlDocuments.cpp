@@ -19,9 +19,9 @@ constexpr char kDeclaration[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
 
 } // namespace
 
-std::string WriteGdalXmlOf(const Source& source, const std::string& base)
+std::string WriteGdalXmlOf(const Source& source, const std::string& base, DayNumber day)
 {
-    return WriteGdalXml(*AsServedItem(source, base, ExtensionOf(FixedFormat(source)))).m_text;
+    return WriteGdalXml(*AsServedItem(source, base, ExtensionOf(FixedFormat(source)), day)).m_text;
 }
 
 std::string WriteQgisList(const SourceList& sources, const std::string& base)

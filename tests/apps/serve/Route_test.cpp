@@ -35,6 +35,23 @@ TEST(Route, TakesTheRowFirstInWmtsAndFromTheSouthInTms)
     EXPECT_EQ(ParsePath("/wmts/osm/default/WGS84/7/44/67.png").m_kind, Route::kMalformed);
 }
 
+TEST(Route, ReadsATileOfWmtsInKeyValueForm)
+{
+    const Route route =
+        WmtsTileRoute({"osm", "default", "GoogleMapsCompatible", "7", "44", "67", "image/jpeg"});
+    EXPECT_EQ(route.m_kind, Route::kTile);
+    EXPECT_EQ(route.m_source, "osm");
+    EXPECT_EQ(route.m_tile, (TileRequest{7, 67, 44, 256, TileFormat::Jpeg, 0}));
+    EXPECT_EQ(WmtsTileRoute({"osm", "", "", "7", "44", "67", ""}).m_tile,
+              (TileRequest{7, 67, 44, 256, TileFormat::Png, 0}));
+    EXPECT_EQ(WmtsTileRoute({"osm", "night", "", "7", "44", "67", ""}).m_kind, Route::kMalformed);
+    EXPECT_EQ(WmtsTileRoute({"osm", "", "WGS84", "7", "44", "67", ""}).m_kind, Route::kMalformed);
+    EXPECT_EQ(WmtsTileRoute({"osm", "", "", "7", "44", "67", "image/gif"}).m_kind,
+              Route::kMalformed);
+    EXPECT_NE(WmtsTileRoute({"osm", "", "", "7", "", "67", ""}).m_fault, "");
+    EXPECT_NE(WmtsTileRoute({"osm", "", "", "7", "44", "67@2x.png", ""}).m_fault, "");
+}
+
 TEST(Route, NotesWhatCanBeNoTile)
 {
     for (const char* path : {"/osm/a/1/1",
