@@ -322,6 +322,14 @@ describe('faults', () => {
     assert.match(await map.text('#notices'), /tiles are missing/);
   }, isAnswer));
 
+  it('of both sides are asked for again', () => on('#4/31/116&left=faulty&right=faulty~raw', async (map) => {
+    await map.page.waitForFunction(() => document.querySelectorAll('#notices button').length === 1);
+    const again = ['/faulty/4/13/6.png', '/faulty/raw/4/13/6'].map((path) =>
+      map.page.waitForRequest((request) => new URL(request.url()).pathname === path));
+    await map.page.click('#notices button');
+    await Promise.all(again);
+  }, isAnswer));
+
   it('do not hide that a source has nothing in view', () => on('#6/31/116&left=part', async (map) => {
     await map.page.waitForSelector('#notices button');
     assert.match(await map.text('#notices'), /A part of the world has nothing here/);
