@@ -5,7 +5,7 @@ import { describe, it } from 'node:test';
 import vm from 'node:vm';
 import { kClients } from '../../../apps/kxtile/serve/page/src/text/clients.js';
 import {
-  argumentOf, countLevels, exportCommand, filesCommand, mosaicCommand, mosaicSize,
+  argumentOf, countLevels, exportCommand, filesCommand, mosaicCommand, mosaicOfServiceCommand, mosaicSize, nameOfFile,
 } from '../../../apps/kxtile/serve/page/src/text/commands.js';
 import { markup, scriptText, shellWord } from '../../../apps/kxtile/serve/page/src/text/quote.js';
 
@@ -18,6 +18,13 @@ const kSource = {
 /** The words that a shell makes of a command. */
 function words(command) {
   return execFileSync('sh', ['-c', `printf '%s\\0' ${command}`]).toString().split('\0').slice(0, -1);
+}
+
+/** The words of each call of kxtile that a shell makes of a text, without the program's name. */
+function shellCalls(text) {
+  const script = `kxtile() { printf '%s\\0' "$@" '\u0001'; }\n${text}`;
+  return execFileSync('sh', ['-c', script]).toString().split('\u0001\0').slice(0, -1)
+    .map((call) => call.split('\0').slice(0, -1));
 }
 
 describe('shellWord', () => {
@@ -56,6 +63,9 @@ describe('commands', () => {
       assert.equal(words(filesCommand(name, [1, 2, 3, 4], [0, 1]))[2], name);
       assert.equal(words(exportCommand(name, [1, 2, 3, 4], [0, 1], name)).at(-1), name);
       assert.equal(words(mosaicCommand(name, [1, 2, 3, 4], 1, name))[2], name);
+      const [made, pictured] = shellCalls(mosaicOfServiceCommand(name, [1, 2, 3, 4], 1, name));
+      assert.deepEqual([made[1], made.at(-1)], [name, `${name}-1.mbtiles`]);
+      assert.deepEqual([pictured[1], pictured.at(-1)], [`${name}-1.mbtiles`, `${name}.png`]);
     }
   });
   it('ask for a mosaic in metres with the pixels of the level', () => {
@@ -63,11 +73,29 @@ describe('commands', () => {
     assert.deepEqual(line.slice(0, 3), ['kxtile', 'mosaic', 'city']);
     const bounds = line[line.indexOf('--bounds') + 1].split(',').map(Number);
     assert.ok(Math.abs(bounds[0] + 20037508.343) < 0.01 && Math.abs(bounds[3] - 20037508.343) < 0.01);
-    // The world is 1024 pixels wide at level 2.
-    assert.ok(Math.abs(Number(line[line.indexOf('--resolution') + 1]) * 1024 - 2 * 20037508.343) < 0.01);
+    // The world is 1024 pixels wide at level 2; kxtile takes what is a millionth of a pixel short.
+    const pixels = (bounds[2] - bounds[0]) / Number(line[line.indexOf('--resolution') + 1]);
+    assert.ok(pixels > 1024 - 1e-6 && pixels < 1024.001, String(pixels));
     assert.deepEqual(mosaicSize([-180, 0, 180, 85.0511287798066], 2), [1024, 512]);
     // kxtile mosaic made 282 x 778 pixels of these.
     assert.deepEqual(mosaicSize([-83.48, -1.556, -58.69, 55.394], 4), [282, 778]);
+  });
+  it('ask for no finer pixels than a level has', () => {
+    for (let z = 0; z <= 22; ++z) {
+      const line = words(mosaicCommand('city', [1, 2, 3, 4], z, 'city.png'));
+      // Published: 156543.03392804097 metres at level 0, half of it at each further one.
+      const wanted = Number(line[line.indexOf('--resolution') + 1]) / (156543.03392804097 / 2 ** z);
+      assert.ok(wanted > 1 + 1e-9 && wanted < 1 + 1e-8, `level ${z}: ${wanted}`);
+    }
+  });
+  it('fetch the tiles of a service before they make its picture', () => {
+    const calls = shellCalls(mosaicOfServiceCommand('http://h/city', [1, 2, 3, 4], 7, 'city'));
+    assert.deepEqual(calls.map(([name]) => name), ['export', 'mosaic']);
+    assert.equal(calls[0][calls[0].indexOf('--levels') + 1], '7');
+  });
+  it('make another file of each day', () => {
+    assert.equal(nameOfFile(kSource, ''), 'city');
+    assert.equal(nameOfFile(kSource, '2019-09-08'), 'city-2019-09-08');
   });
   it('count the tiles of every level', () => {
     assert.deepEqual(countLevels([-180, -85, 180, 85], [0, 2]),

@@ -33,7 +33,8 @@ function insets() {
 function makeDrawer({ store, mapView, comparison, sourceById, shortcuts, version }) {
   const redraw = () => drawer.redraw();
   const current = () => sourceById.get(comparison.current.id) ?? null;
-  const date = () => comparison.current.date;
+  // An address may name a day of a source that has none.
+  const date = () => (current()?.history ? comparison.current.date : '');
   const panels = {
     extent: new ExtentPanel(mapView, current, date, redraw),
     use: new ClientsPanel(current, date, redraw),
