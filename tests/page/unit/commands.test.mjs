@@ -119,6 +119,15 @@ describe('recipes', () => {
   it('carry the day of a picture of the past', () => {
     for (const client of ['qgis', 'leaflet', 'openlayers'])
       assert.match(recipesOf(client, kSource, '2019-09-08')[0].text, /\{y\}\.png\?date=2019-09-08/);
+    const [raster, cut] = recipesOf('gdal', kSource, '2019-09-08').map(({ text }) => words(text));
+    assert.equal(raster[1], 'http://127.0.0.1:8480/city.xml?date=2019-09-08');
+    assert.equal(cut.at(-1), 'city-2019-09-08.tif');
+  });
+  it('are left out where they would show another day', () => {
+    for (const { id } of kClients) {
+      const texts = recipesOf(id, kSource, '2019-09-08').map(({ text }) => text);
+      assert.ok(texts.length > 0 && texts.every((text) => text.includes('?date=2019-09-08')), texts.join('\n'));
+    }
   });
   it('stay texts, whatever a source is called', () => {
     for (const id of kHostile) {
