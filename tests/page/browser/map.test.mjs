@@ -290,6 +290,47 @@ describe('history', () => {
     assert.ok(map.requests.some((url) => url.includes(`?date=${kBlueDay}`)));
     assert.ok(await blueness() > usual + 20, `${usual} ${await blueness()}`);
   }));
+
+  const waitForDays = (map, count) =>
+    map.page.waitForFunction((days) => document.querySelector('.dates input').max === String(days), count);
+
+  it('offers no days of a place that was left', () => on('#5/31/116&left=past', async (map) => {
+    const { dates } = await served('/past/dates.json?at=116,31&zoom=5');
+    await waitForDays(map, dates.length);
+    let letGo;
+    const held = new Promise((resolve) => { letGo = resolve; });
+    await map.page.route('**/dates.json*', async (route) => {
+      await held;
+      await route.continue();
+    });
+    await map.goTo('6/10/20');
+    await waitForDays(map, 0);
+    assert.match(await map.text('.date-note'), /^Looking for/);
+    assert.ok(await map.page.isDisabled('[aria-label="Earlier picture"]'));
+    letGo();
+    await map.page.waitForFunction(() => !document.querySelector('.date-note').textContent.startsWith('Looking for'));
+  }));
+
+  it('asks for the days again after it failed', () => on('#5/31/116&left=past', async (map) => {
+    const { dates } = await served('/past/dates.json?at=116,31&zoom=5');
+    await waitForDays(map, dates.length);
+    await map.page.route('**/dates.json*', (route) => route.fulfill({ status: 502, body: 'the service is away\n' }));
+    await map.goTo('6/10/20');
+    const noted = (text) => map.page.waitForFunction((words) => document.querySelector('.date-note').textContent.includes(words), text);
+    await noted('The days are not known: the service is away');
+    await map.page.unroute('**/dates.json*');
+    await map.page.click('#toggle-swipe');
+    await noted(' here, from ');
+  }, (fault) => /status of 502.*dates\.json/.test(fault)));
+
+  it('gives other programs the day that is shown, or nothing', () => on(`#5/31/116&left=past~~${kBlueDay}`, async (map) => {
+    await map.page.keyboard.press('u');
+    for (const client of ['qgis', 'gdal', 'leaflet', 'openlayers']) {
+      await map.page.click(`[data-key="client-${client}"]`);
+      const texts = await map.page.locator('.copy-block code').allTextContents();
+      assert.ok(texts.length && texts.every((text) => text.includes(`?date=${kBlueDay}`)), texts.join('\n'));
+    }
+  }));
 });
 
 describe('faults', () => {

@@ -18,6 +18,8 @@ export class DateSlider {
     this.dates = [];
     this.date = '';
     this.asked = '';
+    this.failure = '';
+    this.isWaiting = false;
     this.build();
   }
 
@@ -65,25 +67,35 @@ export class DateSlider {
     const { center, zoom } = this.place();
     const level = Math.round(Math.max(source.minzoom, Math.min(source.maxzoom, zoom)));
     const asked = `${source.id} ${level} ${center.map((degrees) => degrees.toFixed(3))}`;
+    if (asked !== this.asked) this.askSoon(asked, source.id, center, level);
     this.show();
-    if (asked === this.asked) return;
+  }
+
+  /** The days of another place or source are none of this one: they go at once. */
+  askSoon(asked, id, center, level) {
     this.asked = asked;
+    this.dates = [];
+    this.failure = '';
+    this.isWaiting = true;
+    this.abort?.abort();
     clearTimeout(this.timer);
-    this.timer = setTimeout(() => this.ask(source.id, center, level), kQuietMs);
+    this.timer = setTimeout(() => this.ask(id, center, level), kQuietMs);
   }
 
   async ask(id, center, level) {
-    this.abort?.abort();
     this.abort = new AbortController();
     const { signal } = this.abort;
     try {
-      this.dates = await fetchDates(id, center, level, signal);
-      this.failure = '';
+      const dates = await fetchDates(id, center, level, signal);
+      if (signal.aborted) return;
+      this.dates = dates;
     } catch (error) {
       if (signal.aborted) return;
-      this.dates = [];
+      // Asked again as soon as anything moves.
+      this.asked = '';
       this.failure = `The days are not known: ${error.message}`;
     }
+    this.isWaiting = false;
     this.show();
   }
 
@@ -101,6 +113,7 @@ export class DateSlider {
   }
 
   describe() {
+    if (this.isWaiting) return 'Looking for earlier pictures…';
     if (!this.dates.length) return 'No earlier pictures at the middle of this view.';
     if (this.date && !this.dates.includes(this.date)) return `No picture of ${this.date} is listed here.`;
     const word = this.dates.length === 1 ? 'day' : 'days';
