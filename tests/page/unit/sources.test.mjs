@@ -5,6 +5,7 @@ import { matches } from '../../../apps/kxtile/serve/page/src/panels/sourceList.j
 import { Comparison } from '../../../apps/kxtile/serve/page/src/panels/comparison.js';
 import { firstAddress } from '../../../apps/kxtile/serve/page/src/ui/links.js';
 import { wholeView } from '../../../apps/kxtile/serve/page/src/start.js';
+import { Sources } from '../../../apps/kxtile/serve/page/src/state/sources.js';
 import { Store } from '../../../apps/kxtile/serve/page/src/state/store.js';
 
 const source = (id, more = {}) => ({
@@ -17,6 +18,28 @@ describe('matches', () => {
     const city = source('city', { datum: 'gcj02', attribution: '© Somebody Else' });
     for (const search of ['', 'CITY', 'else name', 'gcj-02', 'service some']) assert.ok(matches(city, search), search);
     assert.ok(!matches(city, 'city nowhere'));
+  });
+});
+
+describe('Sources', () => {
+  const listed = () => [source('city'), source('other')];
+  it('take over what changed, and keep the rest as it is', () => {
+    const sources = new Sources(listed());
+    const { list, byId } = sources;
+    const [city] = list;
+    assert.ok(sources.take([source('city'), source('other', { name: 'Another name' }), source('new')]));
+    assert.deepEqual(list.map(({ name }) => name), ['Name of city', 'Another name', 'Name of new']);
+    assert.equal(list[0], city);
+    assert.deepEqual([...byId.values()], list);
+    assert.ok(sources.take([source('new')]));
+    assert.deepEqual([...byId.keys()], ['new']);
+  });
+  it('have not changed when they are listed again', () => {
+    const sources = new Sources(listed());
+    const before = [...sources.list];
+    assert.equal(sources.take(listed()), false);
+    assert.ok(before.every((one, i) => one === sources.list[i]));
+    assert.ok(sources.take(listed().reverse()));
   });
 });
 
