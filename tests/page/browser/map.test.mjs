@@ -439,7 +439,7 @@ describe('the commands for what is in view', () => {
     paste(command, folder);
     const counted = execFileSync('python3', ['-c',
       'import sqlite3, sys; print(*sqlite3.connect(sys.argv[1]).execute("select count(*), min(zoom_level), max(zoom_level) from tiles").fetchone())',
-      join(folder, 'marble.mbtiles')]).toString().trim();
+      join(folder, 'marble-cut.mbtiles')]).toString().trim();
     assert.equal(counted, `${total} 8 8`);
   })));
 
@@ -469,12 +469,12 @@ describe('the commands for what is in view', () => {
   it('follow the view and the levels that are wanted', () => on('#8/47/8&left=marble', async (map) => {
     await map.page.keyboard.press('e');
     const before = await map.text('[aria-label="kxtile export"]');
-    assert.match(before, /^kxtile export .* --levels 8-10 -o marble\.mbtiles$/);
+    assert.match(before, /^kxtile export .* --levels 8-10 -o marble-cut\.mbtiles$/);
     await map.page.fill('.level-fields label:nth-child(2) input', '12');
     await map.page.keyboard.press('Tab');
     await map.page.waitForFunction(() => document.querySelector('[aria-label="kxtile export"]').textContent.includes('8-12'));
     await map.page.click('[data-key="form-pmtiles"]');
-    assert.match(await map.text('[aria-label="kxtile export"]'), /-o marble\.pmtiles$/);
+    assert.match(await map.text('[aria-label="kxtile export"]'), /-o marble-cut\.pmtiles$/);
     await map.goTo('9/100/100');
     await map.page.waitForFunction((text) => document.querySelector('[aria-label="kxtile export"]').textContent !== text, before);
   }));

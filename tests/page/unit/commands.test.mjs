@@ -50,8 +50,8 @@ describe('markup', () => {
 
 describe('commands', () => {
   it('name source, bounds and levels as kxtile takes them', () => {
-    assert.equal(filesCommand('city', [1.5, 2, 3, 4.25], [3, 7]), 'kxtile files city --bounds 1.5,2,3,4.25 --levels 3-7');
-    assert.equal(filesCommand('city', [1, 2, 3, 4], [3, 3]), 'kxtile files city --bounds 1,2,3,4 --levels 3');
+    assert.equal(filesCommand('city', [1.5, 2, 3, 4.25], [3, 7], 'tree'), 'kxtile files city --bounds 1.5,2,3,4.25 --levels 3-7 -o tree');
+    assert.equal(filesCommand('city', [1, 2, 3, 4], [3, 3], 'tree'), 'kxtile files city --bounds 1,2,3,4 --levels 3 -o tree');
     assert.equal(exportCommand('city', [1, 2, 3, 4], [0, 5], 'city.pmtiles'), 'kxtile export city --bounds 1,2,3,4 --levels 0-5 -o city.pmtiles');
   });
   it('name the tiles of the gateway in a form that definitions have', () => {
@@ -60,7 +60,8 @@ describe('commands', () => {
   });
   it('keep whatever names a source one word', () => {
     for (const name of kHostile) {
-      assert.equal(words(filesCommand(name, [1, 2, 3, 4], [0, 1]))[2], name);
+      const tree = words(filesCommand(name, [1, 2, 3, 4], [0, 1], name));
+      assert.deepEqual([tree[2], tree.at(-1)], [name, name]);
       assert.equal(words(exportCommand(name, [1, 2, 3, 4], [0, 1], name)).at(-1), name);
       assert.equal(words(mosaicCommand(name, [1, 2, 3, 4], 1, name))[2], name);
       const [made, pictured] = shellCalls(mosaicOfServiceCommand(name, [1, 2, 3, 4], 1, name));
@@ -93,9 +94,9 @@ describe('commands', () => {
     assert.deepEqual(calls.map(([name]) => name), ['export', 'mosaic']);
     assert.equal(calls[0][calls[0].indexOf('--levels') + 1], '7');
   });
-  it('make another file of each day', () => {
-    assert.equal(nameOfFile(kSource, ''), 'city');
-    assert.equal(nameOfFile(kSource, '2019-09-08'), 'city-2019-09-08');
+  it('make another file of each day, and none that is called as a source is', () => {
+    assert.equal(nameOfFile(kSource, ''), 'city-cut');
+    assert.equal(nameOfFile(kSource, '2019-09-08'), 'city-2019-09-08-cut');
   });
   it('count the tiles of every level', () => {
     assert.deepEqual(countLevels([-180, -85, 180, 85], [0, 2]),
@@ -121,7 +122,7 @@ describe('recipes', () => {
       assert.match(recipesOf(client, kSource, '2019-09-08')[0].text, /\{y\}\.png\?date=2019-09-08/);
     const [raster, cut] = recipesOf('gdal', kSource, '2019-09-08').map(({ text }) => words(text));
     assert.equal(raster[1], 'http://127.0.0.1:8480/city.xml?date=2019-09-08');
-    assert.equal(cut.at(-1), 'city-2019-09-08.tif');
+    assert.equal(cut.at(-1), 'city-2019-09-08-cut.tif');
   });
   it('are left out where they would show another day', () => {
     for (const { id } of kClients) {

@@ -8,6 +8,8 @@ import { copyBlock } from '../ui/copyButton.js';
 import { h } from '../ui/dom.js';
 
 const kLevelsAhead = 2;
+/** A picture of fewer pixels shows nothing. */
+const kLeastPixels = 16;
 const kForms = { mbtiles: 'MBTiles', pmtiles: 'PMTiles', tif: 'GeoTIFF' };
 /** From here on kxtile wants to hear --yes for services of others. */
 const kManyTiles = 10000;
@@ -91,7 +93,7 @@ export class ExtentPanel {
     const name = nameOfFile(source, this.date());
     return [
       h('h3', {}, 'A tree of tile files'),
-      copyBlock('kxtile files', filesCommand(argument, bounds, levels)),
+      copyBlock('kxtile files', filesCommand(argument, bounds, levels, `${name}-tiles`)),
       h('h3', {}, 'One file with all tiles'),
       this.formChoice(),
       copyBlock('kxtile export', exportCommand(argument, bounds, levels, `${name}.${this.form}`)),
@@ -105,6 +107,8 @@ export class ExtentPanel {
       return [h('p', { class: 'remark' }, 'A mosaic does not go across 180°; move the view.')];
     const [width, height] = mosaicSize(bounds, zoom);
     const size = `${spaced(width)} × ${spaced(height)} pixels, as on the map at level ${zoom}.`;
+    if (Math.min(width, height) < kLeastPixels)
+      return [h('p', { class: 'remark' }, `${size} Zoom in for a larger one.`)];
     // A raster is read where it lies; a mosaic of a service is one of tiles that were fetched.
     if (source.kind === 'raster') {
       const file = source.file ?? source.id;

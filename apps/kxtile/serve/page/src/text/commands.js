@@ -24,9 +24,12 @@ function resolutionOf(zoom) {
   return Number(short(Math.ceil(size * 10 ** digits) / 10 ** digits, digits));
 }
 
-/** What files that are made of a source are called, without extension. */
+/**
+ * What is made of a source is called, without extension: never as its own file is, which may lie in
+ * the folder where a command is run.
+ */
 export function nameOfFile(source, date) {
-  return date ? `${source.id}-${date}` : source.id;
+  return [source.id, date, 'cut'].filter(Boolean).join('-');
 }
 
 /**
@@ -47,9 +50,10 @@ const sharedOptions = (bounds, [from, to]) =>
  * @param {string} argument   what names the source
  * @param {number[]} bounds   west, south, east, north in degrees
  * @param {number[]} levels   first, last
+ * @param {string} folder     that the tree is to stand in
  */
-export function filesCommand(argument, bounds, levels) {
-  return `kxtile files ${shellWord(argument)} ${sharedOptions(bounds, levels)}`;
+export function filesCommand(argument, bounds, levels, folder) {
+  return `kxtile files ${shellWord(argument)} ${sharedOptions(bounds, levels)} -o ${shellWord(folder)}`;
 }
 
 /** @param {string} output  name of the file, whose ending says its form */
