@@ -306,9 +306,36 @@ describe('history', () => {
     await map.goTo('6/10/20');
     await waitForDays(map, 0);
     assert.match(await map.text('.date-note'), /^Looking for/);
-    assert.ok(await map.page.isDisabled('[aria-label="Earlier picture"]'));
     letGo();
     await map.page.waitForFunction(() => !document.querySelector('.date-note').textContent.startsWith('Looking for'));
+  }));
+
+  it('is stepped through by keys that keep the focus, even before the days come', () => on('#5/31/116&left=past', async (map) => {
+    const { dates } = await served('/past/dates.json?at=116,31&zoom=5');
+    dates.sort();
+    await waitForDays(map, dates.length);
+    const focused = () => map.page.evaluate(() => document.activeElement.dataset.key);
+    await map.page.focus('[data-key="left-previous"]');
+    await map.page.keyboard.press('Enter');
+    await map.waitForHash(new RegExp(`left=past~~${dates.at(-1)}`));
+    assert.equal(await focused(), 'left-previous');
+    await map.page.focus('[data-key="left-next"]');
+    await map.page.keyboard.press('Enter');
+    await map.page.waitForFunction(() => !location.hash.includes('~~'));
+    assert.equal(await focused(), 'left-date');
+    let letGo;
+    const held = new Promise((resolve) => { letGo = resolve; });
+    await map.page.route('**/dates.json*', async (route) => {
+      await held;
+      await route.continue();
+    });
+    await map.goTo('5/26/13');
+    await waitForDays(map, 0);
+    await map.page.focus('[data-key="left-date"]');
+    await map.page.keyboard.press('ArrowLeft');
+    letGo();
+    await map.waitForHash(/left=past~~2/);
+    assert.equal(await focused(), 'left-date');
   }));
 
   it('asks for the days again after it failed', () => on('#5/31/116&left=past', async (map) => {
@@ -473,6 +500,16 @@ describe('the commands for what is in view', () => {
     await map.page.fill('.level-fields label:nth-child(2) input', '12');
     await map.page.keyboard.press('Tab');
     await map.page.waitForFunction(() => document.querySelector('[aria-label="kxtile export"]').textContent.includes('8-12'));
+    // The focus goes on to what the tab key moved it to.
+    await map.page.focus('[data-key="From level"]');
+    await map.page.keyboard.press('Control+a');
+    await map.page.keyboard.type('7');
+    await map.page.keyboard.press('Tab');
+    await map.page.waitForFunction(() => document.querySelector('[aria-label="kxtile export"]').textContent.includes('7-12'));
+    assert.equal(await map.page.evaluate(() => document.activeElement.dataset.key), 'to level');
+    await map.page.keyboard.type('11');
+    await map.page.keyboard.press('Tab');
+    await map.page.waitForFunction(() => document.querySelector('[aria-label="kxtile export"]').textContent.includes('7-11'));
     await map.page.click('[data-key="form-pmtiles"]');
     assert.match(await map.text('[aria-label="kxtile export"]'), /-o marble-cut\.pmtiles$/);
     await map.goTo('9/100/100');

@@ -9,10 +9,12 @@ const kCurrent = 'Current';
 /** Chooses among the days that a history source has pictures of at the middle of the map. */
 export class DateSlider {
   /**
+   * @param {string} name  tells the slider's controls from those of another
    * @param {() => {center: number[], zoom: number}} place
    * @param {(date: string) => void} choose  an empty date is the current picture
    */
-  constructor(place, choose) {
+  constructor(name, place, choose) {
+    this.name = name;
     this.place = place;
     this.choose = choose;
     this.dates = [];
@@ -20,19 +22,25 @@ export class DateSlider {
     this.asked = '';
     this.failure = '';
     this.isWaiting = false;
+    /** Steps that were asked for before the days came. */
+    this.pending = 0;
     this.build();
   }
 
   build() {
     this.range = h('input', {
-      type: 'range', min: '0', max: '0', step: '1', 'aria-label': 'Day of the picture', 'data-key': 'date-range',
-      on: { input: () => this.preview(), change: () => this.take(Number(this.range.value)) },
+      type: 'range', min: '0', max: '0', step: '1', 'aria-label': 'Day of the picture', 'data-key': `${this.name}-date`,
+      on: {
+        input: () => this.preview(),
+        change: () => this.take(Number(this.range.value)),
+        keydown: (event) => this.stepByKey(event),
+      },
     });
     this.label = h('output', { class: 'date-label' });
     this.note = h('p', { class: 'date-note', 'aria-live': 'polite' });
     const step = (name, text, by) => h('button', {
-      type: 'button', class: 'icon-button', 'aria-label': text, title: text,
-      on: { click: () => this.take(Number(this.range.value) + by) },
+      type: 'button', class: 'icon-button', 'aria-label': text, title: text, 'data-key': `${this.name}-${name}`,
+      on: { click: () => this.step(by) },
     }, icon(name));
     this.earlier = step('previous', 'Earlier picture', -1);
     this.later = step('next', 'Later picture', 1);
@@ -53,6 +61,20 @@ export class DateSlider {
     const text = this.textAt(Number(this.range.value));
     this.label.textContent = text;
     this.range.setAttribute('aria-valuetext', text);
+  }
+
+  /** While the days are on their way, a step waits for them. */
+  step(by) {
+    if (this.isWaiting) this.pending += by;
+    else this.take(Number(this.range.value) + by);
+  }
+
+  /** Without days the range has no other value, and does not tell of keys by itself. */
+  stepByKey(event) {
+    const by = { ArrowLeft: -1, ArrowDown: -1, ArrowRight: 1, ArrowUp: 1 }[event.key];
+    if (!by || !this.isWaiting) return;
+    event.preventDefault();
+    this.step(by);
   }
 
   take(index) {
@@ -77,6 +99,7 @@ export class DateSlider {
     this.dates = [];
     this.failure = '';
     this.isWaiting = true;
+    this.pending = 0;
     this.abort?.abort();
     clearTimeout(this.timer);
     this.timer = setTimeout(() => this.ask(id, center, level), kQuietMs);
@@ -97,6 +120,8 @@ export class DateSlider {
     }
     this.isWaiting = false;
     this.show();
+    if (this.pending) this.take(Number(this.range.value) + this.pending);
+    this.pending = 0;
   }
 
   show() {
@@ -106,9 +131,12 @@ export class DateSlider {
     this.range.value = String(Math.max(0, at));
     this.preview();
     if (this.date) this.label.textContent = this.date;
-    this.earlier.disabled = this.last === 0 || at <= 0;
+    const hadFocus = [this.earlier, this.later].includes(document.activeElement);
+    this.earlier.disabled = !this.isWaiting && (this.last === 0 || at <= 0);
     this.later.disabled = !this.date;
-    this.range.disabled = this.last === 0;
+    this.range.disabled = !this.isWaiting && this.last === 0;
+    // A button that can do no more gives the focus on, so that it is not lost.
+    if (hadFocus && document.activeElement?.disabled) this.range.focus();
     this.note.textContent = this.failure || this.describe();
   }
 

@@ -75,7 +75,8 @@ export class ExtentPanel {
 
   setLevels(levels) {
     this.wanted = levels;
-    this.redraw();
+    // Once the key that ended the input has moved the focus, which is kept then.
+    setTimeout(() => this.redraw());
   }
 
   tileTable(bounds, range) {
