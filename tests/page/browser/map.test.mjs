@@ -409,6 +409,14 @@ describe('faults', () => {
     assert.equal(map.requests.filter((url) => /\/part\/6\/5\d\//.test(url)).length, 0);
   }));
 
+  it('lead to a source that lies elsewhere and deeper, in one step', () => on('#2/30/-40&left=part', async (map) => {
+    await map.page.waitForSelector('#notices button');
+    assert.match(await map.text('#notices'), /begins at level 5/);
+    await map.page.click('#notices button');
+    await map.page.waitForFunction(() => document.querySelector('#notices').textContent === '');
+    assert.ok(map.requests.some((url) => url.includes('/part/')));
+  }));
+
   it('of an address that names no source are said', () => on('#4/31/116&left=nowhere', async (map) => {
     assert.match(await map.text('#sides'), /This gateway has no source “nowhere”/);
   }));

@@ -71,9 +71,14 @@ export class Notices {
   }
 
   deeper(source) {
+    const text = `${source.name} begins at level ${source.minzoom}.`;
+    const [west, south, east, north] = source.bounds;
+    const [lon, lat] = this.store.view.center;
+    // Deeper elsewhere there would be nothing.
+    if (lon < west || lon > east || lat < south || lat > north) return { ...this.elsewhere(source), text };
     return {
       source,
-      text: `${source.name} begins at level ${source.minzoom}.`,
+      text,
       action: 'Zoom in',
       run: () => this.store.update({ zoom: source.minzoom }, { step: true }),
       isFault: false,
