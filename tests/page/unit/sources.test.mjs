@@ -55,6 +55,9 @@ describe('wholeView', () => {
     const view = wholeView({ left, center: [1, 2], zoom: 3, right: left }, sources);
     assert.deepEqual([view.left, view.right, view.center, view.zoom], [left, left, [1, 2], 3]);
   });
+  it('begins with none that cannot be used', () => {
+    assert.equal(wholeView({}, [source('locked', { usable: false }), source('city', { usable: true })]).left.id, 'city');
+  });
   it('begins without sources', () => assert.equal(wholeView({}, []).left.id, ''));
 });
 
