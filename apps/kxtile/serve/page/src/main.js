@@ -132,7 +132,7 @@ function begin({ sources: listed, version }) {
   const cards = new SideCards(byId('sides'), store, sourceById, comparison, mapView);
   new Notices(byId('notices'), store, mapView);
   const describe = ({ id, raw, date }) =>
-    [sourceById.get(id)?.name ?? id, raw ? 'raw' : '', date].filter(Boolean).join(' · ');
+    ({ name: sourceById.get(id)?.name ?? id, form: [raw ? 'raw' : '', date].filter(Boolean).join(' · ') });
   new Swipe({
     frame: byId('map'), handle: byId('swipe'), left: byId('swipe-left'), right: byId('swipe-right'),
   }, store, describe);
