@@ -56,17 +56,21 @@ function toToml(definition) {
  */
 export async function startGateway(definitions, more = [], environment = {}) {
   const folder = await mkdtemp(join(tmpdir(), 'kxtile-page-'));
+  const define = async (name, definition) => {
+    const path = join(folder, `${name}.toml`);
+    await writeFile(path, toToml(definition));
+    return path;
+  };
   const files = [];
-  for (const [name, definition] of Object.entries(definitions)) {
-    files.push(join(folder, `${name}.toml`));
-    await writeFile(files.at(-1), toToml(definition));
-  }
+  for (const [name, definition] of Object.entries(definitions)) files.push(await define(name, definition));
   const gateway = await start(kxtile, ['serve', '--port', '0', ...more, ...files], {
     KXTILE_CACHE_DIR: join(folder, 'cache'), ...environment,
   });
   return {
     address: gateway.address,
     folder,
+    /** Writes a definition, over one of that name. */
+    define,
     async stop() {
       await gateway.stop();
       await rm(folder, { recursive: true });

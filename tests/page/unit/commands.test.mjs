@@ -5,7 +5,7 @@ import { describe, it } from 'node:test';
 import vm from 'node:vm';
 import { kClients } from '../../../apps/kxtile/serve/page/src/text/clients.js';
 import {
-  argumentOf, countLevels, exportCommand, filesCommand, mosaicCommand, mosaicSize,
+  argumentOf, countLevels, exportCommand, filesCommand, mosaicCommand, mosaicOfServiceCommand, mosaicSize, nameOfFile,
 } from '../../../apps/kxtile/serve/page/src/text/commands.js';
 import { markup, scriptText, shellWord } from '../../../apps/kxtile/serve/page/src/text/quote.js';
 
@@ -18,6 +18,13 @@ const kSource = {
 /** The words that a shell makes of a command. */
 function words(command) {
   return execFileSync('sh', ['-c', `printf '%s\\0' ${command}`]).toString().split('\0').slice(0, -1);
+}
+
+/** The words of each call of kxtile that a shell makes of a text, without the program's name. */
+function shellCalls(text) {
+  const script = `kxtile() { printf '%s\\0' "$@" '\u0001'; }\n${text}`;
+  return execFileSync('sh', ['-c', script]).toString().split('\u0001\0').slice(0, -1)
+    .map((call) => call.split('\0').slice(0, -1));
 }
 
 describe('shellWord', () => {
@@ -43,8 +50,8 @@ describe('markup', () => {
 
 describe('commands', () => {
   it('name source, bounds and levels as kxtile takes them', () => {
-    assert.equal(filesCommand('city', [1.5, 2, 3, 4.25], [3, 7]), 'kxtile files city --bounds 1.5,2,3,4.25 --levels 3-7');
-    assert.equal(filesCommand('city', [1, 2, 3, 4], [3, 3]), 'kxtile files city --bounds 1,2,3,4 --levels 3');
+    assert.equal(filesCommand('city', [1.5, 2, 3, 4.25], [3, 7], 'tree'), 'kxtile files city --bounds 1.5,2,3,4.25 --levels 3-7 -o tree');
+    assert.equal(filesCommand('city', [1, 2, 3, 4], [3, 3], 'tree'), 'kxtile files city --bounds 1,2,3,4 --levels 3 -o tree');
     assert.equal(exportCommand('city', [1, 2, 3, 4], [0, 5], 'city.pmtiles'), 'kxtile export city --bounds 1,2,3,4 --levels 0-5 -o city.pmtiles');
   });
   it('name the tiles of the gateway in a form that definitions have', () => {
@@ -53,9 +60,13 @@ describe('commands', () => {
   });
   it('keep whatever names a source one word', () => {
     for (const name of kHostile) {
-      assert.equal(words(filesCommand(name, [1, 2, 3, 4], [0, 1]))[2], name);
+      const tree = words(filesCommand(name, [1, 2, 3, 4], [0, 1], name));
+      assert.deepEqual([tree[2], tree.at(-1)], [name, name]);
       assert.equal(words(exportCommand(name, [1, 2, 3, 4], [0, 1], name)).at(-1), name);
       assert.equal(words(mosaicCommand(name, [1, 2, 3, 4], 1, name))[2], name);
+      const [made, pictured] = shellCalls(mosaicOfServiceCommand(name, [1, 2, 3, 4], 1, name));
+      assert.deepEqual([made[1], made.at(-1)], [name, `${name}-1.mbtiles`]);
+      assert.deepEqual([pictured[1], pictured.at(-1)], [`${name}-1.mbtiles`, `${name}.png`]);
     }
   });
   it('ask for a mosaic in metres with the pixels of the level', () => {
@@ -63,11 +74,29 @@ describe('commands', () => {
     assert.deepEqual(line.slice(0, 3), ['kxtile', 'mosaic', 'city']);
     const bounds = line[line.indexOf('--bounds') + 1].split(',').map(Number);
     assert.ok(Math.abs(bounds[0] + 20037508.343) < 0.01 && Math.abs(bounds[3] - 20037508.343) < 0.01);
-    // The world is 1024 pixels wide at level 2.
-    assert.ok(Math.abs(Number(line[line.indexOf('--resolution') + 1]) * 1024 - 2 * 20037508.343) < 0.01);
+    // The world is 1024 pixels wide at level 2; kxtile takes what is a millionth of a pixel short.
+    const pixels = (bounds[2] - bounds[0]) / Number(line[line.indexOf('--resolution') + 1]);
+    assert.ok(pixels > 1024 - 1e-6 && pixels < 1024.001, String(pixels));
     assert.deepEqual(mosaicSize([-180, 0, 180, 85.0511287798066], 2), [1024, 512]);
     // kxtile mosaic made 282 x 778 pixels of these.
     assert.deepEqual(mosaicSize([-83.48, -1.556, -58.69, 55.394], 4), [282, 778]);
+  });
+  it('ask for no finer pixels than a level has', () => {
+    for (let z = 0; z <= 22; ++z) {
+      const line = words(mosaicCommand('city', [1, 2, 3, 4], z, 'city.png'));
+      // Published: 156543.03392804097 metres at level 0, half of it at each further one.
+      const wanted = Number(line[line.indexOf('--resolution') + 1]) / (156543.03392804097 / 2 ** z);
+      assert.ok(wanted > 1 + 1e-9 && wanted < 1 + 1e-8, `level ${z}: ${wanted}`);
+    }
+  });
+  it('fetch the tiles of a service before they make its picture', () => {
+    const calls = shellCalls(mosaicOfServiceCommand('http://h/city', [1, 2, 3, 4], 7, 'city'));
+    assert.deepEqual(calls.map(([name]) => name), ['export', 'mosaic']);
+    assert.equal(calls[0][calls[0].indexOf('--levels') + 1], '7');
+  });
+  it('make another file of each day, and none that is called as a source is', () => {
+    assert.equal(nameOfFile(kSource, ''), 'city-cut');
+    assert.equal(nameOfFile(kSource, '2019-09-08'), 'city-2019-09-08-cut');
   });
   it('count the tiles of every level', () => {
     assert.deepEqual(countLevels([-180, -85, 180, 85], [0, 2]),
@@ -91,6 +120,15 @@ describe('recipes', () => {
   it('carry the day of a picture of the past', () => {
     for (const client of ['qgis', 'leaflet', 'openlayers'])
       assert.match(recipesOf(client, kSource, '2019-09-08')[0].text, /\{y\}\.png\?date=2019-09-08/);
+    const [raster, cut] = recipesOf('gdal', kSource, '2019-09-08').map(({ text }) => words(text));
+    assert.equal(raster[1], 'http://127.0.0.1:8480/city.xml?date=2019-09-08');
+    assert.equal(cut.at(-1), 'city-2019-09-08-cut.tif');
+  });
+  it('are left out where they would show another day', () => {
+    for (const { id } of kClients) {
+      const texts = recipesOf(id, kSource, '2019-09-08').map(({ text }) => text);
+      assert.ok(texts.length > 0 && texts.every((text) => text.includes('?date=2019-09-08')), texts.join('\n'));
+    }
   });
   it('stay texts, whatever a source is called', () => {
     for (const id of kHostile) {

@@ -5,6 +5,7 @@ import { matches } from '../../../apps/kxtile/serve/page/src/panels/sourceList.j
 import { Comparison } from '../../../apps/kxtile/serve/page/src/panels/comparison.js';
 import { firstAddress } from '../../../apps/kxtile/serve/page/src/ui/links.js';
 import { wholeView } from '../../../apps/kxtile/serve/page/src/start.js';
+import { Sources } from '../../../apps/kxtile/serve/page/src/state/sources.js';
 import { Store } from '../../../apps/kxtile/serve/page/src/state/store.js';
 
 const source = (id, more = {}) => ({
@@ -20,6 +21,28 @@ describe('matches', () => {
   });
 });
 
+describe('Sources', () => {
+  const listed = () => [source('city'), source('other')];
+  it('take over what changed, and keep the rest as it is', () => {
+    const sources = new Sources(listed());
+    const { list, byId } = sources;
+    const [city] = list;
+    assert.ok(sources.take([source('city'), source('other', { name: 'Another name' }), source('new')]));
+    assert.deepEqual(list.map(({ name }) => name), ['Name of city', 'Another name', 'Name of new']);
+    assert.equal(list[0], city);
+    assert.deepEqual([...byId.values()], list);
+    assert.ok(sources.take([source('new')]));
+    assert.deepEqual([...byId.keys()], ['new']);
+  });
+  it('have not changed when they are listed again', () => {
+    const sources = new Sources(listed());
+    const before = [...sources.list];
+    assert.equal(sources.take(listed()), false);
+    assert.ok(before.every((one, i) => one === sources.list[i]));
+    assert.ok(sources.take(listed().reverse()));
+  });
+});
+
 describe('wholeView', () => {
   const sources = [source('broken', { error: 'no address' }), source('city')];
   it('begins with the first source that works, where it lies', () => {
@@ -31,6 +54,9 @@ describe('wholeView', () => {
     const left = { id: 'gone', raw: false, date: '' };
     const view = wholeView({ left, center: [1, 2], zoom: 3, right: left }, sources);
     assert.deepEqual([view.left, view.right, view.center, view.zoom], [left, left, [1, 2], 3]);
+  });
+  it('begins with none that cannot be used', () => {
+    assert.equal(wholeView({}, [source('locked', { usable: false }), source('city', { usable: true })]).left.id, 'city');
   });
   it('begins without sources', () => assert.equal(wholeView({}, []).left.id, ''));
 });

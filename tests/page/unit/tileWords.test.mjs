@@ -12,6 +12,7 @@ describe('linesOf', () => {
     assert.deepEqual(linesOf(kTile, record), ['5/26/12', 'memory · 0.40 ms']);
     assert.equal(linesOf(kTile, { ...record, cache: 'upstream', ms: 123.4 })[1], 'upstream · 123 ms');
     assert.equal(linesOf(kTile, { ...record, ms: 7.25 })[1], 'memory · 7.3 ms');
+    assert.equal(linesOf(kTile, { ...record, ms: 0.004 })[1], 'memory · <0.1 ms');
     assert.equal(linesOf(kTile, { ...record, ms: NaN })[1], 'memory');
   });
   it('says the status where there is no tile', () => {

@@ -17,8 +17,10 @@ import { Swipe } from './panels/swipe.js';
 import { listenForKeys } from './shortcuts.js';
 import { wholeView } from './start.js';
 import { parseView } from './state/address.js';
+import { followSources } from './state/followSources.js';
 import { fetchSources } from './state/gateway.js';
 import { followAddress } from './state/history.js';
+import { Sources } from './state/sources.js';
 import { Store } from './state/store.js';
 import { byId, debounce } from './ui/dom.js';
 import { fillIcons } from './ui/icons.js';
@@ -33,7 +35,8 @@ function insets() {
 function makeDrawer({ store, mapView, comparison, sourceById, shortcuts, version }) {
   const redraw = () => drawer.redraw();
   const current = () => sourceById.get(comparison.current.id) ?? null;
-  const date = () => comparison.current.date;
+  // An address may name a day of a source that has none.
+  const date = () => (current()?.history ? comparison.current.date : '');
   const panels = {
     extent: new ExtentPanel(mapView, current, date, redraw),
     use: new ClientsPanel(current, date, redraw),
@@ -109,8 +112,9 @@ function bindToolbar(store, comparison, drawer, mapView) {
 }
 
 /** Everything of the page, once the sources are known. */
-function begin({ sources, version }) {
-  const sourceById = new Map(sources.map((source) => [source.id, source]));
+function begin({ sources: listed, version }) {
+  const known = new Sources(listed);
+  const { list: sources, byId: sourceById } = known;
   const mend = (asked) => wholeView(asked, sources);
   const store = new Store(mend(parseView(location.hash)));
   followAddress(store, mend);
@@ -125,10 +129,10 @@ function begin({ sources, version }) {
     if (view.left !== previous.left || view.right !== previous.right) markShown(list, store);
   });
   markShown(list, store);
-  new SideCards(byId('sides'), store, sourceById, comparison, mapView);
+  const cards = new SideCards(byId('sides'), store, sourceById, comparison, mapView);
   new Notices(byId('notices'), store, mapView);
   const describe = ({ id, raw, date }) =>
-    [sourceById.get(id)?.name ?? id, raw ? 'raw' : '', date].filter(Boolean).join(' · ');
+    ({ name: sourceById.get(id)?.name ?? id, form: [raw ? 'raw' : '', date].filter(Boolean).join(' · ') });
   new Swipe({
     frame: byId('map'), handle: byId('swipe'), left: byId('swipe-left'), right: byId('swipe-right'),
   }, store, describe);
@@ -141,6 +145,13 @@ function begin({ sources, version }) {
   comparison.onChoice(() => drawer.redraw());
   bindToolbar(store, comparison, drawer, mapView);
   listenForKeys(shortcuts);
+  followSources(known, () => {
+    // A page that began without a source begins now.
+    store.update(store.view.left.id ? {} : mend({}));
+    markShown(list, store);
+    cards.draw();
+    drawer.redraw();
+  });
   byId('version').textContent = version;
   document.body.dataset.state = 'ready';
 }

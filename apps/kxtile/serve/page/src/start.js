@@ -10,7 +10,7 @@ const kWorld = { center: [10, 25], zoom: 2 };
  * @returns {import('./types.js').View}
  */
 export function wholeView(asked, sources) {
-  const usual = sources.find(({ error }) => !error) ?? sources[0];
+  const usual = sources.find(({ error, usable }) => !error && usable !== false) ?? sources[0];
   const left = asked.left ?? { id: usual?.id ?? '', raw: false, date: '' };
   const source = sources.find(({ id }) => id === left.id);
   const [lon, lat, zoom] = source?.center ?? [...kWorld.center, kWorld.zoom];

@@ -20,6 +20,7 @@
  * @property {number} scheme
  * @property {number} tile_size    pixels
  * @property {boolean} history     whether ?date= chooses among pictures of the past
+ * @property {boolean} usable      whether it can be served
  * @property {?string} error       why the source cannot be served
  * @property {?string} file        name of its definition or raster, without the folder
  */

@@ -43,6 +43,8 @@ export class SideLayer {
     this.tiles.changed();
     this.layer = new TileLayer({
       source: this.tiles,
+      // Of a source that cannot be served every tile would say the same.
+      visible: !source.error,
       extent: extentOf(source),
       // Far beneath the first level every tile of it would be asked for. The limit itself is left out.
       minZoom: source.minzoom - 1.5,

@@ -25,6 +25,7 @@ export class ClientsPanel {
       h('p', { class: 'panel-lead' }, h('strong', {}, source.name), date ? ` of ${date}` : '',
         ' as aligned Web Mercator tiles.'),
       this.choice(),
+      date ? h('p', { class: 'remark' }, 'Lists of all sources are left out: they show the current pictures.') : null,
       ...this.client.recipes(root, source, date).flatMap(({ title, note, text }) => [
         h('h3', {}, title), h('p', { class: 'remark' }, note), copyBlock(title, text)]),
     ];

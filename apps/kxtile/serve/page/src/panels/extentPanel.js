@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: MIT
-import { argumentOf, countLevels, exportCommand, filesCommand, mosaicCommand, mosaicSize } from '../text/commands.js';
+import {
+  argumentOf, countLevels, exportCommand, filesCommand, mosaicCommand, mosaicOfServiceCommand, mosaicSize, nameOfFile,
+} from '../text/commands.js';
 import { root } from '../state/gateway.js';
 import { visibleExtent } from '../text/extent.js';
 import { copyBlock } from '../ui/copyButton.js';
 import { h } from '../ui/dom.js';
 
 const kLevelsAhead = 2;
+/** A picture of fewer pixels shows nothing. */
+const kLeastPixels = 16;
 const kForms = { mbtiles: 'MBTiles', pmtiles: 'PMTiles', tif: 'GeoTIFF' };
 /** From here on kxtile wants to hear --yes for services of others. */
 const kManyTiles = 10000;
@@ -46,7 +50,7 @@ export class ExtentPanel {
       this.extentTable(bounds),
       this.levelFields(source, levels),
       this.tileTable(bounds, levels),
-      ...this.commands(source, bounds, levels, Math.min(zoom, source.maxzoom)),
+      ...this.commands(source, bounds, levels, Math.max(source.minzoom, Math.min(zoom, source.maxzoom))),
     ];
   }
 
@@ -71,7 +75,8 @@ export class ExtentPanel {
 
   setLevels(levels) {
     this.wanted = levels;
-    this.redraw();
+    // Once the key that ended the input has moved the focus, which is kept then.
+    setTimeout(() => this.redraw());
   }
 
   tileTable(bounds, range) {
@@ -86,27 +91,37 @@ export class ExtentPanel {
 
   commands(source, bounds, levels, zoom) {
     const argument = argumentOf(root, source, this.date());
-    const output = `${source.id}.${this.form}`;
+    const name = nameOfFile(source, this.date());
     return [
       h('h3', {}, 'A tree of tile files'),
-      copyBlock('kxtile files', filesCommand(argument, bounds, levels)),
+      copyBlock('kxtile files', filesCommand(argument, bounds, levels, `${name}-tiles`)),
       h('h3', {}, 'One file with all tiles'),
       this.formChoice(),
-      copyBlock('kxtile export', exportCommand(argument, bounds, levels, output)),
-      ...(source.kind === 'raster' ? this.mosaic(source, bounds, zoom) : []),
+      copyBlock('kxtile export', exportCommand(argument, bounds, levels, `${name}.${this.form}`)),
+      h('h3', {}, 'One picture'),
+      ...this.mosaic(source, bounds, zoom, argument, name),
     ];
   }
 
-  mosaic(source, bounds, zoom) {
+  mosaic(source, bounds, zoom, argument, name) {
     if (bounds[0] > bounds[2])
-      return [h('h3', {}, 'One picture'), h('p', { class: 'remark' }, 'A mosaic does not go across 180°; move the view.')];
-    const file = source.file ?? source.id;
+      return [h('p', { class: 'remark' }, 'A mosaic does not go across 180°; move the view.')];
     const [width, height] = mosaicSize(bounds, zoom);
+    const size = `${spaced(width)} × ${spaced(height)} pixels, as on the map at level ${zoom}.`;
+    if (Math.min(width, height) < kLeastPixels)
+      return [h('p', { class: 'remark' }, `${size} Zoom in for a larger one.`)];
+    // A raster is read where it lies; a mosaic of a service is one of tiles that were fetched.
+    if (source.kind === 'raster') {
+      const file = source.file ?? source.id;
+      return [
+        h('p', { class: 'remark' }, `${size} Run it in the folder of ${file}.`),
+        copyBlock('kxtile mosaic', mosaicCommand(file, bounds, zoom, `${name}.png`)),
+      ];
+    }
+    const { total } = countLevels(bounds, [zoom, zoom]);
     return [
-      h('h3', {}, 'One picture'),
-      h('p', { class: 'remark' }, `${spaced(width)} × ${spaced(height)} pixels, as on the map at level ${zoom}. ` +
-        `Run it in the folder of ${file}.`),
-      copyBlock('kxtile mosaic', mosaicCommand(file, bounds, zoom, `${source.id}.png`)),
+      h('p', { class: 'remark' }, `${size} Its ${spaced(total)} ${total === 1 ? 'tile is' : 'tiles are'} fetched first.`),
+      copyBlock('kxtile mosaic', mosaicOfServiceCommand(argument, bounds, zoom, name)),
     ];
   }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-import { h, replace } from '../ui/dom.js';
+import { h, keepFocus } from '../ui/dom.js';
 import { icon } from '../ui/icons.js';
 import { firstAddress, linked, outerLink } from '../ui/links.js';
 import { DateSlider } from './dateSlider.js';
@@ -20,8 +20,8 @@ export class SideCards {
     Object.assign(this, { element, store, sources, comparison });
     const place = () => mapView.place();
     this.sliders = {
-      left: new DateSlider(place, (date) => store.updateSide('left', { date })),
-      right: new DateSlider(place, (date) => store.updateSide('right', { date })),
+      left: new DateSlider('left', place, (date) => store.updateSide('left', { date })),
+      right: new DateSlider('right', place, (date) => store.updateSide('right', { date })),
     };
     mapView.map.on('moveend', () => this.followPlace());
     store.subscribe((view, previous) => {
@@ -32,12 +32,15 @@ export class SideCards {
   }
 
   draw() {
-    const { left, right } = this.store.view;
-    const cards = right
-      ? [this.card('left', left), this.exchange(), this.card('right', right)]
-      : [this.card('left', left)];
-    replace(this.element, ...cards);
+    // A slider is moved into its new card, which takes the focus from it.
+    keepFocus(this.element, () => this.element.replaceChildren(...this.cards()));
     this.followPlace();
+  }
+
+  cards() {
+    const { left, right } = this.store.view;
+    if (!right) return [this.card('left', left)];
+    return [this.card('left', left), this.exchange(), this.card('right', right)];
   }
 
   followPlace() {
@@ -64,7 +67,6 @@ export class SideCards {
       isCompared ? this.chooser(name, isChosen) : null,
       h('div', { class: 'card-name' }, source?.name ?? side.id),
       source ? this.facts(source) : h('p', { class: 'source-error' }, icon('warning'), `This gateway has no source “${side.id}”.`),
-      source?.error ? h('p', { class: 'source-error' }, icon('warning'), source.error) : null,
       source ? credit(source) : null,
       source?.raw ? this.forms(name, side) : null,
       source?.history ? this.sliders[name].element : null);

@@ -46,6 +46,7 @@ export class SourceList {
 
   item(source) {
     const mark = this.marks.get(source.id);
+    const isAlone = this.sources.every((other) => other === source || other.name !== source.name);
     const tags = [kKinds[source.kind] ?? source.kind, kDatums[source.datum] ?? source.datum]
       .map((text) => h('span', { class: 'tag' }, text));
     return h('li', {},
@@ -53,7 +54,7 @@ export class SourceList {
         type: 'button', class: 'source', 'data-key': source.id, 'aria-pressed': String(Boolean(mark)),
         on: { click: () => this.choose(source) },
       },
-      h('span', { class: 'source-name' }, source.name, mark ? h('span', { class: 'mark' }, mark) : null),
+      h('span', { class: 'source-name' }, isAlone ? source.name : `${source.name} (${source.file ?? source.id})`, mark ? h('span', { class: 'mark' }, mark) : null),
       h('span', { class: 'tags' }, ...tags, h('span', { class: 'levels' }, `${source.minzoom}–${source.maxzoom}`)),
       source.attribution ? h('span', { class: 'source-credit' }, source.attribution) : null,
       source.error ? h('span', { class: 'source-error' }, icon('warning'), source.error) : null));

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+import { h, replace } from '../ui/dom.js';
 
 const kStep = 0.02;
 const kPage = 0.1;
@@ -8,10 +9,10 @@ export class Swipe {
   /**
    * @param {{frame: HTMLElement, handle: HTMLElement, left: HTMLElement, right: HTMLElement}} elements
    * @param {import('../state/store.js').Store} store
-   * @param {(side: import('../types.js').Side) => string} nameOf
+   * @param {(side: import('../types.js').Side) => {name: string, form: string}} describe
    */
-  constructor(elements, store, nameOf) {
-    Object.assign(this, { elements, store, nameOf });
+  constructor(elements, store, describe) {
+    Object.assign(this, { elements, store, describe });
     const { handle } = elements;
     handle.addEventListener('pointerdown', (event) => this.grab(event));
     handle.addEventListener('pointermove', (event) => this.drag(event));
@@ -56,8 +57,17 @@ export class Swipe {
     const percent = `${(view.split * 100).toFixed(2)}%`;
     for (const element of [handle, left, right]) element.style.setProperty('--split', percent);
     handle.setAttribute('aria-valuenow', String(Math.round(view.split * 100)));
-    handle.setAttribute('aria-valuetext', `${Math.round(view.split * 100)} % ${this.nameOf(view.left)}`);
-    left.textContent = this.nameOf(view.left);
-    right.textContent = this.nameOf(view.right);
+    handle.setAttribute('aria-valuetext', `${Math.round(view.split * 100)} % ${this.textOf(view.left)}`);
+    for (const [label, side] of [[left, view.left], [right, view.right]]) {
+      const { name, form } = this.describe(side);
+      // A long name is cut short, what tells two forms of a source apart is not.
+      replace(label, h('span', { class: 'side-name' }, name), form ? h('span', { class: 'side-form' }, ` · ${form}`) : null);
+      label.title = this.textOf(side);
+    }
+  }
+
+  textOf(side) {
+    const { name, form } = this.describe(side);
+    return form ? `${name} · ${form}` : name;
   }
 }

@@ -9,8 +9,8 @@ export function tileAddress(template, z, x, y) {
   return root + template.replace('{z}', z).replace('{x}', x).replace('{y}', y);
 }
 
-async function ask(path, signal) {
-  const answer = await fetch(root + path, { signal, headers: { Accept: 'application/json' } });
+async function ask(path, signal, cache = 'default') {
+  const answer = await fetch(root + path, { signal, cache, headers: { Accept: 'application/json' } });
   if (!answer.ok) throw new Error(firstLine(await answer.text()) || `status ${answer.status}`);
   return answer.json();
 }
@@ -22,8 +22,8 @@ export function firstLine(text) {
 }
 
 /** @returns {Promise<{sources: import('../types.js').Source[], version: string}>} */
-export async function fetchSources() {
-  const { sources, version } = await ask('/sources.json');
+export async function fetchSources(signal) {
+  const { sources, version } = await ask('/sources.json', signal, 'no-cache');
   if (!Array.isArray(sources)) throw new Error('its list of sources has another form');
   return { sources, version: String(version ?? '') };
 }

@@ -1,22 +1,26 @@
 // SPDX-License-Identifier: MIT
 // How other programs take a source: texts to copy.
+import { nameOfFile } from './commands.js';
 import { markup, scriptText, shellWord } from './quote.js';
 
 /** @typedef {{title: string, note: string, text: string}} Recipe */
 
-/** The address as programs write it, with the day of a picture of the past. */
-function template(root, source, date) {
-  return root + source.tiles + (date ? `?date=${date}` : '');
-}
+/** The day of a picture of the past, behind an address; what takes no day shows another picture. */
+const dayOf = (date) => (date ? `?date=${date}` : '');
+
+/** The address as programs write it. */
+const template = (root, source, date) => root + source.tiles + dayOf(date);
 
 /** @returns {Recipe[]} */
 function forQgis(root, source, date) {
+  const connection = {
+    title: 'XYZ connection',
+    note: `Browser panel, XYZ Tiles, New Connection; levels ${source.minzoom} to ${source.maxzoom}.`,
+    text: template(root, source, date),
+  };
+  if (date) return [connection];
   return [
-    {
-      title: 'XYZ connection',
-      note: `Browser panel, XYZ Tiles, New Connection; levels ${source.minzoom} to ${source.maxzoom}.`,
-      text: template(root, source, date),
-    },
+    connection,
     {
       title: 'All sources at once',
       note: 'Save this file, then XYZ Tiles, Load Connections.',
@@ -32,7 +36,8 @@ function forQgis(root, source, date) {
 
 /** @returns {Recipe[]} */
 function forGdal(root, source, date) {
-  const description = `${root}/${encodeURIComponent(source.id)}.xml${date ? `?date=${date}` : ''}`;
+  const description = `${root}/${encodeURIComponent(source.id)}.xml${dayOf(date)}`;
+  const file = `${nameOfFile(source, date)}.tif`;
   const wmts = `WMTS:${root}/wmts/1.0.0/WMTSCapabilities.xml,layer=${source.id}`;
   const [west, south, east, north] = source.bounds;
   return [
@@ -45,9 +50,9 @@ function forGdal(root, source, date) {
       title: 'A cut of it as a GeoTIFF',
       note: 'Put in your own extent: west, north, east, south.',
       text: `gdal_translate -projwin ${[west, north, east, south].join(' ')} -projwin_srs EPSG:4326 ` +
-        `-outsize 1024 0 ${shellWord(description)} ${shellWord(`${source.id}.tif`)}`,
+        `-outsize 1024 0 ${shellWord(description)} ${shellWord(file)}`,
     },
-    { title: 'Through WMTS', note: 'Every source is a layer.', text: `gdalinfo ${shellWord(wmts)}` },
+    ...(date ? [] : [{ title: 'Through WMTS', note: 'Every source is a layer.', text: `gdalinfo ${shellWord(wmts)}` }]),
   ];
 }
 
@@ -83,7 +88,7 @@ function forOpenLayers(root, source, date) {
     {
       title: 'TileJSON',
       note: 'Also read by MapLibre, Cesium and others.',
-      text: `${root}/${encodeURIComponent(source.id)}.json`,
+      text: `${root}/${encodeURIComponent(source.id)}.json${dayOf(date)}`,
     },
   ];
 }

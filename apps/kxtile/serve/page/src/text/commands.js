@@ -2,14 +2,35 @@
 import { countTiles, toX, toY } from './mercator.js';
 import { shellWord } from './quote.js';
 
+/** A level serves pixels of its own size and larger ones: by so much, kxtile finds the level. */
+const kAbove = 1 + 2e-9;
+
 /** Metres on Web Mercator's plane that a pixel of a level takes. */
 const pixelSize = (zoom, tileSize) => (2 * Math.PI * 6378137) / (tileSize * 2 ** zoom);
 
-/** Of a pixel: what the digits of a command may be short of. */
+/** Of a pixel: what the digits of an extent may be short of. */
 const kNearlyWhole = 1e-3;
+
+/** In metres: half of the last digit that bounds are written with, for rounding outwards. */
+const kHalfDigit = 0.0005;
 
 /** A number as short as it can be written without losing what matters. */
 const short = (number, digits) => String(Number(number.toFixed(digits)));
+
+/** The resolution of a level as commands write it: ten digits and more, none below the level's own. */
+function resolutionOf(zoom) {
+  const size = pixelSize(zoom, 256) * kAbove;
+  const digits = Math.max(0, 10 - Math.floor(Math.log10(size)));
+  return Number(short(Math.ceil(size * 10 ** digits) / 10 ** digits, digits));
+}
+
+/**
+ * What is made of a source is called, without extension: never as its own file is, which may lie in
+ * the folder where a command is run.
+ */
+export function nameOfFile(source, date) {
+  return [source.id, date, 'cut'].filter(Boolean).join('-');
+}
 
 /**
  * What the command line calls a source: its tiles as this gateway serves them, which is known
@@ -29,9 +50,10 @@ const sharedOptions = (bounds, [from, to]) =>
  * @param {string} argument   what names the source
  * @param {number[]} bounds   west, south, east, north in degrees
  * @param {number[]} levels   first, last
+ * @param {string} folder     that the tree is to stand in
  */
-export function filesCommand(argument, bounds, levels) {
-  return `kxtile files ${shellWord(argument)} ${sharedOptions(bounds, levels)}`;
+export function filesCommand(argument, bounds, levels, folder) {
+  return `kxtile files ${shellWord(argument)} ${sharedOptions(bounds, levels)} -o ${shellWord(folder)}`;
 }
 
 /** @param {string} output  name of the file, whose ending says its form */
@@ -44,11 +66,24 @@ export function exportCommand(argument, bounds, levels, output) {
  * @param {string} raster  its file
  */
 export function mosaicCommand(raster, bounds, zoom, output) {
-  const [west, south, east, north] = bounds;
-  const metres = [toX(west), toY(south), toX(east), toY(north)].map((value) => short(value, 3));
-  const resolution = short(pixelSize(zoom, 256), 6);
+  const resolution = resolutionOf(zoom);
+  const [width, height] = mosaicSize(bounds, zoom);
+  // From the north-western corner as many pixels as are said, whatever the digits lose.
+  const [west, north] = [toX(bounds[0]), toY(bounds[3])].map((value) => Number(short(value, 3)));
+  const [east, south] = [west + width * resolution + kHalfDigit, north - height * resolution - kHalfDigit];
+  const metres = [west, south, east, north].map((value) => short(value, 3));
   return `kxtile mosaic ${shellWord(raster)} --bounds ${metres.join(',')} ` +
     `--crs EPSG:3857 --resolution ${resolution} -o ${shellWord(output)}`;
+}
+
+/**
+ * The same of a service: its tiles of the level first, then the picture of these.
+ * @param {string} name  of both files, without extension
+ */
+export function mosaicOfServiceCommand(argument, bounds, zoom, name) {
+  const tiles = `${name}-${zoom}.mbtiles`;
+  return `${exportCommand(argument, bounds, [zoom, zoom], tiles)} &&\n` +
+    mosaicCommand(tiles, bounds, zoom, `${name}.png`);
 }
 
 /** Width and height in pixels of the mosaic's picture: whole pixels only, as kxtile makes them. */

@@ -8,6 +8,7 @@ export function onFirstWorld({ z, x, y }) {
 }
 
 function formatMs(ms) {
+  if (ms < 0.1) return '<0.1 ms';
   return `${ms.toFixed(ms >= 10 ? 0 : ms >= 1 ? 1 : 2)} ms`;
 }
 

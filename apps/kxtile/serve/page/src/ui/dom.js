@@ -27,11 +27,23 @@ export function byId(id) {
   return element;
 }
 
-/** Replaces what an element holds; the focus stays on the child with the same data-key. */
-export function replace(element, ...children) {
+/**
+ * Changes what an element holds; the focus stays on the child with the same data-key, where a number
+ * is selected as after the tab key.
+ * @param {() => void} change
+ */
+export function keepFocus(element, change) {
   const key = element.contains(document.activeElement) ? document.activeElement.dataset.key : '';
-  element.replaceChildren(...children.filter(Boolean));
-  if (key) element.querySelector(`[data-key="${CSS.escape(key)}"]`)?.focus({ preventScroll: true });
+  change();
+  if (!key) return;
+  const focused = element.querySelector(`[data-key="${CSS.escape(key)}"]`);
+  focused?.focus({ preventScroll: true });
+  if (focused?.type === 'number') focused.select();
+}
+
+/** Replaces what an element holds, keeping the focus. */
+export function replace(element, ...children) {
+  keepFocus(element, () => element.replaceChildren(...children.filter(Boolean)));
 }
 
 /** Calls a function once things have been quiet for a while. */
