@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "Command.h"
 #include "KxFile.h"
+#include "OutputFile.h"
 #include "UnfinishedFiles.h"
 #include "export/ArchiveSink.h"
 #include "export/EarlierArchive.h"
@@ -217,6 +218,7 @@ void RunExport(const GlobalOptions& options, const ExportArguments& arguments)
     const Form form = FormOf(arguments.m_output);
     const TileList tiles = MakeList(arguments.m_job, form);
     const TileOrigin origin(arguments.m_job.m_source, arguments.m_job.m_size, options);
+    CheckNotItsSource(arguments.m_output, origin.GetRasterPath());
     if (arguments.m_job.m_dryRun)
         return PrintDryRun(options, origin, tiles, EstimateSize(tiles, origin, [](const HostTile&) {
                                return std::optional<std::uint64_t>();

@@ -205,6 +205,7 @@ Mosaic Prepare(const MosaicArguments& arguments)
     mosaic.m_asked = InMetres(mosaic.m_crs, bounds);
     mosaic.m_grid = PlanMosaic({bounds, arguments.m_resolution}, mosaic.m_asked.m_metresPerUnit);
     CheckFolder(arguments.m_output);
+    CheckNotItsSource(arguments.m_output, arguments.m_raster);
     const bool needsPrj =
         arguments.m_worldFile || (IsTiff(arguments.m_output) && !mosaic.m_crs.EpsgCode());
     if (needsPrj)
@@ -395,9 +396,12 @@ void AddMosaicCommand(CLI::App& app, const GlobalOptions& options)
                       arguments->m_worldFile,
                       "Also write a world file and a .prj file beside the picture");
     command->footer(
-        "Pixels count from the west and north edge of the bounds, each the nearest pixel of the\n"
-        "raster. What the raster does not cover is transparent; JPEG has no transparency, there "
-        "it\nis black. A .tif carries its georeference.\n"
+        "Pixels count from the west and north edge of the bounds, each the nearest pixel of the "
+        "level\nthat serves the resolution, which must be one of the raster's. What the raster "
+        "does not\ncover is transparent; JPEG has no transparency, there it is black. A .tif "
+        "carries its\ngeoreference. A picture of more than twice as many columns as rows, or rows "
+        "as columns, is\nsampled from edge to edge: its own pixel size and bounds are those that "
+        "--json and the\ngeoreference tell.\n"
         "Examples:\n"
         "  kxtile mosaic world.tif --bounds 5.9,45.8,10.5,47.8 --crs EPSG:4326 --resolution 0.01 "
         "-o alps.tif\n"

@@ -51,6 +51,15 @@ void WriteBytes(const unsigned char* bytes, std::size_t size, const std::string&
 
 } // namespace
 
+void CheckNotItsSource(const std::string& path, const std::string& source)
+{
+    std::error_code error; // what is not there is not the same
+    if (std::filesystem::equivalent(path, source, error))
+        throw CommandError(kExitWrongUsage,
+                           fmt::format("'{}' is what the output is made from", path),
+                           "Give the output another name.");
+}
+
 void CheckOutputFormat(const std::string& path)
 {
     static const std::set<std::string> kWritable{"", "png", "jpeg", "webp", "tif", "tiff"};

@@ -31,6 +31,10 @@ void WriteText(const std::string& text, const std::string& path);
 /// @throws CommandError (wrong usage)
 void CheckOutputFormat(const std::string& path);
 
+/// Refuses an output that is the file that it is made from, under whatever name.
+/// @throws CommandError (wrong usage)
+void CheckNotItsSource(const std::string& path, const std::string& source);
+
 /// Writes a picture in the format of the path's extension.
 /// @throws CommandError as WriteTile
 void WritePicture(const KxC::KxImageData& image, const std::string& path);

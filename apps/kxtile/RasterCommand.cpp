@@ -115,6 +115,7 @@ OutputPath(const RasterArguments& arguments, const HostTile& tile, const KxC::Kx
 void RunTile(const GlobalOptions& options, const RasterArguments& arguments)
 {
     CheckOutputFormat(arguments.m_output);
+    CheckNotItsSource(arguments.m_output, arguments.m_raster);
     const HostTile tile = ParseHostTile(arguments.m_address);
     const auto cut = CutTile(arguments, tile);
     const WrittenTile written = WriteTile(*cut, OutputPath(arguments, tile, *cut));

@@ -431,6 +431,19 @@ class RasterTest(KxtileTestCase):
         self.assertIn("the folder exists", message(output="none/m.png"))
         self.assertEqual(list(self.folder.glob("m*")), [])
 
+    def test_a_raster_is_never_replaced_by_what_is_made_of_it(self):
+        raster = self.folder / "own.tif"
+        raster.write_bytes(b"II*\0 whatever it holds")
+        (self.folder / "link.tif").symlink_to(raster)
+        before = raster.read_bytes()
+        for name in ("own.tif", "link.tif"):
+            for command in (["mosaic", "own.tif", "--bounds=0,0,10,10", "--crs", "EPSG:4326",
+                             "--resolution", "0.5", "-o", name],
+                            ["raster", "tile", "own.tif", "0/0/0", "-o", name]):
+                done = self.kxtile(*command, status=2)
+                self.assertIn(b"made from", done.stderr)
+                self.assertEqual(raster.read_bytes(), before)
+
     def test_bounds_may_begin_with_a_minus(self):
         west = self.failure("mosaic", self.made, "--bounds", "-78.3,24.0,-76.8,25.4", "--crs",
                             "EPSG:4326", "--resolution", "0.001", "-o", "m.png")
