@@ -27,7 +27,7 @@ constexpr std::uint16_t kTypeAscii = 2;
 constexpr std::uint16_t kTypeShort = 3;
 constexpr std::uint16_t kTypeDouble = 12;
 
-constexpr std::uint16_t kModelType = 1024;   ///< 1 projected, 2 geographic
+constexpr std::uint16_t kModelType = 1024;   ///< 1 projected, 2 geographic, kUserDefined
 constexpr std::uint16_t kRasterType = 1025;  ///< 1 pixels are areas
 constexpr std::uint16_t kGeodeticCrs = 2048; ///< EPSG code
 constexpr std::uint16_t kGeodeticCitation = 2049;
@@ -77,10 +77,12 @@ Tag GeoKeys(const GeoTiffCrs& crs)
 {
     const bool named = crs.m_epsg > 0 && crs.m_epsg < kUserDefined;
     const auto code = static_cast<std::uint16_t>(named ? crs.m_epsg : kUserDefined);
+    // GDAL looks for a text where the model, too, is the user's own.
+    const int model = !named ? kUserDefined : crs.m_inDegrees ? 2 : 1;
     std::vector<std::uint16_t> keys{kModelType,
                                     0,
                                     1,
-                                    static_cast<std::uint16_t>(crs.m_inDegrees ? 2 : 1),
+                                    static_cast<std::uint16_t>(model),
                                     kRasterType,
                                     0,
                                     1,
