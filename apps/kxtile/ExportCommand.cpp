@@ -12,7 +12,9 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include <atomic>
 #include <cstdio>
+#include <exception>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -63,8 +65,13 @@ bool CheckOutput(const ExportArguments& arguments, Form form)
                            "--overwrite makes it anew, from tiles that are kept where they are.");
     std::error_code error;
     const auto status = std::filesystem::status(path, error);
-    if (status.type() == std::filesystem::file_type::not_found)
+    if (status.type() == std::filesystem::file_type::not_found) {
+        if (!arguments.m_job.m_retry.empty())
+            throw CommandError(kExitFailed,
+                               fmt::format("there is no '{}' that the list's tiles are of", path),
+                               "Give --bounds and --levels instead of --retry.");
         return false;
+    }
     if (!std::filesystem::is_regular_file(status))
         throw CommandError(
             kExitFailed, fmt::format("'{}' is there and no file", path), "Give another name.");
@@ -74,6 +81,16 @@ bool CheckOutput(const ExportArguments& arguments, Form form)
                            "--overwrite makes it anew; --resume takes the tiles that it has (not "
                            "of .tif) and fetches the others.");
     return arguments.m_resume;
+}
+
+/// A list alone would make a file of nothing else.
+void CheckRetry(const ExportArguments& arguments)
+{
+    if (!arguments.m_job.m_retry.empty() && !arguments.m_resume)
+        throw CommandError(kExitWrongUsage,
+                           "--retry needs --resume",
+                           "The tiles of the list are put into the file that is there; without a "
+                           "list --resume fetches all that is missing.");
 }
 
 /// Of a picture the deepest level alone is needed.
@@ -135,7 +152,8 @@ try {
 TileResult Export(const HostTile& tile,
                   const TileOrigin& origin,
                   const EarlierArchive* earlier,
-                  TileSink& sink)
+                  TileSink& sink,
+                  std::atomic<std::uint64_t>& added)
 {
     if (sink.HasFailed())
         return {TileOutcome::Failed, 0, "the file cannot be written"};
@@ -146,6 +164,7 @@ TileResult Export(const HostTile& tile,
     if (fetched.m_bytes == nullptr)
         return {fetched.m_outcome, 0, fetched.m_why};
     sink.Add(tile, *fetched.m_bytes);
+    added.fetch_add(1, std::memory_order_relaxed);
     return {fetched.m_outcome, fetched.m_bytes->GetSize(), {}};
 }
 
@@ -160,9 +179,10 @@ public:
               Form form)
         : m_options(options), m_arguments(arguments), m_origin(origin), m_tiles(tiles),
           m_job(arguments.m_job.OptionsFor(options, arguments.m_output + ".failed-tiles.txt")),
-          m_again(form == Form::GeoTiff ? "--overwrite" : "--resume")
+          m_isPicture(form == Form::GeoTiff), m_again(m_isPicture ? "--overwrite" : "--resume")
     {
-        m_job.m_onEnd = [this](const TileJobEnd& end) { Print(end); };
+        m_job.m_listRemark = m_isPicture ? "The same command with --overwrite tries them again."
+                                         : "Try them again with --resume --retry and this file.";
     }
 
     void Run(std::unique_ptr<TileSink> sink, const EarlierArchive* earlier)
@@ -171,13 +191,19 @@ public:
         if (earlier != nullptr)
             RunStoppable(
                 [&] { TakeOver(*earlier, *sink); }, signals, [&] { Stop(*sink, TileJobEnd()); });
-        m_job.m_onAbandon = [&](const std::vector<HostTile>&) { sink->Abandon(); };
+        m_job.m_onEnd = [&](const TileJobEnd& end) {
+            if (!KeepPart(*sink, signals, end))
+                sink->Abandon();
+            Print(end);
+        };
         const TileJobEnd end = RunTileJob(
             m_tiles,
-            [&](const HostTile& tile) { return Export(tile, m_origin, earlier, *sink); },
+            [&](const HostTile& tile) { return Export(tile, m_origin, earlier, *sink, m_added); },
             m_job);
         const bool hasTiles = end.m_counts.m_made + end.m_counts.m_kept > 0;
-        if (!end.m_isInterrupted && (hasTiles || sink->HasFailed()))
+        if (end.m_isInterrupted)
+            KeepPart(*sink, signals, end);
+        else if (hasTiles || sink->HasFailed())
             RunStoppable([&] { sink->Finish(); }, signals, [&] { Stop(*sink, end); });
         sink.reset();
         Print(end);
@@ -190,6 +216,25 @@ public:
     }
 
 private:
+    /// After an interruption: what was fetched by then becomes a file that --resume goes on with.
+    /// A complete file that was to be replaced is worth more than a part of the new one.
+    /// @return whether there is a file with new tiles now
+    bool KeepPart(TileSink& sink, const StopSignals& signals, const TileJobEnd& end) noexcept
+    {
+        std::error_code error;
+        const bool replaces =
+            m_arguments.m_overwrite && std::filesystem::exists(m_arguments.m_output, error);
+        if (m_isPicture || replaces || m_added.load() == 0 || sink.HasFailed())
+            return false;
+        try {
+            RunStoppable([&] { sink.Finish(); }, signals, [&] { Stop(sink, end); });
+            m_isPartKept = true;
+        } catch (const std::exception& failure) {
+            fmt::print(stderr, "kxtile: {}\n", failure.what());
+        }
+        return m_isPartKept;
+    }
+
     /// Before the process ends in the middle of a step.
     void Stop(TileSink& sink, TileJobEnd end) const
     {
@@ -201,7 +246,11 @@ private:
     void Print(const TileJobEnd& end) const
     {
         PrintJobEnd(m_options, end, m_arguments.m_output, m_job.m_failedList, m_again);
-        if (end.m_isInterrupted)
+        if (m_isPartKept)
+            fmt::print(stderr,
+                       "kxtile: '{}' holds what was there by then; --resume goes on with it\n",
+                       m_arguments.m_output);
+        else if (end.m_isInterrupted)
             fmt::print(stderr, "kxtile: '{}' was not written\n", m_arguments.m_output);
     }
 
@@ -210,12 +259,16 @@ private:
     const TileOrigin& m_origin;
     const TileList& m_tiles;
     TileJobOptions m_job;
+    const bool m_isPicture;
     const char* m_again;
+    std::atomic<std::uint64_t> m_added{0}; ///< tiles of this run in the file
+    bool m_isPartKept = false;
 };
 
 void RunExport(const GlobalOptions& options, const ExportArguments& arguments)
 {
     const Form form = FormOf(arguments.m_output);
+    CheckRetry(arguments);
     const TileList tiles = MakeList(arguments.m_job, form);
     const TileOrigin origin(arguments.m_job.m_source, arguments.m_job.m_size, options);
     CheckNotItsSource(arguments.m_output, origin.GetRasterPath());
@@ -240,8 +293,6 @@ void AddExportCommand(CLI::App& app, const GlobalOptions& options)
         "export", "Gather the tiles of an area in one file: MBTiles, PMTiles or GeoTIFF");
     const auto arguments = std::make_shared<ExportArguments>();
     arguments->m_job.AddTo(*command);
-    // A list alone would make a file of nothing else: --resume is what takes its place here.
-    command->remove_option(command->get_option("--retry"));
     command
         ->add_option("-o,--output", arguments->m_output, "FILE.mbtiles, FILE.pmtiles or FILE.tif")
         ->required();
@@ -261,12 +312,14 @@ void AddExportCommand(CLI::App& app, const GlobalOptions& options)
         "it is whole; one with\nfailures holds the tiles that there are.\n"
         "Exit codes: 0 complete; 1 failed; 2 wrong usage; 3 complete, but some tiles do not exist "
         "at\nthe source; 4 some tiles failed (they are listed; --resume fetches them); 130 "
-        "interrupted,\nnothing is written.\nExamples:\n"
+        "interrupted:\nan archive holds what was there by then, and --resume goes on with it; a "
+        "GeoTIFF is not written.\nExamples:\n"
         "  kxtile export city.toml --bounds 116.2,39.8,116.6,40.0 --levels 8-14 -o city.mbtiles\n"
         "  kxtile export survey.tif --bounds 5.9,45.8,10.5,47.8 --levels 0-12 -o survey.pmtiles\n"
         "  kxtile export city.toml --bounds 116.2,39.8,116.6,40.0 --levels 14 -o city.tif\n"
         "  kxtile export city.toml --bounds 116.2,39.8,116.6,40.0 --levels 8-14 -o city.mbtiles "
-        "--resume");
+        "--resume\n"
+        "  kxtile export city.toml --retry city.mbtiles.failed-tiles.txt -o city.mbtiles --resume");
     command->callback([&options, arguments] { RunExport(options, *arguments); });
 }
 

@@ -76,7 +76,7 @@ void RemoveOrphans(const std::string& folder)
     for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
         const pid_t owner = OwnerOf(entry.path().filename().native());
         if (owner != 0 && IsGone(owner))
-            std::filesystem::remove(entry.path(), error);
+            std::filesystem::remove_all(entry.path(), error);
     }
 }
 

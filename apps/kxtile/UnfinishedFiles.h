@@ -11,7 +11,8 @@ namespace KxTileHost {
 /// and keeps the process from opening any file from now on: it is to end at once.
 void RemoveUnfinishedForGood(const std::vector<std::string>& folders) noexcept;
 
-/// Removes from a folder the temporary files of processes that are no more.
+/// Removes from a folder the temporary files, and folders with what is in them, of processes that
+/// are no more: .kxtile-<process>-<anything>.tmp.
 void RemoveOrphans(const std::string& folder);
 
 } // namespace KxTileHost

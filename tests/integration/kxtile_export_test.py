@@ -261,6 +261,8 @@ class ExportTest(KxtileTestCase):
         self.export(self.template, "--bounds", WORLD, "--levels", "0", "-o", "out.pmtiles")
         done = self.kxtile("export", *arguments, "--resume", status=4)
         self.assertIn(b"--resume", done.stderr)
+        self.assertIn("# Try them again with --resume --retry and this file.",
+                      bad.read_text().splitlines())
         self.assertEqual(sum(not line.startswith("#")
                              for line in bad.read_text().splitlines()), 4)
         end = self.export(*arguments, "--resume")
@@ -347,27 +349,80 @@ class ExportTest(KxtileTestCase):
 
     # Interrupted
 
-    def test_ctrl_c_leaves_nothing_half_made(self):
-        for name in ("out.mbtiles", "out.pmtiles", "out.tif"):
+    def interrupt(self, service, *arguments, hanging=4):
+        """What an export says that is interrupted when so many requests hang."""
+        process = subprocess.Popen(
+            [KXTILE, "--json", "--timeout", "3600", "--no-disk-cache", "export", service.template,
+             *arguments, "--jobs", str(hanging)], env=self.environment, cwd=self.folder,
+            stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        self.addCleanup(process.kill)
+        for _ in range(hanging):
+            self.assertTrue(service.hanging.acquire(timeout=LONG))
+        process.send_signal(signal.SIGINT)
+        # Its requests would go on for an hour.
+        output, errors = process.communicate(timeout=LONG)
+        self.assertEqual(process.returncode, 130, errors)
+        end = json.loads(output.splitlines()[-1])
+        self.assertTrue(end["interrupted"])
+        return end, errors
+
+    def test_ctrl_c_leaves_an_archive_to_go_on_with(self):
+        for name in ("out.mbtiles", "out.pmtiles"):
             service = self.service()
-            service.answered = 6
-            process = subprocess.Popen(
-                [KXTILE, "--json", "--timeout", "3600", "export", service.template, "--bounds",
-                 WORLD, "--levels", "3", "--jobs", "4", "-o", name],
-                env=self.environment, cwd=self.folder, stdout=subprocess.PIPE,
-                stderr=subprocess.PIPE)
-            self.addCleanup(process.kill)
-            for _ in range(4):
-                self.assertTrue(service.hanging.acquire(timeout=LONG))
-            process.send_signal(signal.SIGINT)
-            # Its requests would go on for an hour.
-            output, errors = process.communicate(timeout=LONG)
-            self.assertEqual(process.returncode, 130, errors)
-            end = json.loads(output.splitlines()[-1])
-            self.assertEqual((end["interrupted"], end["made"]), (True, 6))
-            self.assertIn(b"was not written", errors)
             (self.folder / "served.png").unlink()
-            self.assertEqual(self.files(), [])
+            service.answered = 6
+            arguments = ["--bounds", WORLD, "--levels", "3", "-o", name]
+            end, errors = self.interrupt(service, *arguments)
+            self.assertEqual(end["made"], 6)
+            self.assertIn(b"--resume", errors)
+            self.assertEqual(self.files(), [name])
+            self.assertEqual(len(self.tiles_of(name)), 6)
+            # Once more, and in vain: the file stays as it is.
+            service.answered = 0
+            before = (self.folder / name).read_bytes()
+            end, errors = self.interrupt(service, *arguments, "--resume")
+            self.assertIn(b"was not written", errors)
+            self.assertEqual((self.folder / name).read_bytes(), before)
+            service.answered = 10 ** 9
+            done = self.kxtile("--json", "export", service.template, *arguments, "--resume")
+            end = json.loads(done.stdout.splitlines()[-1])
+            self.assertEqual((end["made"], end["kept"]), (58, 6))
+            self.assertEqual(len(self.tiles_of(name)), 64)
+            self.assertEqual(self.files(), [name])
+            (self.folder / name).unlink()
+
+    def test_ctrl_c_leaves_no_part_of_a_picture_nor_in_the_place_of_a_file(self):
+        for name in ("out.tif", "out.mbtiles"):
+            service = self.service()
+            (self.folder / "served.png").unlink()
+            service.answered = 6
+            (self.folder / name).write_text("complete")
+            end, errors = self.interrupt(service, "--bounds", WORLD, "--levels", "3", "-o", name,
+                                         "--overwrite")
+            self.assertEqual(end["made"], 6)
+            self.assertIn(b"was not written", errors)
+            self.assertEqual(self.files(), [name])
+            self.assertEqual((self.folder / name).read_text(), "complete")
+            (self.folder / name).unlink()
+
+    def test_a_list_is_tried_again_into_the_file(self):
+        service = self.service()
+        self.export(service.template, "--bounds", "-180,0,0,85", "--levels", "2", "-o", "a.pmtiles")
+        (self.folder / "list").write_text("3/3/2\n2/2/2\n0/0/2\n")
+        asked = len(service.paths)
+        end = self.export(service.template, "--retry", "list", "-o", "a.pmtiles", "--resume",
+                          "--failed", "list")
+        self.assertEqual((end["made"], end["kept"]), (2, 1))
+        self.assertEqual(len(service.paths) - asked, 2)
+        self.assertEqual(set(self.tiles_of("a.pmtiles")),
+                         {(2, 0, 0), (2, 1, 0), (2, 0, 1), (2, 1, 1), (2, 3, 3), (2, 2, 2)})
+        self.assertFalse((self.folder / "list").exists())
+        (self.folder / "list").write_text("3/3/2\n")
+        arguments = ["export", service.template, "--retry", "list", "-o"]
+        done = self.kxtile(*arguments, "a.pmtiles", status=2)
+        self.assertIn(b"--retry needs --resume", done.stderr)
+        done = self.kxtile(*arguments, "b.pmtiles", "--resume", status=1)
+        self.assertIn(b"there is no 'b.pmtiles'", done.stderr)
 
     def test_what_a_killed_run_left_is_removed(self):
         service = self.service()

@@ -44,6 +44,9 @@ ArchiveSink::ArchiveSink(const std::string& path,
 
 void ArchiveSink::Add(const HostTile& tile, const KxC::KxRawData& bytes)
 {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_isClosed)
+        throw std::runtime_error("the file is complete");
     if (m_writer.AddTile(tile.m_z, tile.RowFromSouth(), tile.m_x, bytes.GetData(), bytes.GetSize()))
         return;
     if (m_format == KxC::KxTileArchiveFormat_PMTiles && !IsForPmTiles(bytes))
@@ -54,6 +57,8 @@ void ArchiveSink::Add(const HostTile& tile, const KxC::KxRawData& bytes)
 
 void ArchiveSink::Finish()
 {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_isClosed = true;
     if (m_writer.Finish())
         return;
     if (m_isWrongType)

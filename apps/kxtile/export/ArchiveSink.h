@@ -5,6 +5,7 @@
 #include "TileSink.h"
 
 #include <atomic>
+#include <mutex>
 
 namespace KxTileHost {
 
@@ -27,6 +28,8 @@ private:
     const std::string m_folder;
     const KxC::KxTileArchiveFormat m_format;
     KxC::KxTileArchiveWriter m_writer;
+    std::mutex m_mutex; ///< Finish must not meet Add
+    bool m_isClosed = false;
     std::atomic<bool> m_hasFailed{false};
     std::atomic<bool> m_isWrongType{false}; ///< of the tile that was not taken
 };

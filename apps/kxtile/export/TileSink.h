@@ -22,7 +22,7 @@ public:
     virtual void Add(const HostTile& tile, const KxC::KxRawData& bytes) = 0;
     /// Whether nothing more can be written; tiles need no longer be fetched then. Any thread.
     virtual bool HasFailed() const = 0;
-    /// Completes the file.
+    /// Completes the file; what other threads add from now on is not taken.
     /// @throws CommandError
     virtual void Finish() = 0;
     /// Removes what was begun, though other threads may be at Add or Finish: the process is to end

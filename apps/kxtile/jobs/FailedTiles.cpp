@@ -20,8 +20,7 @@ namespace {
 
 /// A list that is longer than this is none that a run of ours has written.
 constexpr std::size_t kMaxTiles = 50'000'000;
-constexpr char kHeader[] = "# Tiles that failed: COLUMN/ROW/LEVEL, rows from the north, and why.\n"
-                           "# Try them again with --retry and this file.\n";
+constexpr char kHeader[] = "# Tiles that failed: COLUMN/ROW/LEVEL, rows from the north, and why.\n";
 
 std::string OneLine(std::string text)
 {
@@ -73,8 +72,9 @@ std::vector<HostTile> ReadTileList(const std::string& path)
     return tiles;
 }
 
-FailedTiles::FailedTiles(std::string path)
-    : m_path(std::move(path)), m_temporary(fmt::format("{}.{}.tmp", m_path, ::getpid()))
+FailedTiles::FailedTiles(std::string path, std::string remark)
+    : m_path(std::move(path)), m_temporary(fmt::format("{}.{}.tmp", m_path, ::getpid())),
+      m_remark(std::move(remark))
 {
 }
 
@@ -101,7 +101,7 @@ void FailedTiles::Begin()
     if (!folder.empty())
         std::filesystem::create_directories(folder, error);
     m_file.open(m_temporary);
-    m_file << kHeader;
+    m_file << kHeader << "# " << m_remark << '\n';
 }
 
 /// What is no tile's line is left out: somebody else's, which no run could take.

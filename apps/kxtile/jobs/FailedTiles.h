@@ -20,8 +20,10 @@ std::vector<HostTile> ReadTileList(const std::string& path);
 class FailedTiles
 {
 public:
-    /// @param path  empty writes nothing
-    explicit FailedTiles(std::string path);
+    /// @param path    empty writes nothing
+    /// @param remark  for people, how to try them again; one line
+    explicit FailedTiles(std::string path,
+                         std::string remark = "Try them again with --retry and this file.");
     /// Takes back what was not finished.
     ~FailedTiles();
     FailedTiles(const FailedTiles&) = delete;
@@ -47,6 +49,7 @@ private:
 
     std::string m_path;
     std::string m_temporary;
+    std::string m_remark;
     std::ofstream m_file;
     std::uint64_t m_count = 0;
 };

@@ -34,7 +34,8 @@ class JobTally
 {
 public:
     /// @param listPath  of the list of failed tiles, empty for none
-    explicit JobTally(const std::string& listPath) : m_list(listPath) {}
+    /// @param remark    at its beginning, for people
+    JobTally(const std::string& listPath, const std::string& remark) : m_list(listPath, remark) {}
 
     void Add(const HostTile& tile, const TileResult& result);
     JobCounts Counts() const;

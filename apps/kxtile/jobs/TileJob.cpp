@@ -227,7 +227,7 @@ TileJobEnd RunTileJob(const TileList& tiles, const TileWork& work, const TileJob
 {
     const auto start = Clock::now();
     const StopSignals signals;
-    JobTally tally(options.m_failedList);
+    JobTally tally(options.m_failedList, options.m_listRemark);
     JobProgress progress(options.m_json, tiles.Count());
     progress.Show({});
     Workers workers(tiles, work, tally);

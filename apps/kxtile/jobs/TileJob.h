@@ -26,7 +26,8 @@ struct TileJobOptions
     int m_threads = 1;
     bool m_json = false;      ///< progress as JSON lines on standard output
     std::string m_failedList; ///< path of the list of failed tiles, empty for none
-    std::string m_retried;    ///< path of the list that the tiles are from, empty for none
+    std::string m_listRemark = "Try them again with --retry and this file."; ///< in that list
+    std::string m_retried; ///< path of the list that the tiles are from, empty for none
     /// Called when the process is about to end though the work on some tiles, given here, still
     /// goes on, waiting for a service: takes back what that work leaves unfinished. The workers
     /// still run. May be empty.

@@ -68,6 +68,22 @@ TEST_F(UnfinishedFiles, OfGoneProcessesAreRemoved)
     RemoveOrphans(m_folder.File("5.png"));
 }
 
+TEST_F(UnfinishedFiles, GoWithTheirFolders)
+{
+    const std::string gone = ".kxtile-" + std::to_string(GoneProcess()) + "-";
+    const std::string own = ".kxtile-" + std::to_string(::getpid()) + "-";
+    for (const std::string& folder : {gone + "x7Ab2C.tmp", own + "x7Ab2C.tmp", gone + "mine"}) {
+        fs::create_directories(m_folder.File(folder + "/strips"));
+        Write(folder + "/strips/1.tif");
+    }
+    // Where a link leads is nobody's business here.
+    fs::create_directory_symlink(m_folder.File(gone + "mine"), m_folder.File(gone + "link.tmp"));
+    RemoveOrphans(m_folder.Path().string());
+    EXPECT_THAT(Names(), UnorderedElementsAre(own + "x7Ab2C.tmp", gone + "mine"));
+    EXPECT_TRUE(fs::exists(m_folder.File(gone + "mine/strips/1.tif")));
+    EXPECT_TRUE(fs::exists(m_folder.File(own + "x7Ab2C.tmp/strips/1.tif")));
+}
+
 using UnfinishedFilesDeathTest = UnfinishedFiles;
 
 TEST_F(UnfinishedFilesDeathTest, OfThisProcessAreRemovedAndNoOthersBegun)
