@@ -417,6 +417,21 @@ describe('faults', () => {
     assert.ok(map.requests.some((url) => url.includes('/part/')));
   }));
 
+  it('of a source that cannot be served are said once, and no tile of it is asked for', async () => {
+    const { marble } = definitionsOf(origin.address);
+    const locking = await startGateway({ alocked: { ...marble, name: 'Locked', enabled: false }, marble });
+    const map = await MapPage.open(browser, locking.address, '#4/31/116&left=alocked');
+    await map.page.waitForSelector('#notices .fault');
+    assert.match(await map.text('#notices'), /^Locked: /);
+    assert.deepEqual(map.requests.filter((url) => url.includes('/alocked/')), []);
+    assert.deepEqual(map.faults, []);
+    await map.close();
+    const usual = await MapPage.open(browser, locking.address);
+    assert.match(await usual.hash(), /left=marble/);
+    await usual.close();
+    await locking.stop();
+  });
+
   it('of an address that names no source are said', () => on('#4/31/116&left=nowhere', async (map) => {
     assert.match(await map.text('#sides'), /This gateway has no source “nowhere”/);
   }));
