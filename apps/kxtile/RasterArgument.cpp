@@ -21,7 +21,8 @@ namespace {
 constexpr double kPixelsPerTile = 256;
 
 /// Says why no raster opened.
-[[noreturn]] void ThrowNotOpened(const std::string& path)
+/// @param why  in the reader's words; empty when there is none
+[[noreturn]] void ThrowNotOpened(const std::string& path, const std::string& why)
 {
     std::error_code error;
     if (!std::filesystem::exists(path, error))
@@ -33,10 +34,14 @@ constexpr double kPixelsPerTile = 256;
         throw CommandError(kExitFailed,
                            fmt::format("no plug-in reads '{}' files", ext.Cstr()),
                            "Readers are found in the plug-in folder, or in $KXTILE_PLUGIN_PATH.");
-    throw CommandError(kExitFailed,
-                       fmt::format("cannot open the raster '{}'", path),
-                       "It is damaged, or has no georeference: a world file beside it counts as "
-                       "one. kxtile.log may say more.");
+    if (reader->IsAvailable() == 0)
+        throw CommandError(kExitFailed,
+                           fmt::format("the plug-in that reads '{}' files cannot work", ext.Cstr()),
+                           "PROJ's database is missing: install PROJ's data, or set PROJ_DATA to "
+                           "its folder.");
+    throw CommandError(
+        kExitFailed,
+        fmt::format("cannot open the raster '{}'{}{}", path, why.empty() ? "" : ": ", why));
 }
 
 } // namespace
@@ -46,7 +51,7 @@ KxC::KxRasterDataAccessor& OpenRasterFile(const std::string& path)
     KxC::KxRasterDataAccessor* const raster =
         KxC::m_gRasterAccessorManager.OpenDataAccessor(path.c_str());
     if (raster == nullptr)
-        ThrowNotOpened(path);
+        ThrowNotOpened(path, KxC::KxRasterDataAccessor::GetThreadError().Cstr());
     return *raster;
 }
 

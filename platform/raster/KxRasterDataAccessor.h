@@ -80,7 +80,8 @@ public:
     static unsigned long long GetThreadReadFailures();
     /// Why the last Open or read that failed did, in words for whoever has the file; empty before
     /// the first, and after an Open that went well. Reads that go well leave it be, because one
-    /// piece of work makes several. Valid until the thread opens or reads again.
+    /// piece of work makes several. One line of at most 500 bytes. Valid until the thread opens or
+    /// reads again.
     static const KxString& GetThreadError();
     /// @}
 

@@ -29,12 +29,13 @@ public:
     class Loan
     {
     public:
+        /// @throws RasterError when the raster does not open, or no longer
         explicit Loan(DatasetPool& pool) : m_pool(pool), m_file(pool.Borrow()) {}
         ~Loan() { m_pool.GiveBack(std::move(m_file)); }
         Loan(const Loan&) = delete;
         Loan& operator=(const Loan&) = delete;
 
-        /// Null when the raster does not open, or no longer.
+        /// Null at the end of the process, when nothing is read any more.
         RasterFile* Get() const { return m_file.get(); }
 
     private:

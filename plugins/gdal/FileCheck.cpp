@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "FileCheck.h"
 
+#include "RasterError.h"
 #include "VirtualRaster.h"
 
 #include <gdal_priv.h>
@@ -52,42 +53,52 @@ std::string DriverOf(const std::string& path)
     const std::string_view name = driver != nullptr ? GDALGetDriverShortName(driver) : "";
     const bool isUsual =
         std::find(std::begin(kDrivers), std::end(kDrivers), name) != std::end(kDrivers);
-    return isUsual ? std::string(name) : std::string();
+    if (isUsual)
+        return std::string(name);
+    throw RasterError(name.empty()
+                          ? "it is of no format that rasters have, or damaged"
+                          : "it is of a format that is not read here: " + std::string(name));
 }
 
 /// Counts what a virtual raster leads to.
 class Walk
 {
 public:
-    /// @return reads that one of the file causes, 0 when it must not be read
+    /// @return reads that one of the file causes
+    /// @throws RasterError when it must not be read
     double Reads(const std::string& path, int depth)
     {
-        if (const auto known = m_reads.find(path); known != m_reads.end())
-            return known->second;
-        if (depth > kMaxDepth || !IsPlainPath(path))
-            return 0;
-        m_reads[path] = 0; // until it is known: one that leads to itself is not read
-        const std::string driver = DriverOf(path);
-        double reads = driver.empty() ? 0 : 1;
-        if (driver == "VRT")
-            reads = ReadsOfVirtual(path, depth);
-        m_reads[path] = reads;
-        return reads;
+        const auto [known, isNew] = m_reads.try_emplace(path, 0); // until it is known
+        if (!isNew && known->second == 0)
+            throw RasterError("it is a virtual raster that leads to itself");
+        if (isNew)
+            known->second = CountReads(path, depth);
+        return known->second;
     }
 
 private:
+    double CountReads(const std::string& path, int depth)
+    {
+        if (depth > kMaxDepth)
+            throw RasterError("it is a virtual raster of too many others in each other");
+        if (!IsPlainPath(path))
+            throw RasterError(depth == 0 ? "it is no file"
+                                         : "it is made of something that is no file: " + path);
+        return DriverOf(path) == "VRT" ? ReadsOfVirtual(path, depth) : 1;
+    }
+
     double ReadsOfVirtual(const std::string& path, int depth)
     {
         std::vector<VirtualSource> sources;
         if (!ListSources(path, sources))
-            return 0;
+            throw RasterError("it is a virtual raster that does not parse, or asks for what is "
+                              "not done here: warping, filters, addresses, programs");
         double sum = 1;
         for (const VirtualSource& source : sources) {
-            const double reads = source.m_cost * Reads(source.m_path, depth + 1);
-            sum += reads;
-            // Costs may be endless, and sums no number.
-            if (!(reads > 0) || !(sum <= kMaxReads))
-                return 0;
+            sum += source.m_cost * Reads(source.m_path, depth + 1);
+            if (sum > kMaxReads)
+                throw RasterError("it is a virtual raster that asks for more reading than is "
+                                  "done for one");
         }
         return sum;
     }
@@ -99,7 +110,8 @@ private:
 
 std::string CheckRasterFile(const std::string& path)
 {
-    return Walk().Reads(path, 0) > 0 ? DriverOf(path) : std::string();
+    Walk().Reads(path, 0);
+    return DriverOf(path);
 }
 
 } // namespace KxC

@@ -10,7 +10,7 @@ namespace KxC {
 /// else, such as an address, a program of its own or a file inside another, is refused. Only within
 /// a GdalScope.
 /// @param path  absolute
-/// @return empty when the file must not be read
+/// @throws RasterError when the file must not be read
 std::string CheckRasterFile(const std::string& path);
 
 } // namespace KxC

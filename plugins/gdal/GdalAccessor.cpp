@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "GdalAccessor.h"
 
+#include "RasterError.h"
+
 #include <string>
 #include <utility>
 
@@ -19,6 +21,19 @@ void WithoutThrowing(Step step)
         step();
     } catch (...) {
         return;
+    }
+}
+
+/// Runs what may throw and hands on why it did.
+template <typename Step>
+void WithReason(Step step, void (*note)(const KxString& why) noexcept)
+{
+    try {
+        step();
+    } catch (const RasterError& error) {
+        WithoutThrowing([&] { note(error.what()); });
+    } catch (...) {
+        note("out of memory"); // short enough to need none
     }
 }
 
@@ -137,7 +152,7 @@ void GdalAccessor::Convert(PJ_DIRECTION direction, const KxPoint3d* in, KxPoint3
 unsigned char GdalAccessor::Open(const KxString& path)
 {
     unsigned char opened = 0;
-    WithoutThrowing([&] {
+    const auto open = [&] {
         m_raster = OpenRaster::Open(path.Cstr());
         if (m_raster == nullptr)
             return;
@@ -146,7 +161,9 @@ unsigned char GdalAccessor::Open(const KxString& path)
         m_eGeoReferenceType = m_raster->IsGeographic() ? KxEGeoReferenceType_Geographic
                                                        : KxEGeoReferenceType_Projected;
         opened = 1;
-    });
+        NoteOpen();
+    };
+    WithReason(open, &NoteOpenFailure);
     return opened;
 }
 
@@ -154,7 +171,8 @@ void GdalAccessor::ReadTileImage(KxImageData*& image, int level, int row, int co
 {
     image = nullptr;
     if (m_raster != nullptr)
-        WithoutThrowing([&] { image = m_raster->ReadTile(level, row, col).release(); });
+        WithReason([&] { image = m_raster->ReadTile(level, row, col).release(); },
+                   &NoteReadFailure);
 }
 
 int GdalAccessor::ReadTileData(
@@ -162,6 +180,7 @@ int GdalAccessor::ReadTileData(
 {
     bytes = nullptr;
     size = 0;
+    WithoutThrowing([] { NoteReadFailure("this raster is not stored as tiles"); });
     return kNoTileData;
 }
 

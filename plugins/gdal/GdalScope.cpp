@@ -44,6 +44,7 @@ GdalScope::GdalScope()
       m_noPython("GDAL_VRT_ENABLE_PYTHON", "NO", false),
       m_noSharing("VRT_SHARED_SOURCE", "NO", false)
 {
+    CPLErrorReset(); // what failed before is not this scope's
     CPLHTTPPushFetchCallback(&RefuseRequest, nullptr);
     StartGdal();
 }

@@ -5,6 +5,7 @@
 #include "FileCheck.h"
 #include "GdalScope.h"
 #include "KxMath.h"
+#include "RasterError.h"
 #include "Stretch.h"
 #include "TilePainter.h"
 
@@ -20,35 +21,36 @@ std::unique_ptr<OpenRaster> OpenRaster::Open(const std::string& path)
     std::error_code error;
     const std::string absolute = std::filesystem::absolute(path, error).string();
     if (error)
-        return nullptr;
+        throw RasterError("its folder is not known: " + error.message());
     const GdalScope scope;
     const std::string driver = CheckRasterFile(absolute);
-    if (driver.empty())
-        return nullptr;
     std::unique_ptr<OpenRaster> raster(new OpenRaster(absolute, driver));
     const DatasetPool::Loan loan(raster->m_pool);
-    if (loan.Get() == nullptr || !raster->Describe(*loan.Get(), absolute))
+    if (loan.Get() == nullptr)
         return nullptr;
+    raster->Describe(*loan.Get(), absolute);
     return raster;
 }
 
-bool OpenRaster::Describe(RasterFile& file, const std::string& path)
+void OpenRaster::Describe(RasterFile& file, const std::string& path)
 {
     GDALDataset& dataset = file.Dataset();
     m_size = SizeOf(dataset);
     m_bandCount = dataset.GetRasterCount();
     m_georeference = Georeference::Of(dataset, path);
     std::optional<BandPlan> plan = MakeBandPlan(dataset);
-    if (m_georeference == nullptr || !plan)
-        return false;
+    if (m_georeference == nullptr)
+        throw RasterError("it has no georeference, or none that is understood: a world file beside "
+                          "it counts as one");
+    if (!plan)
+        throw RasterError("it has no band that shows anything");
     m_plan = std::move(*plan);
     const double pixel = FindPixelDegrees(*m_georeference, m_size.m_width, m_size.m_height);
     if (!(pixel > 0) ||
         !FindEarthBounds(*m_georeference, m_size.m_width, m_size.m_height, m_bounds))
-        return false;
+        throw RasterError("no part of it lies on the earth, as its georeference has it");
     m_levels = FindLevels(m_bounds, pixel);
     FindStretch(file, m_plan);
-    return true;
 }
 
 bool OpenRaster::IsOnTile(int level, int row, int col) const
@@ -62,6 +64,14 @@ bool OpenRaster::IsOnTile(int level, int row, int col) const
            tile.m_dBottom < m_bounds.m_dTop && tile.m_dTop > m_bounds.m_dBottom;
 }
 
+void OpenRaster::CheckIsSame(RasterFile& file) const
+{
+    const RasterSize size = SizeOf(file.Dataset());
+    if (size.m_width != m_size.m_width || size.m_height != m_size.m_height ||
+        file.Dataset().GetRasterCount() != m_bandCount)
+        throw RasterError("another file has taken its place since it was opened");
+}
+
 std::unique_ptr<KxImageData> OpenRaster::ReadTile(int level, int row, int col)
 {
     if (LiveHolders::Instance().IsClosed() || !IsOnTile(level, row, col))
@@ -69,11 +79,9 @@ std::unique_ptr<KxImageData> OpenRaster::ReadTile(int level, int row, int col)
     const GdalScope scope;
     const DatasetPool::Loan loan(m_pool);
     RasterFile* file = loan.Get();
-    // Another file may have taken its place.
-    if (file == nullptr || SizeOf(file->Dataset()).m_width != m_size.m_width ||
-        SizeOf(file->Dataset()).m_height != m_size.m_height ||
-        file->Dataset().GetRasterCount() != m_bandCount)
+    if (file == nullptr)
         return nullptr;
+    CheckIsSame(*file);
     const TileCentres centres = CentresOf(level, row, col);
     GDALDataset& chosen = file->Choose(FindReduction(*m_georeference, centres));
     const PixelMap map = MakePixelMap(*m_georeference, centres, m_size, SizeOf(chosen));

@@ -17,20 +17,25 @@ namespace KxC {
 class OpenRaster
 {
 public:
-    /// @return null when the file is no raster that may be read, or has no place on the earth
+    /// @return null at the end of the process, when nothing is read any more
+    /// @throws RasterError when the file is no raster that may be read, or has no place on the
+    ///         earth
     static std::unique_ptr<OpenRaster> Open(const std::string& path);
 
     bool IsGeographic() const { return m_georeference->IsGeographic(); }
     const KxRect2d& Bounds() const { return m_bounds; }
     const LevelRange& Levels() const { return m_levels; }
 
-    /// @return null when there is nothing on the tile, or it cannot be read
+    /// @return null when there is nothing on the tile
+    /// @throws RasterError when it cannot be read
     std::unique_ptr<KxImageData> ReadTile(int level, int row, int col);
 
 private:
     OpenRaster(const std::string& path, const std::string& driver) : m_pool(path, driver) {}
 
-    bool Describe(RasterFile& file, const std::string& path);
+    /// @throws RasterError
+    void Describe(RasterFile& file, const std::string& path);
+    void CheckIsSame(RasterFile& file) const;
     bool IsOnTile(int level, int row, int col) const;
 
     DatasetPool m_pool;

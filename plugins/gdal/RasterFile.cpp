@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "RasterFile.h"
 
+#include "RasterError.h"
+
 #include <algorithm>
 #include <cmath>
 #include <string_view>
@@ -11,23 +13,23 @@ namespace {
 
 constexpr int kMaxOverviews = 32;
 constexpr int kMaxBands = 65536;
-/// Bytes of one band's block, which is the least that can be read.
+/// Bytes of a block, with the bands that are decoded with it: the least that can be read.
 constexpr double kMaxBlock = 256.0 * 1024 * 1024;
 
-bool IsBlockFair(GDALRasterBand& band)
+bool IsBlockFair(GDALRasterBand& band, int bands)
 {
     int width = 0;
     int height = 0;
     band.GetBlockSize(&width, &height);
     const double bytes = GDALGetDataTypeSizeBytes(band.GetRasterDataType());
-    return width > 0 && height > 0 && bytes > 0 && double{bytes} * width * height <= kMaxBlock;
+    return width > 0 && height > 0 && bytes > 0 && bytes * bands * width * height <= kMaxBlock;
 }
 
 bool IsShapeFair(GDALDataset& dataset)
 {
     const int bands = dataset.GetRasterCount();
     return dataset.GetRasterXSize() > 0 && dataset.GetRasterYSize() > 0 && bands > 0 &&
-           bands <= kMaxBands && IsBlockFair(*dataset.GetRasterBand(1));
+           bands <= kMaxBands && IsBlockFair(*dataset.GetRasterBand(1), BandsInBlock(dataset));
 }
 
 /// A raster can name any file as the one that holds its overviews, in its metadata. One beside it
@@ -47,7 +49,8 @@ bool BorrowsOverviews(GDALDataset& dataset)
 bool IsOverviewSound(GDALDataset& dataset, int index)
 {
     GDALRasterBand* first = dataset.GetRasterBand(1)->GetOverview(index);
-    if (first == nullptr || first->GetXSize() < 1 || first->GetYSize() < 1 || !IsBlockFair(*first))
+    if (first == nullptr || first->GetXSize() < 1 || first->GetYSize() < 1 ||
+        !IsBlockFair(*first, BandsInBlock(dataset)))
         return false;
     for (int band = 2; band <= dataset.GetRasterCount(); ++band) {
         GDALRasterBand* other = dataset.GetRasterBand(band)->GetOverview(index);
@@ -69,6 +72,12 @@ RasterSize SizeOf(GDALDataset& dataset)
     return {dataset.GetRasterXSize(), dataset.GetRasterYSize()};
 }
 
+int BandsInBlock(GDALDataset& dataset)
+{
+    const char* order = dataset.GetMetadataItem("INTERLEAVE", "IMAGE_STRUCTURE");
+    return order != nullptr && EQUAL(order, "PIXEL") ? dataset.GetRasterCount() : 1;
+}
+
 RasterFile::RasterFile(std::string path, std::string driver)
     : m_path(std::move(path)), m_driver(std::move(driver))
 {
@@ -78,8 +87,13 @@ std::unique_ptr<RasterFile> RasterFile::Open(const std::string& path, const std:
 {
     std::unique_ptr<RasterFile> file(new RasterFile(path, driver));
     file->m_full = file->OpenDataset("");
-    if (file->m_full == nullptr || BorrowsOverviews(*file->m_full) || !IsShapeFair(*file->m_full))
-        return nullptr;
+    if (file->m_full == nullptr)
+        throw GdalError("it cannot be opened");
+    if (BorrowsOverviews(*file->m_full))
+        throw RasterError("it names a file elsewhere as that of its overviews");
+    if (!IsShapeFair(*file->m_full))
+        throw RasterError("it has no pixels, or blocks too large to be read; write it anew in "
+                          "tiles of 256 or 512 pixels");
     file->ListOverviews();
     return file;
 }

@@ -12,12 +12,16 @@ namespace KxC {
 
 RasterSize SizeOf(GDALDataset& dataset);
 
+/// Bands that are decoded with each of a block's: all of them where their values alternate.
+int BandsInBlock(GDALDataset& dataset);
+
 /// An open raster and its overviews. Only within a GdalScope. Threads: one at a time.
 class RasterFile
 {
 public:
     /// @param driver  the name that CheckRasterFile gave for the path
-    /// @return null when it does not open, or its shape asks for more memory than a reader may take
+    /// @throws RasterError when it does not open, or its shape asks for more memory than a reader
+    ///         may take
     static std::unique_ptr<RasterFile> Open(const std::string& path, const std::string& driver);
 
     GDALDataset& Dataset() { return *m_full; }

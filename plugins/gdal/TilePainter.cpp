@@ -2,6 +2,8 @@
 #include "TilePainter.h"
 
 #include "Colours.h"
+#include "RasterError.h"
+#include "RasterFile.h"
 #include "WindowSamples.h"
 
 #include <gdal_priv.h>
@@ -10,6 +12,7 @@
 #include <cstddef>
 #include <cstring>
 #include <limits>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -29,7 +32,9 @@ constexpr int kSmallestPart = 16;
 Image NewImage(int format)
 {
     Image image = std::make_unique<KxImageData>(kTileSide, kTileSide, format);
-    return image->GetData() != nullptr ? std::move(image) : nullptr;
+    if (image->GetData() == nullptr)
+        throw std::bad_alloc();
+    return image;
 }
 
 /// A square of a tile's pixels.
@@ -186,19 +191,26 @@ bool IsFair(GDALDataset& dataset, const BandPlan& plan, const PixelMap& map)
             blocks.emplace_back(map.m_rows[i] / height, map.m_columns[i] / width);
     std::sort(blocks.begin(), blocks.end());
     const auto end = std::unique(blocks.begin(), blocks.end());
-    const double bytes = static_cast<double>(width) * height *
-                         GDALGetDataTypeSizeBytes(band.GetRasterDataType()) *
-                         static_cast<double>(plan.m_bands.size());
+    const double bytes =
+        static_cast<double>(width) * height * GDALGetDataTypeSizeBytes(band.GetRasterDataType()) *
+        std::max<double>(BandsInBlock(dataset), static_cast<double>(plan.m_bands.size()));
     return bytes * static_cast<double>(end - blocks.begin()) <= kMaxDecoded;
 }
 
-bool PaintInto(GDALDataset& dataset, const BandPlan& plan, const PixelMap& map, KxImageData& image)
+/// @throws RasterError
+void PaintInto(GDALDataset& dataset, const BandPlan& plan, const PixelMap& map, KxImageData& image)
 {
     if (!IsFair(dataset, plan, map))
-        return false;
+        throw RasterError("it has no overviews, and a tile that shows so much of it would take too "
+                          "long to read; gdaladdo makes them");
     ReadBudget budget(kMaxSeconds);
-    return plan.m_isByte ? TilePainter<unsigned char>(dataset, plan, map, budget, image).PaintAll()
-                         : TilePainter<double>(dataset, plan, map, budget, image).PaintAll();
+    const bool isPainted =
+        plan.m_isByte ? TilePainter<unsigned char>(dataset, plan, map, budget, image).PaintAll()
+                      : TilePainter<double>(dataset, plan, map, budget, image).PaintAll();
+    if (budget.IsSpent())
+        throw RasterError("a tile of it takes too long to read");
+    if (!isPainted)
+        throw GdalError("it is damaged, or cannot be read");
 }
 
 struct Transparency
@@ -221,7 +233,7 @@ Transparency TransparencyOf(const KxImageData& image)
 Image WithoutAlpha(const KxImageData& image)
 {
     Image result = NewImage(KxPixelFormat_RGB);
-    for (std::size_t i = 0; result != nullptr && i < IndexOf(kTileSide, 0); ++i)
+    for (std::size_t i = 0; i < IndexOf(kTileSide, 0); ++i)
         std::memcpy(result->GetData() + 3 * i, image.GetData() + 4 * i, 3);
     return result;
 }
@@ -232,8 +244,7 @@ Image PaintTile(GDALDataset& dataset, const BandPlan& plan, const PixelMap& map)
 {
     const bool isOpaque = map.m_isFull && plan.IsOpaque();
     Image image = NewImage(isOpaque ? KxPixelFormat_RGB : KxPixelFormat_RGBA);
-    if (image == nullptr || !PaintInto(dataset, plan, map, *image))
-        return nullptr;
+    PaintInto(dataset, plan, map, *image);
     if (isOpaque)
         return image;
     const Transparency transparency = TransparencyOf(*image);

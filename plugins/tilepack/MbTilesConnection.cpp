@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <new>
 #include <string_view>
 
 namespace KxC {
@@ -70,7 +71,7 @@ void SqliteDeleter::operator()(sqlite3_stmt* statement) const
     sqlite3_finalize(statement);
 }
 
-MbTilesConnection::MbTilesConnection(const std::string& name)
+MbTilesConnection::MbTilesConnection(const std::string& name, StepBudget& budget) : m_budget(budget)
 {
     const KxFileSizeGuard guard;
     sqlite3* connection = nullptr;
@@ -151,8 +152,10 @@ int MbTilesConnection::Step(sqlite3_stmt* statement, int budget)
     return sqlite3_step(statement);
 }
 
-PackRead MbTilesConnection::ReadTile(const TileAddress& address, TileBytes& bytes)
+bool MbTilesConnection::ReadTile(const TileAddress& address, TileBytes& bytes)
 {
+    if (m_budget.IsSpent())
+        throw PackError("its tiles take too long to find; its table of tiles needs an index");
     const KxFileSizeGuard guard;
     sqlite3_bind_int(m_tile.get(), 1, address.m_nLevel);
     sqlite3_bind_int(m_tile.get(), 2, address.m_nCol);
@@ -163,32 +166,30 @@ PackRead MbTilesConnection::ReadTile(const TileAddress& address, TileBytes& byte
         sqlite3_stmt* m_statement;
         ~Resetter() { sqlite3_reset(m_statement); }
     } resetter{m_tile.get()};
-    switch (Step(m_tile.get(), kTileBudget)) {
-    case SQLITE_ROW:
-        return TakeTile(bytes);
-    case SQLITE_DONE:
-        return PackRead::None;
-    default:
-        return PackRead::Failed;
-    }
+    const int code = Step(m_tile.get(), kTileBudget);
+    m_budget.Charge(kTileBudget - m_nStepsLeft);
+    if (code != SQLITE_ROW && code != SQLITE_DONE)
+        throw PackError(std::string("a tile cannot be read: ") +
+                        sqlite3_errmsg(m_connection.get()));
+    return code == SQLITE_ROW && TakeTile(bytes);
 }
 
-PackRead MbTilesConnection::TakeTile(TileBytes& bytes)
+bool MbTilesConnection::TakeTile(TileBytes& bytes)
 {
     const int type = sqlite3_column_type(m_tile.get(), 0);
     if (type == SQLITE_NULL)
-        return PackRead::None;
+        return false;
     if (type != SQLITE_BLOB)
-        return PackRead::Failed;
+        throw PackError("a tile is no picture");
     const void* const data = sqlite3_column_blob(m_tile.get(), 0);
     const int size = sqlite3_column_bytes(m_tile.get(), 0);
     if (size <= 0)
-        return PackRead::None;
+        return false;
     if (data == nullptr) // there was no memory for it
-        return PackRead::Failed;
+        throw std::bad_alloc();
     bytes.Allocate(static_cast<std::size_t>(size));
     std::memcpy(bytes.Data(), data, bytes.Size());
-    return PackRead::Tile;
+    return true;
 }
 
 bool MbTilesConnection::ReadText(const char* sql, std::string& text)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "StepBudget.h"
 #include "TilePack.h"
 
 #include <memory>
@@ -23,13 +24,16 @@ struct SqliteDeleter
 class MbTilesConnection
 {
 public:
-    /// @param name  a path, or a URI ("file:...")
+    /// @param name    a path, or a URI ("file:...")
+    /// @param budget  of all connections to the pack; must outlive this
     /// @throws PackError when it is no database with a table or view of tiles
-    explicit MbTilesConnection(const std::string& name);
+    MbTilesConnection(const std::string& name, StepBudget& budget);
     MbTilesConnection(const MbTilesConnection&) = delete;
     MbTilesConnection& operator=(const MbTilesConnection&) = delete;
 
-    PackRead ReadTile(const TileAddress& address, TileBytes& bytes);
+    /// @return false where there is no tile
+    /// @throws PackError when it cannot be read, or the budget is spent
+    bool ReadTile(const TileAddress& address, TileBytes& bytes);
 
     /// The first row of a query of one column, as text.
     /// @param text  empty when there is none
@@ -50,8 +54,9 @@ private:
     bool GathersRows(const char* sql) const;
     /// Steps once, within a number of steps of SQLite's machine.
     int Step(sqlite3_stmt* statement, int budget);
-    PackRead TakeTile(TileBytes& bytes);
+    bool TakeTile(TileBytes& bytes);
 
+    StepBudget& m_budget;
     std::unique_ptr<sqlite3, SqliteDeleter> m_connection;
     Statement m_tile; ///< after the connection, so that it goes first
     int m_nStepsLeft = 0;

@@ -64,13 +64,23 @@ bool IsBlock(const long long (&edges)[4], int level)
            edges[2] <= edges[3] && edges[3] <= last;
 }
 
+/// Whether a tile is no picture. One that cannot be read says nothing about the others.
+bool IsOfOtherKind(MbTilesConnection& connection, const TileAddress& address)
+try {
+    TileBytes bytes;
+    return connection.ReadTile(address, bytes) &&
+           KxImgUtility::TellImgExt(bytes.Data(), bytes.Size()).IsEmpty() != 0;
+} catch (const PackError&) {
+    return false;
+}
+
 } // namespace
 
 MbTilesPack::MbTilesPack(const std::string& path, const PackFile& file)
-    : m_name(NameFor(path, file))
+    : m_name(NameFor(path, file)), m_budget(file.Size())
 {
     m_idle.reserve(kMaxIdle); // giving back must not fail
-    auto connection = std::make_unique<MbTilesConnection>(m_name);
+    auto connection = std::make_unique<MbTilesConnection>(m_name, m_budget);
     FindLevels(*connection);
     CheckFormat(*connection);
     FindBounds(*connection);
@@ -105,10 +115,8 @@ void MbTilesPack::CheckFormat(MbTilesConnection& connection) const
             place,
             2))
         throw PackError("it holds no tiles that can be read");
-    TileBytes bytes;
-    const TileAddress address{m_nMinLevel, static_cast<int>(place[1]), static_cast<int>(place[0])};
-    if (connection.ReadTile(address, bytes) == PackRead::Tile &&
-        KxImgUtility::TellImgExt(bytes.Data(), bytes.Size()).IsEmpty() != 0)
+    if (IsOfOtherKind(connection,
+                      {m_nMinLevel, static_cast<int>(place[1]), static_cast<int>(place[0])}))
         throw PackError("its tiles are of another kind than PNG, JPEG and WebP");
 }
 
@@ -133,16 +141,14 @@ void MbTilesPack::FindBounds(MbTilesConnection& connection)
     m_bounds = bounds.value_or(WorldBounds());
 }
 
-PackRead MbTilesPack::Read(const TileAddress& address, TileBytes& bytes)
-try {
+bool MbTilesPack::Read(const TileAddress& address, TileBytes& bytes)
+{
     if (!address.IsOnGrid())
-        return PackRead::None;
+        return false;
     std::unique_ptr<MbTilesConnection> connection = Borrow();
-    const PackRead result = connection->ReadTile(address, bytes);
+    const bool isThere = connection->ReadTile(address, bytes); // one that fails is not used again
     GiveBack(std::move(connection));
-    return result;
-} catch (const PackError&) {
-    return PackRead::Failed;
+    return isThere;
 }
 
 std::unique_ptr<MbTilesConnection> MbTilesPack::Borrow()
@@ -155,7 +161,7 @@ std::unique_ptr<MbTilesConnection> MbTilesPack::Borrow()
             return connection;
         }
     }
-    return std::make_unique<MbTilesConnection>(m_name);
+    return std::make_unique<MbTilesConnection>(m_name, m_budget);
 }
 
 void MbTilesPack::GiveBack(std::unique_ptr<MbTilesConnection> connection)

@@ -3,6 +3,7 @@
 
 #include "MbTilesConnection.h"
 #include "PackFile.h"
+#include "StepBudget.h"
 #include "TilePack.h"
 
 #include <memory>
@@ -20,7 +21,7 @@ public:
     /// @throws PackError
     MbTilesPack(const std::string& path, const PackFile& file);
 
-    PackRead Read(const TileAddress& address, TileBytes& bytes) override;
+    bool Read(const TileAddress& address, TileBytes& bytes) override;
 
 private:
     void CheckFormat(MbTilesConnection& connection) const;
@@ -31,6 +32,7 @@ private:
     void GiveBack(std::unique_ptr<MbTilesConnection> connection);
 
     const std::string m_name; ///< as SQLite takes it
+    StepBudget m_budget;
     std::mutex m_mutex;
     std::vector<std::unique_ptr<MbTilesConnection>> m_idle;
 };

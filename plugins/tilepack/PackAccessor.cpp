@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "PackAccessor.h"
 
-#include "KxFile.h"
-#include "KxUtility.h"
 #include "PackImage.h"
 
 #include <exception>
+#include <string>
 #include <utility>
 
 namespace KxC {
@@ -16,10 +15,14 @@ namespace {
 constexpr int kTileRead = 5;
 constexpr int kReadFailed = 3;
 
-void LogRefusal(const KxString& path, const char* reason)
-{
-    KxFile::WriteLogInfo(
-        KxUtility::ToGBK(KxString("tile pack not opened: ") + path + ": " + reason));
+constexpr const char* kNoMemory = "out of memory"; // short enough to need none itself
+
+/// Hands a reason on, as far as there is memory for it.
+void Tell(void (*note)(const KxString& why) noexcept, const char* why)
+try {
+    note(why);
+} catch (const std::exception&) {
+    note(kNoMemory);
 }
 
 } // namespace
@@ -91,20 +94,15 @@ void PackAccessor::SrcPtToWGS84Pt(const KxPoint3d& /*in*/, KxPoint3d& /*out*/) {
 void PackAccessor::WGS84PtToSrcPt(const KxPoint3d& /*in*/, KxPoint3d& /*out*/) {}
 
 unsigned char PackAccessor::Open(const KxString& path)
-{
-    try {
-        Take(path, TilePack::Open(path.Cstr()));
-        return 1;
-    } catch (const PackError& error) {
-        // Out of memory, the refusal stands without a line in the log.
-        try {
-            LogRefusal(path, error.what());
-        } catch (const std::exception&) {
-            return 0;
-        }
-    } catch (const std::exception&) {
-        return 0;
-    }
+try {
+    Take(path, TilePack::Open(path.Cstr()));
+    NoteOpen();
+    return 1;
+} catch (const PackError& error) {
+    Tell(&NoteOpenFailure, error.what());
+    return 0;
+} catch (const std::exception&) {
+    Tell(&NoteOpenFailure, kNoMemory);
     return 0;
 }
 
@@ -119,10 +117,14 @@ void PackAccessor::Take(const KxString& path, std::unique_ptr<TilePack> pack)
 void PackAccessor::ReadTileImage(KxImageData*& image, int level, int row, int col)
 try {
     image = nullptr;
-    if (m_pack != nullptr)
-        image = MakePackImage(*m_pack, {level, row, col}).release();
+    if (m_pack == nullptr)
+        return;
+    std::string fault;
+    image = MakePackImage(*m_pack, {level, row, col}, fault).release();
+    if (!fault.empty())
+        Tell(&NoteReadFailure, fault.c_str());
 } catch (const std::exception&) {
-    image = nullptr;
+    Tell(&NoteReadFailure, kNoMemory);
 }
 
 int PackAccessor::ReadTileData(
@@ -131,17 +133,18 @@ try {
     bytes = nullptr;
     size = 0;
     if (m_pack == nullptr)
-        return kReadFailed;
+        throw PackError("no file is open");
     TileBytes tile;
-    const PackRead result = m_pack->Read({level, row, col}, tile);
-    if (result == PackRead::Failed)
-        return kReadFailed;
-    if (result == PackRead::Tile) {
+    if (m_pack->Read({level, row, col}, tile)) {
         size = tile.Size();
         bytes = tile.Release();
     }
     return kTileRead;
+} catch (const PackError& error) {
+    Tell(&NoteReadFailure, error.what());
+    return kReadFailed;
 } catch (const std::exception&) {
+    Tell(&NoteReadFailure, kNoMemory);
     return kReadFailed;
 }
 

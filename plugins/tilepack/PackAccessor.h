@@ -9,7 +9,7 @@
 namespace KxC {
 
 /// A pack of Web Mercator tiles as a raster. It has no projections: no text is understood, and
-/// points stay as they were. A file that cannot be opened is named in the log, with the reason.
+/// points stay as they were.
 class PackAccessor : public KxRasterDataAccessor
 {
 public:

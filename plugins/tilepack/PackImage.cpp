@@ -48,13 +48,19 @@ unsigned char* RowOf(KxImageData& image, int row)
     return image.GetData() + static_cast<std::ptrdiff_t>(row) * image.GetRowBytes();
 }
 
-std::unique_ptr<KxImageData> Decode(TilePack& pack, const TileAddress& address)
-{
+std::unique_ptr<KxImageData> Decode(TilePack& pack, const TileAddress& address, std::string& fault)
+try {
     TileBytes bytes;
-    if (pack.Read(address, bytes) != PackRead::Tile)
+    if (!pack.Read(address, bytes))
         return nullptr;
-    return std::unique_ptr<KxImageData>(
+    std::unique_ptr<KxImageData> image(
         KxImgUtility::LoadImageData(bytes.Data(), bytes.Size(), "", 0, 0));
+    if (image == nullptr)
+        throw PackError("a picture in it is damaged");
+    return image;
+} catch (const PackError& error) {
+    fault = error.what();
+    return nullptr;
 }
 
 /// Copies the pixels under one row of the tile. Columns of tiles are the same on both grids.
@@ -97,7 +103,7 @@ std::unique_ptr<KxImageData> WithoutAlpha(KxImageData& image)
 }
 
 /// Fills the rows that have a stored tile; these are asked for in order, each once.
-bool Fill(TilePack& pack, const TileAddress& address, KxImageData& image)
+bool Fill(TilePack& pack, const TileAddress& address, KxImageData& image, std::string& fault)
 {
     KxRect2d bounds;
     KxMath::CalcTileBounds(bounds, address.m_nLevel, address.m_nRow, address.m_nCol);
@@ -111,7 +117,7 @@ bool Fill(TilePack& pack, const TileAddress& address, KxImageData& image)
         if (place.m_nTile < 0)
             continue;
         if (std::exchange(sourceRow, place.m_nTile) != place.m_nTile)
-            source = Decode(pack, {address.m_nLevel, place.m_nTile, address.m_nCol});
+            source = Decode(pack, {address.m_nLevel, place.m_nTile, address.m_nCol}, fault);
         if (source == nullptr)
             continue;
         CopyRow(*source, place.m_share, RowOf(image, row));
@@ -122,13 +128,14 @@ bool Fill(TilePack& pack, const TileAddress& address, KxImageData& image)
 
 } // namespace
 
-std::unique_ptr<KxImageData> MakePackImage(TilePack& pack, const TileAddress& address)
+std::unique_ptr<KxImageData>
+MakePackImage(TilePack& pack, const TileAddress& address, std::string& fault)
 {
     if (!address.IsOnGrid() || address.m_nLevel < pack.MinLevel() ||
         address.m_nLevel > pack.MaxLevel())
         return nullptr;
     std::unique_ptr<KxImageData> image = NewImage(KxPixelFormat_RGBA);
-    if (!Fill(pack, address, *image))
+    if (!Fill(pack, address, *image, fault))
         return nullptr;
     return IsOpaque(*image) ? WithoutAlpha(*image) : std::move(image);
 }

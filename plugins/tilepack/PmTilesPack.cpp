@@ -189,22 +189,20 @@ KxPmTilesEntry PmTilesPack::Find(unsigned long long id)
     throw PackError("its directories lie too deep in each other");
 }
 
-PackRead PmTilesPack::Read(const TileAddress& address, TileBytes& bytes)
-try {
+bool PmTilesPack::Read(const TileAddress& address, TileBytes& bytes)
+{
     unsigned long long id = 0;
     if (!KxPmTiles::TileIdOf(address.m_nLevel, address.m_nRow, address.m_nCol, id))
-        return PackRead::None;
+        return false;
     const KxPmTilesEntry entry = Find(id);
     if (entry.m_nLength == 0)
-        return PackRead::None;
+        return false;
     if (entry.m_nLength > kMaxTileBytes || !LiesIn(m_header.m_tiles, entry))
-        return PackRead::Failed;
+        throw PackError("a tile is too large, or reaches beyond the tiles' end");
     bytes.Allocate(entry.m_nLength);
-    return m_file.Read(m_header.m_tiles.m_nOffset + entry.m_nOffset, {bytes.Data(), bytes.Size()})
-               ? PackRead::Tile
-               : PackRead::Failed;
-} catch (const PackError&) {
-    return PackRead::Failed;
+    if (!m_file.Read(m_header.m_tiles.m_nOffset + entry.m_nOffset, {bytes.Data(), bytes.Size()}))
+        throw PackError("a tile cannot be read: the file is cut short, or its disk fails");
+    return true;
 }
 
 } // namespace KxC

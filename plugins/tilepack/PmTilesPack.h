@@ -15,7 +15,7 @@ public:
     /// @throws PackError
     explicit PmTilesPack(PackFile file);
 
-    PackRead Read(const TileAddress& address, TileBytes& bytes) override;
+    bool Read(const TileAddress& address, TileBytes& bytes) override;
 
 private:
     class BlockFinder;

@@ -45,13 +45,7 @@ private:
     unsigned int m_nSize = 0;
 };
 
-enum class PackRead {
-    Tile,
-    None, ///< the pack has no such tile
-    Failed,
-};
-
-/// Why a pack cannot be opened, for people.
+/// Why a pack cannot be opened, or a tile of it not be read, for people.
 struct PackError : std::runtime_error
 {
     using std::runtime_error::runtime_error;
@@ -79,8 +73,10 @@ public:
     /// Degrees, within the Web Mercator square.
     const KxRect2d& Bounds() const { return m_bounds; }
 
-    /// @param bytes  filled where there is a tile; empty tiles count as none
-    virtual PackRead Read(const TileAddress& address, TileBytes& bytes) = 0;
+    /// @param bytes  filled where there is a tile
+    /// @return false where the pack has no such tile; empty ones count as none
+    /// @throws PackError when it cannot be read
+    virtual bool Read(const TileAddress& address, TileBytes& bytes) = 0;
 
 protected:
     TilePack() = default;

@@ -4,6 +4,7 @@
 #include "KxFile.h"
 #include "KxPlugin.h"
 
+#include <exception>
 #include <mutex>
 
 namespace KxC {
@@ -17,12 +18,14 @@ KxRasterAccessorManager::~KxRasterAccessorManager()
 }
 
 KxRasterDataAccessor* KxRasterAccessorManager::OpenDataAccessor(const KxString& dataPath)
-{
+try {
     const std::lock_guard<KxMutex> lock(m_mutex);
     for (const auto& accessor : m_listAccessors)
         if (accessor->GetDataPath().CompareNoCase(dataPath) == 0)
             return accessor.get();
     return OpenNew(dataPath);
+} catch (const std::exception&) {
+    return nullptr; // the next call tries anew
 }
 
 KxRasterDataAccessor* KxRasterAccessorManager::OpenNew(const KxString& dataPath)

@@ -23,6 +23,15 @@ std::string WholeFile(const TempFolder& folder)
     return ReadFile(file.Close());
 }
 
+std::string HexOf(const std::string& bytes)
+{
+    std::string hex;
+    for (const char byte : bytes)
+        for (const int shift : {4, 0})
+            hex += "0123456789abcdef"[static_cast<unsigned char>(byte) >> shift & 15];
+    return hex;
+}
+
 /// Reads whatever can be; there is nothing to expect but that it ends.
 void ReadEverything(const std::string& path)
 {
@@ -141,6 +150,32 @@ TEST(MbTilesHostile, EndsOnViewsThatWouldNot)
         file.Execute(view);
         EXPECT_EQ(OpenPack(file.Close()), nullptr) << view;
     }
+}
+
+TEST(MbTilesHostile, GivesAPackUpWhoseTilesTakeTooLongInAll)
+{
+    // One tile is found at once; for another, 2000 rows are looked through 2000 times.
+    const TempFolder folder;
+    MbTilesFile file(folder.File("pack.mbtiles"));
+    file.Execute("CREATE TABLE t(a INTEGER);"
+                 "WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n LIMIT 2000)"
+                 " INSERT INTO t SELECT i FROM n;"
+                 "CREATE TABLE stored(zoom_level, tile_column, tile_row, tile_data);"
+                 "CREATE VIEW tiles AS SELECT * FROM stored UNION ALL"
+                 " SELECT 3, 1, 1, x'00' FROM t a, t b WHERE a.a + b.a < 0");
+    file.Execute("INSERT INTO stored VALUES(0, 0, 0, x'" + HexOf(PngOf(1, 2, 3)) + "')");
+    const auto reader = OpenPack(file.Close());
+    ASSERT_NE(reader, nullptr) << KxRasterDataAccessor::GetThreadError().Cstr();
+    EXPECT_EQ(ReadStored(*reader, 0, 0, 0).m_bytes, PngOf(1, 2, 3));
+    EXPECT_EQ(ReadStored(*reader, 3, 1, 1).m_status, 5) << "one alone is fair";
+    int reads = 1;
+    while (reads < 50 && ReadStored(*reader, 3, 1, 1).m_status == 5)
+        ++reads;
+    EXPECT_LT(reads, 50);
+    // From now on everything fails at once.
+    EXPECT_NE(ReadStored(*reader, 0, 0, 0).m_status, 5);
+    EXPECT_NE(std::string(KxRasterDataAccessor::GetThreadError().Cstr()).find("too long"),
+              std::string::npos);
 }
 
 TEST(MbTilesHostile, RefusesViewsThatGatherRowsBeforeTheyAnswer)

@@ -9,6 +9,8 @@
 #include <sys/stat.h>
 
 #include <atomic>
+#include <filesystem>
+#include <functional>
 #include <thread>
 #include <vector>
 
@@ -71,7 +73,7 @@ TEST(PackAccessor, RefusesWhatIsNoPack)
         EXPECT_EQ(OpenPack(folder.File(name)), nullptr) << name;
 }
 
-TEST(PackAccessor, SaysInTheLogWhyAFileWasRefused)
+TEST(PackAccessor, SaysWhyAFileWasRefusedAndLogsNothing)
 {
     const TempFolder folder;
     ASSERT_NE(NewReader(".mbtiles"), nullptr);
@@ -80,10 +82,62 @@ TEST(PackAccessor, SaysInTheLogWhyAFileWasRefused)
     WriteFile(folder.File("text.mbtiles"), "no database");
     EXPECT_EQ(OpenPack(folder.File("text.mbtiles")), nullptr);
     KxFile::m_strAppCachePath = before;
-    const std::string log = ReadFile(folder.File("kxtile.log"));
-    EXPECT_NE(log.find("text.mbtiles: it is neither an MBTiles database nor a PMTiles archive"),
-              std::string::npos)
-        << log;
+    EXPECT_STREQ(KxRasterDataAccessor::GetThreadError().Cstr(),
+                 "it is neither an MBTiles database nor a PMTiles archive");
+    EXPECT_FALSE(std::filesystem::exists(folder.File("kxtile.log")));
+}
+
+TEST(PackAccessor, ForgetsTheReasonWhenAFileOpens)
+{
+    const TempFolder folder;
+    EXPECT_EQ(OpenPack(folder.File("missing.mbtiles")), nullptr);
+    EXPECT_EQ(KxRasterDataAccessor::GetThreadError().IsEmpty(), 0);
+    MbTilesFile file(folder.File("pack.mbtiles"));
+    file.CreateTables();
+    file.AddTile(0, 0, 0, PngOf(1, 2, 3));
+    EXPECT_NE(OpenPack(file.Close()), nullptr);
+    EXPECT_EQ(KxRasterDataAccessor::GetThreadError().IsEmpty(), 1);
+}
+
+TEST(PackAccessor, CountsTilesThatItCannotReadAndNoneThatAreNotThere)
+{
+    const TempFolder folder;
+    MbTilesFile file(folder.File("pack.mbtiles"));
+    file.CreateTables();
+    file.AddTile(1, 0, 0, PngOf(1, 2, 3));
+    file.AddTile(1, 1, 1, "\x89PNG\r\n\x1a\nand no more"); // not decodable
+    file.Execute("INSERT INTO tiles VALUES(1, 0, 1, 42)"); // no bytes
+    const auto reader = OpenPack(file.Close());
+    ASSERT_NE(reader, nullptr);
+    const auto failures = [&](const std::function<void()>& read) {
+        const unsigned long long before = KxRasterDataAccessor::GetThreadReadFailures();
+        read();
+        return KxRasterDataAccessor::GetThreadReadFailures() - before;
+    };
+    EXPECT_EQ(failures([&] { ReadStored(*reader, 1, 0, 0); }), 0U);
+    EXPECT_EQ(failures([&] { ReadStored(*reader, 1, 0, 1); }), 0U) << "not there";
+    EXPECT_EQ(failures([&] { ReadStored(*reader, 1, 1, 0); }), 1U) << "a number";
+    EXPECT_STREQ(KxRasterDataAccessor::GetThreadError().Cstr(), "a tile is no picture");
+    EXPECT_EQ(failures([&] { ReadImage(*reader, 1, 0, 0); }), 0U);
+    EXPECT_EQ(failures([&] { ReadImage(*reader, 1, 1, 1); }), 1U) << "a broken picture";
+    EXPECT_STREQ(KxRasterDataAccessor::GetThreadError().Cstr(), "a picture in it is damaged");
+}
+
+TEST(PackAccessor, FailsToReadWhatAnArchiveHasLost)
+{
+    const TempFolder folder;
+    using namespace ArchiveBytes;
+    Archive archive;
+    archive.m_tiles = PngOf(1, 2, 3);
+    archive.m_root = Directory({{0, 0, archive.m_tiles.size()}});
+    WriteFile(folder.File("pack.pmtiles"), archive.Bytes());
+    const auto reader = OpenPack(folder.File("pack.pmtiles"));
+    ASSERT_NE(reader, nullptr);
+    EXPECT_EQ(ReadStored(*reader, 0, 0, 0).m_status, 5);
+    std::filesystem::resize_file(folder.File("pack.pmtiles"), archive.Bytes().size() - 1);
+    const unsigned long long before = KxRasterDataAccessor::GetThreadReadFailures();
+    EXPECT_NE(ReadStored(*reader, 0, 0, 0).m_status, 5);
+    EXPECT_EQ(KxRasterDataAccessor::GetThreadReadFailures(), before + 1);
 }
 
 TEST(PackAccessor, TellsTheFormatByTheContent)

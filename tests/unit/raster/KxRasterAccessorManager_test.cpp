@@ -56,6 +56,15 @@ TEST_F(KxRasterAccessorManagerTest, TriesAgainAfterAFailure)
     EXPECT_NE(m_manager->OpenDataAccessor("/maps/a.tif"), nullptr);
 }
 
+TEST_F(KxRasterAccessorManagerTest, HasNothingWhereMemoryIsWantingAndTriesAgain)
+{
+    m_rasters.m_hasMemory = false;
+    EXPECT_EQ(m_manager->OpenDataAccessor("/maps/a.tif"), nullptr);
+    EXPECT_THAT(m_rasters.m_calls, ElementsAre("Open /maps/a.tif", "destroyed"));
+    m_rasters.m_hasMemory = true;
+    EXPECT_NE(m_manager->OpenDataAccessor("/maps/a.tif"), nullptr);
+}
+
 TEST_F(KxRasterAccessorManagerTest, DestroysWhatItOpened)
 {
     m_manager->OpenDataAccessor("/maps/a.tif");

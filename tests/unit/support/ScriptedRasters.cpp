@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 namespace KxC::Testing {
 
@@ -50,6 +51,8 @@ public:
     unsigned char Open(const KxString& path) override
     {
         m_script.Note(std::string("Open ") + path.Cstr());
+        if (!m_script.m_hasMemory)
+            throw std::bad_alloc();
         m_strDataPath = path;
         m_rectLatLon = m_script.m_bounds;
         if (m_script.m_stored)

@@ -25,6 +25,7 @@ public:
 
     bool m_available = true;
     bool m_opens = true;
+    bool m_hasMemory = true; ///< for what opening takes
     int m_minLevel = 0;
     int m_maxLevel = 20;
     KxRect2d m_bounds{-180, 90, 180, -90};
