@@ -2,8 +2,9 @@
 // A reader plug-in for tests of the command line. Its rasters are texts of one line:
 //   WEST SOUTH EAST NORTH FIRST-LEVEL LAST-LEVEL KIND
 // in degrees. Of the kind "squares" each tile of the geographic square has one colour. Of the kind
-// "stored" each Web Mercator tile is the file <raster>.tile, but column 0 has none, and column 1
-// cannot be read.
+// "damaged" the tiles of column 4 of the geographic square's level 3, and those below them, cannot
+// be read; the others are like squares. Of the kind "stored" each Web Mercator tile is the file
+// <raster>.tile, but column 0 has none, and column 1 cannot be read.
 #include "KxMath.h"
 #include "KxRasterDataAccessor.h"
 
@@ -43,6 +44,7 @@ public:
         if (!(file >> rect.m_dLeft >> rect.m_dBottom >> rect.m_dRight >> rect.m_dTop >>
               m_minLevel >> m_maxLevel >> kind))
             return 0;
+        m_isDamaged = kind == "damaged";
         m_strDataPath = path;
         m_eGeoReferenceType = kind == "stored" ? KxC::KxEGeoReferenceType_WebMercatorTiles
                                                : KxC::KxEGeoReferenceType_Geographic;
@@ -58,6 +60,10 @@ public:
         KxC::KxMath::CalcTileBounds(tile, level, row, col);
         if (!m_rectLatLon.IsIntersect(tile, 0.0))
             return;
+        if (m_isDamaged && level >= 3 && col >> (level - 3) == 4) {
+            NoteReadFailure("the strip is cut off");
+            return;
+        }
         constexpr int kSize = 256;
         image = new KxC::KxImageData(kSize, kSize, KxC::KxPixelFormat_RGB);
         for (int y = 0; y < kSize; ++y)
@@ -85,6 +91,7 @@ public:
 private:
     int m_minLevel = 0;
     int m_maxLevel = 0;
+    bool m_isDamaged = false;
     std::string m_stored;
 };
 
