@@ -164,8 +164,7 @@ void PredictRow(const unsigned char* pixels,
         out[i] = static_cast<unsigned char>(pixels[i] - pixels[i - pixelSize]);
 }
 
-/// Compresses the strips itself: with the quick encoder in a quarter of the time that libtiff's
-/// zlib takes at its quickest level.
+/// Compresses the strips itself: the quick encoder takes less time than libtiff's at its quickest.
 bool WriteStrips(TIFF* tiff, const PixelRows& rows)
 {
     const std::size_t rowBytes = rows.PixelBytes();
