@@ -49,6 +49,10 @@ public:
     /// @return 0 when row, column or pixelSize do not fit
     unsigned char SetValue(int row, int column, const unsigned char* pixel, int pixelSize);
 
+    /// Makes a picture with alpha one without, in place; its rows then take whole 4-byte words.
+    /// Pointers to its pixels are no longer valid.
+    void DropAlpha();
+
     /// Chooses the sampling rule of GetValue2 for the whole process.
     /// Off (the start): the pixel floor(u x width), floor(v x height).
     /// On: between the four pixels around u x (width - 1), v x (height - 1); with alpha, colours

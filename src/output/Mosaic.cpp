@@ -91,8 +91,7 @@ std::optional<MosaicPicture> Sample(const RasterSource& raster,
     tiles.AskTheRest();
     if (!tiles.HasImage())
         return std::nullopt;
-    if (tiles.NeedsAlpha())
-        picture.AddAlpha();
+    picture.End(tiles.NeedsAlpha());
     return picture;
 }
 

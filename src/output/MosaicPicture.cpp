@@ -4,12 +4,8 @@
 #include "KxFile.h"
 #include "LogTexts.h"
 #include "MosaicRows.h"
-#include "MosaicTiles.h"
-#include "PixelCopy.h"
 
 #include <cstdint>
-#include <cstring>
-#include <utility>
 
 namespace KxC {
 
@@ -27,63 +23,25 @@ void WarnOfSize(int rowBytes, int height)
         KxFile::WriteLogInfo(LogTexts::kPictureBeyond2GB);
 }
 
-std::unique_ptr<KxImageData> NewImage(int width, int height, KxPixelFormat format)
-{
-    const int bytesPerPixel = format == KxPixelFormat_RGBA ? 4 : 3;
-    const int rowBytes = KxImageData::GetAlignWidth4Bytes(bytesPerPixel * width * 8);
-    WarnOfSize(rowBytes, height);
-    auto image = std::make_unique<KxImageData>(width, height, format, rowBytes);
-    if (image->GetData() == nullptr)
-        throw NoMemoryForPicture();
-    return image;
-}
-
 } // namespace
 
 MosaicPicture::MosaicPicture(int width, int height)
-    : m_image(NewImage(width, height, KxPixelFormat_RGB))
+    : m_image(std::make_unique<KxImageData>(width, height, KxPixelFormat_RGBA))
 {
+    if (m_image->GetData() == nullptr)
+        throw NoMemoryForPicture();
 }
 
 void MosaicPicture::AddRow(MosaicRows& rows, double y, MosaicTiles& tiles)
 {
-    const auto& holes = rows.Fill(*m_image, m_rows, y, tiles);
-    if (m_image->GetPixelSize() == 3 && tiles.NeedsAlpha()) {
-        AddAlpha();
-        rows.Fill(*m_image, m_rows, y, tiles);
-    } else if (m_image->GetPixelSize() == 3 && !holes.empty()) {
-        NoteHoles(holes);
-    }
-    ++m_rows;
+    rows.Fill(*m_image, m_rows++, y, tiles);
 }
 
-void MosaicPicture::NoteHoles(const std::vector<std::size_t>& columns)
+void MosaicPicture::End(bool needsAlpha)
 {
-    const auto width = static_cast<std::size_t>(m_image->GetWidth());
-    m_holes.resize(width * static_cast<std::size_t>(m_image->GetHeight()));
-    for (const std::size_t column : columns)
-        m_holes[static_cast<std::size_t>(m_rows) * width + column] = true;
-}
-
-void MosaicPicture::AddAlpha()
-{
-    if (m_image->GetPixelSize() == 4)
-        return;
-    const int width = m_image->GetWidth();
-    auto wider = NewImage(width, m_image->GetHeight(), KxPixelFormat_RGBA);
-    for (int row = 0; row < m_rows; ++row)
-        CopyPixels({PixelOf(std::as_const(*m_image), row, 0), 3},
-                   {PixelOf(*wider, row, 0), 4},
-                   static_cast<std::size_t>(width));
-    m_image = std::move(wider);
-    for (std::size_t hole = 0; hole < m_holes.size(); ++hole)
-        if (m_holes[hole])
-            std::memset(PixelOf(*m_image,
-                                static_cast<int>(hole / static_cast<std::size_t>(width)),
-                                static_cast<int>(hole % static_cast<std::size_t>(width))),
-                        0,
-                        4);
-    m_holes = {};
+    if (!needsAlpha)
+        m_image->DropAlpha();
+    WarnOfSize(m_image->GetRowBytes(), m_image->GetHeight());
 }
 
 } // namespace KxC

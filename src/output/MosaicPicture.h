@@ -3,10 +3,8 @@
 
 #include "KxImageData.h"
 
-#include <cstddef>
 #include <memory>
 #include <new>
-#include <vector>
 
 namespace KxC {
 
@@ -18,8 +16,8 @@ class NoMemoryForPicture : public std::bad_alloc
 {
 };
 
-/// The picture that a mosaic becomes, filled row by row from the south. It begins without alpha and
-/// gets it when the tiles turn out to need it.
+/// The picture that a mosaic becomes, filled row by row from the south. It has alpha until all its
+/// tiles have been asked and none of them needs it.
 class MosaicPicture
 {
 public:
@@ -30,19 +28,14 @@ public:
     /// Fills the next row, which lies at y.
     void AddRow(MosaicRows& rows, double y, MosaicTiles& tiles);
 
-    /// Makes the rows so far as if the picture had had alpha from the start. Throws NoMemoryForPicture.
-    void AddAlpha();
+    /// After the last row.
+    void End(bool needsAlpha);
 
     const KxImageData& Image() const { return *m_image; }
 
 private:
-    void NoteHoles(const std::vector<std::size_t>& columns);
-
     std::unique_ptr<KxImageData> m_image;
     int m_rows = 0; ///< filled
-    /// Pixels that nothing was written to while there was no alpha: they are to be transparent, not
-    /// black. Empty as long as there are none.
-    std::vector<bool> m_holes;
 };
 
 } // namespace KxC

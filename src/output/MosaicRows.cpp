@@ -113,24 +113,19 @@ MosaicRows::MosaicRows(const TransformGrid& grid, std::vector<double> xs)
 {
 }
 
-const std::vector<std::size_t>&
-MosaicRows::Fill(KxImageData& output, int row, double y, MosaicTiles& tiles)
+void MosaicRows::Fill(KxImageData& output, int row, double y, MosaicTiles& tiles)
 {
     std::fill(m_exact.begin(), m_exact.end(), false);
     m_decided.clear();
-    m_holes.clear();
     PutStretches();
     while (!m_open.empty()) {
         TransformNodes(y);
         Decide();
     }
-    if (output.GetPixelSize() == 4)
-        FillStretches<4>(output, row, tiles);
-    else
-        FillStretches<3>(output, row, tiles);
+    for (const auto& [stretch, error] : m_decided)
+        Interpolate(PixelOf(output, row, 0), stretch, error, tiles);
     Transform(y);
     SampleExact(output, row, tiles);
-    return m_holes;
 }
 
 /// Covers the columns with stretches; what is left is transformed, and so is the last column, which
@@ -232,14 +227,6 @@ double MosaicRows::BoundAlong(double GridPosition::*axis, const Stretch& stretch
            kTransformError / m_grid.Span();
 }
 
-template <int PixelSize>
-void MosaicRows::FillStretches(KxImageData& output, int row, MosaicTiles& tiles)
-{
-    for (const auto& [stretch, error] : m_decided)
-        Interpolate<PixelSize>(PixelOf(output, row, 0), stretch, error, tiles);
-}
-
-template <int PixelSize>
 void MosaicRows::Interpolate(unsigned char* output,
                              const Stretch& stretch,
                              const Error& error,
@@ -260,12 +247,10 @@ void MosaicRows::Interpolate(unsigned char* output,
         const unsigned char* pixel = nullptr;
         if (!tile.Find(row.m_rest, col.m_rest, pixel))
             Want(column, column + 1);
-        else if (pixel == nullptr)
-            m_holes.push_back(column);
-        else if (tile.PixelSize() == 4)
-            CopyPixel<4, PixelSize>(pixel, output + column * PixelSize);
-        else
-            CopyPixel<3, PixelSize>(pixel, output + column * PixelSize);
+        else if (pixel != nullptr && tile.PixelSize() == 4)
+            CopyPixel<4, 4>(pixel, output + column * 4);
+        else if (pixel != nullptr)
+            CopyPixel<3, 4>(pixel, output + column * 4);
     }
 }
 
@@ -273,9 +258,8 @@ void MosaicRows::Interpolate(unsigned char* output,
 void MosaicRows::SampleExact(KxImageData& output, int row, MosaicTiles& tiles)
 {
     for (std::size_t column = 0; column < m_xs.size(); ++column)
-        if (m_exact[column] &&
-            !SamplePixel(output, row, static_cast<int>(column), tiles, m_places[column]))
-            m_holes.push_back(column);
+        if (m_exact[column])
+            SamplePixel(output, row, static_cast<int>(column), tiles, m_places[column]);
 }
 
 Quartic MosaicRows::CurveAlong(double GridPosition::*axis, const Stretch& stretch) const

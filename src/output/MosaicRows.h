@@ -26,9 +26,8 @@ public:
     MosaicRows(const TransformGrid& grid, std::vector<double> xs);
 
     /// Fills a row of the output. Pixels in places without a picture stay as they are.
-    /// @return the columns of these pixels, until the next call
-    const std::vector<std::size_t>&
-    Fill(KxImageData& output, int row, double y, MosaicTiles& tiles);
+    /// @param output  with alpha
+    void Fill(KxImageData& output, int row, double y, MosaicTiles& tiles);
 
 private:
     /// Columns from m_first to m_first + 4 x m_spacing, with a node at each multiple of m_spacing.
@@ -56,9 +55,6 @@ private:
     bool BoundError(const Stretch& stretch, Error& error) const;
     double BoundAlong(double GridPosition::*axis, const Stretch& stretch) const;
     Quartic CurveAlong(double GridPosition::*axis, const Stretch& stretch) const;
-    template <int PixelSize>
-    void FillStretches(KxImageData& output, int row, MosaicTiles& tiles);
-    template <int PixelSize>
     void Interpolate(unsigned char* output,
                      const Stretch& stretch,
                      const Error& error,
@@ -76,7 +72,6 @@ private:
     std::vector<std::size_t> m_wanted; ///< columns to transform
     std::vector<double> m_wantedXs;
     std::vector<GridPosition> m_wantedPlaces;
-    std::vector<std::size_t> m_holes; ///< columns without a picture
 };
 
 } // namespace KxC

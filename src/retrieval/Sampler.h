@@ -38,18 +38,16 @@ struct PlaceInTile
 /// Takes one pixel from the tile at a place, by the rule of KxImageData::GetValue2. Without a
 /// picture there, the pixel stays as it is.
 /// @param tiles  ImageAt(row, column) answers a tile's picture or null
-/// @return whether there was a picture
 template <class Tiles>
-bool SamplePixel(KxImageData& output, int row, int column, Tiles& tiles, const GridPosition& place)
+void SamplePixel(KxImageData& output, int row, int column, Tiles& tiles, const GridPosition& place)
 {
     const PlaceInTile at(place);
     const KxImageData* image = tiles.ImageAt(at.m_row, at.m_col);
     if (image == nullptr)
-        return false;
+        return;
     unsigned char pixel[4] = {};
     image->GetValue2(at.m_u, at.m_v, pixel, output.GetPixelSize());
     output.SetValue(row, column, pixel, output.GetPixelSize());
-    return true;
 }
 
 /// Takes every pixel from its place.

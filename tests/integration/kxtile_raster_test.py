@@ -404,6 +404,19 @@ class RasterTest(KxtileTestCase):
         self.assertEqual(sorted(path.name for path in self.folder.glob("[.m]*")),
                          ["m.pgw", "m.png", "m.prj"])
 
+    def test_damaged_rasters_make_no_picture(self):
+        # From 0 to 45 degrees east it cannot be read.
+        raster = self.folder / "damaged.testraster"
+        raster.write_text("-90 -60 90 60 0 5 damaged")
+        (self.folder / "m.png").write_text("old")
+        message = self.failure("mosaic", raster, "--bounds", "-40,-30,40,30", "--crs", "EPSG:4326",
+                               "--resolution", "0.1", "-o", "m.png")
+        self.assertRegex(message, r"[1-9]\d* of the tiles of '.*' cannot be read: the strip is cut")
+        self.assertEqual((self.folder / "m.png").read_text(), "old")
+        self.assertEqual(list(self.folder.glob(".kxtile*")), [])
+        self.mosaic(raster, [-80, -30, -10, 30], "EPSG:4326", 0.1, "m.png")
+        self.assertEqual(png_size(self.folder / "m.png"), (700, 600))
+
     def test_failures_get_words(self):
         def message(raster=self.made, bounds="501000,5533000,503000,5534000", crs="EPSG:32633",
                     resolution="10", output="m.png", status=1):

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "PngParts.h"
+#include "Deflate.h"
 
 #include <isa-l/crc.h>
 #include <isa-l/igzip_lib.h>

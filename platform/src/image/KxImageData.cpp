@@ -208,6 +208,29 @@ unsigned char KxImageData::SetValue(int row, int column, const unsigned char* pi
     return 1;
 }
 
+void KxImageData::DropAlpha()
+{
+    if (m_nPixelSize != 4)
+        return;
+    const int rowBytes = GetAlignWidth4Bytes(m_nWidth * 24);
+    // No pixel moves beyond one that is still to be read.
+    for (std::ptrdiff_t row = 0; row < m_nHeight; ++row) {
+        const unsigned char* from = m_pData + row * m_nRowBytes;
+        unsigned char* to = m_pData + row * rowBytes;
+        unsigned char* const end = to + rowBytes;
+        for (int column = 0; column < m_nWidth; ++column, from += 4)
+            for (int channel = 0; channel < 3; ++channel)
+                *to++ = from[channel];
+        std::fill(to, end, static_cast<unsigned char>(0));
+    }
+    m_nRowBytes = rowBytes;
+    m_nPixelSize = 3;
+    void* const shrunk = std::realloc(
+        m_pData, static_cast<std::size_t>(rowBytes) * static_cast<std::size_t>(m_nHeight));
+    if (shrunk != nullptr)
+        m_pData = static_cast<unsigned char*>(shrunk);
+}
+
 void KxImageData::SetBilinear(bool on)
 {
     bilinear.store(on, std::memory_order_relaxed);

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-// The pieces of the PNG writer: colours of a palette and the compressed stream.
+// The PNG writer's palette.
 
+#include "Deflate.h"
 #include "ImageCodecs.h"
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <span>
 
 namespace KxC::Imaging {
 
@@ -47,12 +47,5 @@ private:
     int m_count = 0;
     int m_transparentCount = 0;
 };
-
-/// Room that ZlibCompress needs for `count` bytes.
-std::size_t ZlibBound(std::size_t count);
-/// Writes a zlib stream of the bytes.
-/// @return its length, 0 when it did not fit or memory ran out
-std::size_t ZlibCompress(ByteSpan bytes, std::span<unsigned char> out, Purpose purpose);
-std::uint32_t Crc32(ByteSpan bytes);
 
 } // namespace KxC::Imaging

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "Deflate.h"
 #include "ImageCodecs.h"
 
 #include <tiffio.h>
@@ -124,8 +125,14 @@ Tiff OpenTiff(MemoryFile& file)
                                   options.get()));
 }
 
-/// A fifth of level 6's time for a seventh more bytes, on photographs.
-constexpr int kDeflateLevel = 1;
+/// What a strip's rows take at least, unless there are no more: each strip has codes of its own.
+constexpr std::size_t kStripBytes = std::size_t{128} << 10;
+
+std::size_t RowsPerStrip(const PixelRows& rows)
+{
+    return std::min((kStripBytes + rows.PixelBytes() - 1) / rows.PixelBytes(),
+                    static_cast<std::size_t>(rows.height));
+}
 
 bool SetTags(TIFF* tiff, const PixelRows& rows)
 {
@@ -138,21 +145,44 @@ bool SetTags(TIFF* tiff, const PixelRows& rows)
                TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG) != 0 &&
                TIFFSetField(tiff, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT) != 0 &&
                TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_ADOBE_DEFLATE) != 0 &&
-               TIFFSetField(tiff, TIFFTAG_PREDICTOR, PREDICTOR_HORIZONTAL) != 0 &&
-               TIFFSetField(tiff, TIFFTAG_ZIPQUALITY, kDeflateLevel) != 0;
+               TIFFSetField(tiff, TIFFTAG_PREDICTOR, PREDICTOR_HORIZONTAL) != 0;
     if (rows.pixelSize == 4)
         set = set && TIFFSetField(tiff, TIFFTAG_EXTRASAMPLES, 1, &unassociatedAlpha) != 0;
-    return set && TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, TIFFDefaultStripSize(tiff, 0)) != 0;
+    return set && TIFFSetField(tiff,
+                               TIFFTAG_ROWSPERSTRIP,
+                               static_cast<std::uint32_t>(RowsPerStrip(rows))) != 0;
 }
 
-bool WriteRows(TIFF* tiff, const PixelRows& rows)
+/// The horizontal predictor: each sample as its difference from that of the pixel before.
+void PredictRow(const unsigned char* pixels,
+                std::size_t count,
+                std::size_t pixelSize,
+                unsigned char* out)
 {
-    const std::size_t count = rows.PixelBytes();
-    std::vector<unsigned char> line(count);
-    for (int row = 0; row < rows.height; ++row) {
-        // The predictor works in the buffer that it is given.
-        std::memcpy(line.data(), rows.RowFromNorth(row), count);
-        if (TIFFWriteScanline(tiff, line.data(), static_cast<std::uint32_t>(row), 0) < 0)
+    std::memcpy(out, pixels, pixelSize);
+    for (std::size_t i = pixelSize; i < count; ++i)
+        out[i] = static_cast<unsigned char>(pixels[i] - pixels[i - pixelSize]);
+}
+
+/// Compresses the strips itself: the quick encoder takes less time than libtiff's at its quickest.
+bool WriteStrips(TIFF* tiff, const PixelRows& rows)
+{
+    const std::size_t rowBytes = rows.PixelBytes();
+    const auto rowsPerStrip = static_cast<int>(RowsPerStrip(rows));
+    std::vector<unsigned char> strip(rowBytes * RowsPerStrip(rows));
+    std::vector<unsigned char> compressed(ZlibBound(strip.size()));
+    std::uint32_t number = 0;
+    for (int first = 0; first < rows.height; first += rowsPerStrip, ++number) {
+        const int count = std::min(rowsPerStrip, rows.height - first);
+        for (int row = 0; row < count; ++row)
+            PredictRow(rows.RowFromNorth(first + row),
+                       rowBytes,
+                       static_cast<std::size_t>(rows.pixelSize),
+                       strip.data() + static_cast<std::size_t>(row) * rowBytes);
+        const std::size_t length = ZlibCompress(
+            {strip.data(), rowBytes * static_cast<std::size_t>(count)}, compressed, Purpose::Tile);
+        if (length == 0 ||
+            TIFFWriteRawStrip(tiff, number, compressed.data(), static_cast<tmsize_t>(length)) < 0)
             return false;
     }
     return true;
@@ -167,7 +197,7 @@ Encoded EncodeTiff(const PixelRows& rows)
     if (!file.Reserve(rows.PixelBytes() * static_cast<std::size_t>(rows.height) / 2 + 4096))
         return {};
     Tiff tiff = OpenTiff(file);
-    if (tiff == nullptr || !SetTags(tiff.get(), rows) || !WriteRows(tiff.get(), rows) ||
+    if (tiff == nullptr || !SetTags(tiff.get(), rows) || !WriteStrips(tiff.get(), rows) ||
         TIFFFlush(tiff.get()) == 0)
         return {};
     // Closing writes no more, but may still call back.

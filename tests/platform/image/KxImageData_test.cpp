@@ -228,5 +228,36 @@ TEST(KxImageData, AlignsRowsToWholeWords)
     EXPECT_EQ(0, KxImageData::GetAlignWidth4Bytes(-1));
 }
 
+TEST(KxImageData, DropsAlphaInPlace)
+{
+    for (const int width : {1, 2, 3, 4, 5, 17})
+        for (const int padding : {0, 7}) {
+            KxImageData image(width, 6, KxPixelFormat_RGBA, width * 4 + padding);
+            for (int row = 0; row < 6; ++row)
+                for (int column = 0; column < width; ++column) {
+                    const unsigned char pixel[] = {static_cast<unsigned char>(row),
+                                                   static_cast<unsigned char>(column),
+                                                   static_cast<unsigned char>(row * column),
+                                                   200};
+                    ASSERT_EQ(1, image.SetValue(row, column, pixel, 4));
+                }
+            image.DropAlpha();
+            EXPECT_EQ(3, image.GetPixelSize());
+            EXPECT_EQ((width * 3 + 3) / 4 * 4, image.GetRowBytes());
+            for (int row = 0; row < 6; ++row) {
+                const unsigned char* bytes = image.GetData() + row * image.GetRowBytes();
+                for (int column = 0; column < width; ++column, bytes += 3) {
+                    EXPECT_EQ(row, bytes[0]);
+                    EXPECT_EQ(column, bytes[1]);
+                    EXPECT_EQ(row * column, bytes[2]);
+                }
+                for (int i = width * 3; i < image.GetRowBytes(); ++i)
+                    EXPECT_EQ(0, *bytes++) << "padding";
+            }
+            image.DropAlpha();
+            EXPECT_EQ(3, image.GetPixelSize()) << "there is no more to drop";
+        }
+}
+
 } // namespace
 } // namespace KxC

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <utility>
 
 namespace KxC {
 namespace {
@@ -134,6 +135,23 @@ TEST(KxImgUtility, SavesTiffExactly)
             const NorthUp picture = Graded(259, 131, channels);
             EXPECT_EQ(0, MaxDifference(picture, ReadTiff(Save(picture, ext))));
         }
+}
+
+TEST(KxImgUtility, SavesTiffOfSeveralStripsAndOfLittle)
+{
+    // 400 rows of 1300 pixels are several strips, the last one shorter.
+    for (const auto& [width, height] : {std::pair(1300, 400), {1, 1}, {1, 300}, {300, 1}})
+        for (const int channels : {3, 4}) {
+            const NorthUp picture = Graded(width, height, channels);
+            EXPECT_EQ(0, MaxDifference(picture, ReadTiff(Save(picture, ".tif"))));
+        }
+    NorthUp noise = Graded(700, 300, 4);
+    unsigned int state = 54321;
+    for (unsigned char& byte : noise.pixels) {
+        state = state * 1664525U + 1013904223U;
+        byte = static_cast<unsigned char>(state >> 24);
+    }
+    EXPECT_EQ(0, MaxDifference(noise, ReadTiff(Save(noise, ".tif"))));
 }
 
 TEST(KxImgUtility, SaveRefusesWhatItCannotEncode)
