@@ -5,9 +5,10 @@
 #include "EarthSource.h"
 #include "KxGeFetcher.h"
 #include "KxPlugin.h"
-#include "KxRasterAccessorManager.h"
+#include "KxRasterDataAccessor.h"
 #include "KxTileFetcher.h"
 #include "KxUtility.h"
+#include "RasterArgument.h"
 #include "SourceArgument.h"
 #include "SourceFormat.h"
 #include "SourceGrid.h"
@@ -130,14 +131,25 @@ void LoadService(Source& source, const SourceArgument& argument)
     DescribeService(source);
 }
 
+/// A text that names a file by its own name: whoever may see the sources need not know the folders.
+std::string WithoutFolder(std::string text, const std::string& path)
+{
+    const std::string name = std::filesystem::path(path).filename().string();
+    for (std::size_t at = text.find(path); at != std::string::npos;
+         at = text.find(path, at + name.size()))
+        text.replace(at, path.size(), name);
+    return text;
+}
+
 void OpenRaster(Source& source)
 {
     source.m_kind = Source::Kind::Raster;
     const std::string name = NameOfRaster(source.m_path);
-    KxC::KxRasterDataAccessor* const raster =
-        KxC::m_gRasterAccessorManager.OpenDataAccessor(source.m_path.c_str());
-    if (raster == nullptr) {
-        source.m_error = "no reader plug-in opens this raster; see KXTILE_PLUGIN_PATH";
+    KxC::KxRasterDataAccessor* raster = nullptr;
+    try {
+        raster = &OpenRasterFile(source.m_path);
+    } catch (const CommandError& error) {
+        source.m_error = WithoutFolder(error.what(), source.m_path);
         return;
     }
     source.m_isUsable = true;
