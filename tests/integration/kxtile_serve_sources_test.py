@@ -3,7 +3,8 @@
 """What becomes of the gateway's sources: what is told of them, when they change, and when what
 they depend on goes.
 
-Called with KXTILE KXORIGIN, the table of places on every datum, and the folder of the test reader.
+Called with KXTILE KXORIGIN, the table of places on every datum, and the folders of the test reader
+and the reader of packs.
 """
 import concurrent.futures
 import http.client
@@ -93,6 +94,212 @@ class Definitions(ServeTestCase):
         self.assertIn(b"there is no such source", done.stderr)
         gateway = self.serve(source, "--missing", "plane=blank", "--watch")  # it may still come
         self.assertEqual(gateway.get("/plain/3/4/2.png").status, 200)
+
+
+class Findings(ServeTestCase):
+    """What 'kxtile source check' finds, 'kxtile serve' tells."""
+
+    def ids(self, gateway):
+        return [source["id"] for source in gateway.get("/sources.json").json()["sources"]]
+
+    def usable(self, gateway):
+        return {source["id"]: source["usable"] for source in
+                gateway.get("/sources.json").json()["sources"]}
+
+    def checked(self, path):
+        """The lines of 'source check' as the gateway should say them."""
+        said = subprocess.run([KXTILE, "source", "check", path], env=self.environment,
+                              cwd=self.folder, capture_output=True, text=True, check=False)
+        return ["kxtile: " + line for line in said.stdout.splitlines()]
+
+    def test_of_a_definition_that_loads_are_told_at_the_start(self):
+        source = self.definition("plain", DEFINITIONS["plain"].replace(
+            "[bounds]", "tilesize = 512\n[bounds]"))
+        gateway = self.serve(source)
+        lines = self.checked(source)
+        self.assertEqual(len(lines), 1)
+        self.assertRegex(lines[0], r"plain\.toml:7: warning: tilesize: ")
+        self.assertEqual(gateway.said().splitlines(), lines)
+        self.assertEqual(gateway.get("/plain/3/4/2.png").status, 200)
+
+    def test_of_an_address_for_all_tiles_are_told(self):
+        source = self.definition("same", 'url = "{origin}/xyz/marble/0/0/0.png"\nscheme = 10\n')
+        gateway = self.serve(source)
+        self.assertIn("same.toml:1: error: url: names no tile", gateway.said())
+        self.assertEqual(gateway.said().splitlines(), self.checked(source))
+
+    def test_of_which_one_is_that_there_is_nothing_to_ask_for(self):
+        texts = {"nothing": "", "nameless": 'name = "No address"\nscheme = 10\n',
+                 "torn": 'script = "function ("\nscheme = 10\n'}
+        paths = [self.definition(name, text) for name, text in texts.items()]
+        gateway = self.serve(*paths, self.definition("plain"))
+        self.assertEqual(self.usable(gateway), {"nothing": False, "nameless": False,
+                                                "torn": False, "plain": True})
+        self.assertEqual((gateway.start["sources"], gateway.start["unusable_sources"]), (1, 3))
+        self.assertEqual(gateway.metric("kxtile_sources"), 1)
+        self.assertEqual(gateway.metric("kxtile_sources_broken"), 3)
+        for path in paths:
+            for line in self.checked(path):
+                self.assertIn(line + "\n", gateway.said())
+            self.assertIn(f"kxtile: {path}: it cannot be served\n", gateway.said())
+            self.assertIn("there is nothing to ask for", error_of(gateway, path.stem))
+            self.assertEqual(gateway.get(f"/{path.stem}/3/4/2.png").status, 502)
+        for path in paths:
+            done = self.kxtile("serve", path, "--port", "0", status=1)
+            self.assertIn(b"no source to serve", done.stderr)
+
+    def test_of_a_change_are_told_when_it_is_taken(self):
+        source = self.definition("plain")
+        gateway = self.serve(source, "--watch")
+        self.assertEqual(gateway.said(), "")
+        self.definition("plain", DEFINITIONS["plain"].replace("format", "fromat"))
+        wait_until(lambda: "served as /plain/" in gateway.said(), "the change is taken")
+        self.assertEqual(gateway.said().splitlines(),
+                         self.checked(source) + [f"kxtile: {source}: served as /plain/"])
+        self.assertIn(":3: warning: fromat: ", gateway.said())
+        self.definition("plain", "")
+        wait_until(lambda: "its state of before is still served" in gateway.said(), "it is told")
+        self.assertIn("error: url: is missing", gateway.said())
+        self.assertEqual(gateway.get("/plain/3/4/2.png").status, 200)
+
+    def test_hold_no_secrets(self):
+        self.environment["MAP_KEY"] = "hidden-value"
+        source = self.definition("torn", 'url = "{origin}/${{MAP_KEY}}"\nscheme = "${{MAP_KEY}}"\n'
+                                         'script = "return ${{MAP_KEY}} ${{MAP_KEY}}"\n')
+        gateway = self.serve(source, self.definition("plain"))
+        self.assertIn("torn.toml", gateway.said())
+        self.assertNotIn("hidden-value", gateway.said())
+        self.assertNotIn(b"hidden-value", gateway.get("/sources.json").body)
+
+    def test_of_a_good_definition_are_none(self):
+        gateway = self.serve(*(self.definition(name) for name in
+                               ("plain", "south", "shifted", "plane", "past")))
+        self.assertEqual(gateway.said(), "")
+
+
+class Lists(ServeTestCase):
+    """Files that hold several sources."""
+
+    ENTRY = '<xyztiles name="{}" url="{}/xyz/{}/{{z}}/{{x}}/{{y}}.png" zmin="0" zmax="12"/>\n'
+
+    def list(self, *entries, name="list.xml"):
+        path = self.folder / "sources" / name
+        path.parent.mkdir(exist_ok=True)
+        fresh = path.with_suffix(".new")
+        fresh.write_text("<!DOCTYPE connections>\n<qgsXYZTilesConnections version=\"1.0\">\n" +
+                         "".join(self.ENTRY.format(title, self.address, picture)
+                                 for title, picture in entries) +
+                         "</qgsXYZTilesConnections>\n")
+        fresh.rename(path)
+        return path
+
+    def served(self, gateway):
+        return {source["id"]: (source["name"], source["file"]) for source in
+                gateway.get("/sources.json").json()["sources"]}
+
+    def picture(self, name):
+        return self.origin_bytes(f"/xyz/{name}/3/4/2.png")
+
+    def test_are_served_entry_by_entry(self):
+        path = self.list(("The world", "marble"), ("Lines/grid", "graticule"), ("a.tif", "marble"))
+        gateway = self.serve(path)
+        self.assertEqual(self.served(gateway), {
+            "The-world": ("The world", "list.xml#The world"),
+            "Lines-grid": ("Lines/grid", "list.xml#Lines/grid"),
+            "a-tif": ("a.tif", "list.xml#a.tif")})
+        self.assertEqual(gateway.get("/The-world/3/4/2.png").body, self.picture("marble"))
+        self.assertEqual(gateway.get("/Lines-grid/3/4/2.png").body, self.picture("graticule"))
+        self.assertEqual(gateway.get("/a-tif/3/4/2.png").body, self.picture("marble"))
+        self.assertEqual(gateway.start["sources"], 3)
+        self.assertEqual(gateway.said(), "")
+
+    def test_in_folders_are_too(self):
+        self.list(("world", "marble"), ("lines", "graticule"))
+        self.definition("plain")
+        gateway = self.serve(self.folder / "sources")
+        self.assertEqual(set(self.served(gateway)), {"world", "lines", "plain"})
+
+    def test_of_mapproxy_are_too(self):
+        path = self.folder / "proxy.yaml"
+        path.write_text("sources:\n" + "".join(
+            f"  {name}:\n    type: tile\n    grid: GLOBAL_WEBMERCATOR\n"
+            f"    url: {self.address}/xyz/{picture}/%(z)s/%(x)s/%(y)s.png\n"
+            for name, picture in (("world", "marble"), ("lines", "graticule"))))
+        gateway = self.serve(path)
+        self.assertEqual(set(self.served(gateway)), {"world", "lines"})
+        self.assertEqual(gateway.get("/lines/3/4/2.png").status, 200)
+
+    def test_give_one_entry_by_name_or_number(self):
+        path = self.list(("world", "marble"), ("lines", "graticule"))
+        for chosen in ("lines", "2"):
+            with self.subTest(chosen):
+                gateway = self.serve(f"{path}#{chosen}")
+                self.assertEqual(list(self.served(gateway)), ["lines"])
+                self.assertEqual(gateway.get("/lines/3/4/2.png").body, self.picture("graticule"))
+
+    def test_whose_names_tell_nothing_give_their_entries_by_number(self):
+        gateway = self.serve(self.list(("same", "marble"), ("same", "graticule"),
+                                       ("", "marble"), ("a#b", "graticule")))
+        self.assertEqual(list(self.served(gateway)), ["same", "same-2", "3", "a-b"])
+        self.assertEqual(gateway.get("/same-2/3/4/2.png").body, self.picture("graticule"))
+        self.assertEqual(gateway.get("/3/3/4/2.png").body, self.picture("marble"))
+        self.assertEqual(gateway.get("/a-b/3/4/2.png").body, self.picture("graticule"))
+
+    def test_are_followed_entry_by_entry(self):
+        path = self.list(("world", "marble"), ("lines", "graticule"))
+        gateway = self.serve(path, "--watch")
+        world = gateway.get("/world/3/4/2.png").body
+        self.list(("lines", "marble"), ("more", "graticule"))
+        wait_until(lambda: set(self.served(gateway)) == {"lines", "more"}, "entries came and went")
+        self.assertEqual(gateway.get("/lines/3/4/2.png").body, world)
+        self.assertEqual(gateway.get("/world/3/4/2.png").status, 404)
+        self.assertIn(f"{path}#world: gone, no longer served", gateway.said())
+        self.list(("more", "graticule"))
+        wait_until(lambda: set(self.served(gateway)) == {"more"}, "one is left, and has its name")
+        self.list(("more", "graticule"), ("world", "marble"))
+        wait_until(lambda: set(self.served(gateway)) == {"more", "world"}, "one came back")
+        path.write_text("<qgsXYZTilesConnections")
+        wait_until(lambda: error_of(gateway, "more") is not None, "the fault is told")
+        self.assertEqual(set(self.served(gateway)), {"more", "world"})
+        self.assertEqual(gateway.get("/world/3/4/2.png").status, 200)
+
+    def test_without_end_are_served_as_far_as_is_good(self):
+        gateway = self.serve(self.list(*((f"entry {i}", "marble") for i in range(520))))
+        self.assertEqual(gateway.start["sources"], 500)
+        self.assertIn("list.xml: 20 of its sources are not served", gateway.said())
+
+
+class Addresses(ServeTestCase):
+    def announced(self, *arguments):
+        process = subprocess.Popen(
+            [KXTILE, "serve", str(self.definition("plain")), "--port", "0", *arguments],
+            env=self.environment, cwd=self.folder, stdout=subprocess.PIPE, text=True)
+        line = process.stdout.readline()
+        process.terminate()
+        self.assertEqual(process.wait(DEADLINE), 0)
+        process.stdout.close()
+        return line
+
+    def test_that_are_announced_can_be_opened(self):
+        self.assertRegex(self.announced(),
+                         r"^kxtile serving 1 source on http://127\.0\.0\.1:\d+/\n$")
+        self.assertRegex(self.announced("--bind", "0.0.0.0"),
+                         r"^kxtile serving 1 source on http://127\.0\.0\.1:\d+/, listening on "
+                         r"every IPv4 address of this machine\n$")
+        self.assertRegex(self.announced("--bind", "::"),
+                         r"on http://\[::1\]:\d+/, listening on every IPv6 address")
+        gateway = self.serve(self.definition("plain"), "--bind", "0.0.0.0")
+        self.assertEqual((gateway.address.hostname, gateway.start["bind"]),
+                         ("127.0.0.1", "0.0.0.0"))
+        self.assertEqual(gateway.get("/health").status, 200)
+
+    def test_of_hosts_that_nobody_asks_for_are_refused(self):
+        for host in ("bad host/", "http://maps.example.org", "", ":80", "maps.example.org/tiles"):
+            # An address of nobody's, so that it ends in either case.
+            done = self.kxtile("serve", self.definition("plain"), "--host", host,
+                               "--bind", "192.0.2.1", status=2)
+            self.assertIn(b"is no name of a host", done.stderr, host)
+            self.assertIn(b"--host maps.example.org", done.stderr, host)
 
 
 class Days(ServeTestCase):

@@ -431,6 +431,17 @@ void CutLateOnes(HttpServer::State& state)
 
 } // namespace
 
+Reach ReachOf(const std::string& address)
+{
+    in_addr four{};
+    in6_addr six{};
+    if (inet_pton(AF_INET, address.c_str(), &four) == 1 && four.s_addr == htonl(INADDR_ANY))
+        return Reach::AllOfIPv4;
+    if (inet_pton(AF_INET6, address.c_str(), &six) == 1 && IN6_IS_ADDR_UNSPECIFIED(&six) != 0)
+        return Reach::AllOfIPv6;
+    return Reach::One;
+}
+
 HttpServer::HttpServer(const HttpOptions& options, RequestHandler& handler, WorkPool& pool)
     : m_state(new State{options, handler, pool, Connections(options.m_connections)})
 {
