@@ -11,6 +11,7 @@ import http.client
 import os
 import pathlib
 import signal
+import sqlite3
 import subprocess
 import sys
 import unittest
@@ -346,6 +347,53 @@ class Rasters(ServeTestCase):
         gateway = self.serve(self.raster)
         self.assertIsNone(error_of(gateway, "half"))
         self.assertNotEqual(gateway.get("/half/1/0/0.png").body, half)
+
+
+class Packs(ServeTestCase):
+    """Rasters that are stored as tiles."""
+
+    LAST = 2
+
+    def setUp(self):
+        super().setUp()
+        self.environment["KXTILE_PLUGIN_PATH"] = READER
+        self.pack = self.folder / "pack.mbtiles"
+        pack = sqlite3.connect(self.pack)
+        pack.executescript("CREATE TABLE metadata (name TEXT, value TEXT);"
+                           "CREATE TABLE tiles (zoom_level INTEGER, tile_column INTEGER,"
+                           " tile_row INTEGER, tile_data BLOB);")
+        for level in range(self.LAST + 1):
+            for column in range(1 << level):
+                for row in range(1 << level):
+                    pack.execute("INSERT INTO tiles VALUES (?, ?, ?, ?)",
+                                 (level, column, (1 << level) - 1 - row,
+                                  self.origin_bytes(f"/xyz/marble/{level}/{column}/{row}.png")))
+        pack.executemany("INSERT INTO metadata VALUES (?, ?)",
+                         [("format", "png"), ("minzoom", "0"), ("maxzoom", str(self.LAST))])
+        pack.commit()
+        pack.close()
+
+    def test_have_tiles_of_twice_the_edge_on_every_level(self):
+        gateway = self.serve(self.pack)
+        for level in range(self.LAST + 1):
+            for ending, wanted in (("", "png"), (".png", "png"), (".jpg", "jpg"), (".webp", "webp")):
+                reply = gateway.get(f"/pack/{level}/0/0@2x{ending}")
+                self.assertEqual((reply.status, picture_size(reply.body)),
+                                 (200, (wanted, 512, 512)), (level, ending))
+                reply = gateway.get(f"/pack/{level}/0/0{ending}")
+                self.assertEqual(picture_size(reply.body), (wanted, 256, 256))
+        self.assertEqual(gateway.get("/pack/3/0/0@2x.png").status, 404)
+
+    def test_keep_on_disk_only_what_is_not_in_them(self):
+        gateway = self.serve(self.pack)
+        self.assertEqual(gateway.get("/pack/1/0/0").body,
+                         self.origin_bytes("/xyz/marble/1/0/0.png"))
+        self.assertEqual(list((self.folder / "cache").glob("output/*.mbtiles")), [])
+        made = gateway.get("/pack/1/0/0@2x").body
+        gateway.stop()
+        self.assertEqual(len(list((self.folder / "cache").glob("output/*.mbtiles"))), 1)
+        again = self.serve(self.pack).get("/pack/1/0/0@2x")
+        self.assertEqual((again.cache, again.body), ("output", made))
 
 
 class ServiceThatComesAlong(ServeTestCase):

@@ -75,7 +75,10 @@ std::string NameOfRaster(const std::string& path)
     std::error_code error;
     const auto size = fs::file_size(path, error);
     const auto time = fs::last_write_time(path, error).time_since_epoch().count();
-    return HashOf(fmt::format("{} {} {}", fs::absolute(path, error).string(), size, time));
+    // Another one when other pictures are made of the same file.
+    constexpr int kWayOfDrawing = 2;
+    return HashOf(
+        fmt::format("{} {} {} {}", fs::absolute(path, error).string(), size, time, kWayOfDrawing));
 }
 
 void NameSourceTiles(KxC::KxTSDParamItem& item, const std::string& name)

@@ -72,10 +72,12 @@ void ConvertOrFail(MadeTile& made, TileFormat format)
     made.m_cause = "the source's picture does not decode";
 }
 
-/// Whether the bytes are the service's own, which have a place on disk already.
+/// Whether the bytes are the service's own, or a pack's, which have a place on disk already.
 bool AreKeptAsSourceTile(const Source& source, const TileRequest& tile)
 {
-    return source.HandsOutOwnTiles(tile.m_size) && tile.m_format == TileFormat::Natural;
+    const bool isStored = source.m_isPack && tile.m_size == kTileSize;
+    return (isStored || source.HandsOutOwnTiles(tile.m_size)) &&
+           tile.m_format == TileFormat::Natural;
 }
 
 } // namespace
