@@ -396,6 +396,79 @@ class Packs(ServeTestCase):
         self.assertEqual((again.cache, again.body), ("output", made))
 
 
+class KeptTiles(ServeTestCase):
+    """What 'kxtile cache' knows of the tiles that the gateway keeps."""
+
+    def setUp(self):
+        super().setUp()
+        self.environment["KXTILE_PLUGIN_PATH"] = READER
+        raster = self.folder / "half.testraster"
+        raster.write_text("-180 -80 -90 80 0 8 squares\n")
+        self.sources = [self.definition("plain"), self.definition("shifted"), raster]
+        gateway = self.serve(*self.sources)
+        for path in ("/plain/5/26/12.webp", "/plain/5/26/12@2x", "/shifted/5/26/12.png",
+                     "/shifted/5/26/12.webp", "/half/1/0/0.png"):
+            self.assertEqual(gateway.get(path).status, 200, path)
+        gateway.stop()
+
+    def parts(self, command="info"):
+        return {(part["kind"], part["description"]): part for part in
+                self.answer("cache", command)["sources"] if part["tiles"] > 0}
+
+    MADE = {("gateway", "plain.toml, 256 pixels, webp"), ("gateway", "plain.toml, 512 pixels"),
+            ("gateway", "shifted.toml, 256 pixels, png"),
+            ("gateway", "shifted.toml, 256 pixels, webp"),
+            ("gateway", "half.testraster, 256 pixels, png")}
+    OWN = {("service", "plain.toml"), ("service", "shifted.toml")}
+
+    def test_are_listed_with_whose_they_are(self):
+        self.assertEqual(set(self.parts()), self.MADE | self.OWN)
+        said = self.kxtile("cache", "info").stdout.decode()
+        self.assertIn("made by serve: plain.toml, 512 pixels (", said)
+
+    def test_are_forgotten_with_their_source(self):
+        kept = self.MADE | self.OWN
+        for source in self.sources:
+            self.kxtile("cache", "clear", source)
+            kept = {name for name in kept if not name[1].startswith(source.name)}
+            self.assertEqual(set(self.parts()), kept)
+        self.assertEqual(kept, set())
+
+    def test_are_all_forgotten_when_all_are(self):
+        said = self.kxtile("cache", "clear", "--all").stdout.decode()
+        self.assertRegex(said, r"^cleared 2 sources, \d+ tiles\ncleared 5 parts, 5 tiles "
+                               r"made by serve\n$")
+        self.assertEqual(self.parts(), {})
+
+    def test_are_verified(self):
+        self.assertEqual({part["state"] for part in self.parts("verify").values()}, {"sound"})
+        damaged = ("gateway", "shifted.toml, 256 pixels, png")
+        with sqlite3.connect(self.parts()[damaged]["file"]) as database:
+            database.execute("UPDATE tiles SET tile_data = 'no picture'")
+        database.close()
+        done = self.answer("cache", "verify", status=1)
+        self.assertEqual([part["description"] for part in done["sources"]
+                          if part["state"] != "sound"], [damaged[1]])
+        self.assertEqual(self.answer("cache", "verify", self.sources[0])["damaged"], 0)
+        self.answer("cache", "verify", self.sources[1], status=1)
+
+    def test_of_a_list_are_forgotten_with_it(self):
+        path = self.folder / "list.xml"
+        path.write_text("<qgsXYZTilesConnections>" + "".join(
+            f'<xyztiles name="{name}" url="{self.address}/xyz/{name}/{{z}}/{{x}}/{{y}}.png"/>'
+            for name in ("marble", "graticule")) + "</qgsXYZTilesConnections>")
+        gateway = self.serve(path)
+        for name in ("marble", "graticule"):
+            self.assertEqual(gateway.get(f"/{name}/5/26/12.webp").status, 200)
+        gateway.stop()
+        self.assertIn(("gateway", "list.xml#marble, 256 pixels, webp"), set(self.parts()))
+        self.kxtile("cache", "clear", f"{path}#marble")
+        self.assertNotIn(("gateway", "list.xml#marble, 256 pixels, webp"), set(self.parts()))
+        self.assertIn(("gateway", "list.xml#graticule, 256 pixels, webp"), set(self.parts()))
+        self.kxtile("cache", "clear", path)
+        self.assertEqual([name for name in self.parts() if name[1].startswith("list.xml")], [])
+
+
 class ServiceThatComesAlong(ServeTestCase):
     def child_of(self, gateway):
         """Its process, as far as it is none that has ended."""

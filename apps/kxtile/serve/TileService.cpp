@@ -146,8 +146,7 @@ AnswerPtr TileService::WorkRaw(const Source& source, const TileRequest& tile) co
     const auto start = Clock::now();
     MadeTile made = FetchRawTile(source, tile, m_options.m_timeoutMs);
     ConvertOrFail(made, tile.m_format);
-    if (made.m_cacheState == std::string_view(kUpstream))
-        m_metrics.NoteUpstream(source.m_id, made.m_outcome);
+    NoteUpstream(source, made);
     // The service has none: a blank one would not be its own.
     const MissingTile missing =
         source.m_missing == MissingTile::NoContent ? MissingTile::NoContent : MissingTile::NotFound;
@@ -191,11 +190,19 @@ MadeTile TileService::MakeAnew(const Source& source, const TileRequest& tile) co
 {
     MadeTile made = MakeTile(source, tile, m_options.m_timeoutMs);
     ConvertOrFail(made, tile.m_format);
-    if (made.m_cacheState == std::string_view(kUpstream))
-        m_metrics.NoteUpstream(source.m_id, made.m_outcome);
+    NoteUpstream(source, made);
     if (made.m_outcome == MadeTile::kTile && !AreKeptAsSourceTile(source, tile))
         SaveOutput(source, tile, *made.m_bytes);
     return made;
+}
+
+void TileService::NoteUpstream(const Source& source, const MadeTile& made) const
+{
+    if (made.m_cacheState != std::string_view(kUpstream))
+        return;
+    m_metrics.NoteUpstream(source.m_id, made.m_outcome);
+    if (made.m_outcome == MadeTile::kTile)
+        DescribeSourceTiles(source);
 }
 
 /// Later answers share the picture; only what is said of its way is another.
