@@ -5,6 +5,7 @@
 #include "KxNetGetch.h"
 #include "KxWMTileDataCache.h"
 #include "serve/DefaultSources.h"
+#include "serve/HttpAddress.h"
 #include "serve/OriginChild.h"
 #include "serve/Watcher.h"
 

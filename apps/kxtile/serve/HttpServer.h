@@ -21,10 +21,6 @@ struct HttpOptions
     Connections::Limits m_connections;
 };
 
-/// How far an address to listen on reaches: itself alone, or all addresses of this machine.
-enum class Reach { One, AllOfIPv4, AllOfIPv6 };
-Reach ReachOf(const std::string& address);
-
 /// HTTP on a socket. Answers that are at hand go out from the event loop; the work for the others
 /// is given to the pool, and their connections wait without a thread.
 class HttpServer
