@@ -6,6 +6,7 @@
 #include "KxWMTileDataCache.h"
 #include "serve/DefaultSources.h"
 #include "serve/HttpAddress.h"
+#include "serve/IdleMemory.h"
 #include "serve/OriginChild.h"
 #include "serve/Watcher.h"
 
@@ -38,6 +39,8 @@ using Clock = std::chrono::steady_clock;
 constexpr auto kTimeToFinish = 4s;
 constexpr auto kTimeToAnswer = 500ms;
 constexpr auto kTimeToTell = 500ms;
+/// Without work, until what only work needs is given back.
+constexpr auto kQuiet = 20s;
 /// For an answer on a slow line.
 constexpr auto kTimeToSend = 60s;
 
@@ -230,6 +233,13 @@ void Serve(const GatewayOptions& options,
         throw;
     }
     service.SetLevels([&] { return LevelsOf(*server, pool, *table.Get()); });
+    const IdleMemory idleMemory(
+        kQuiet,
+        [&pool] {
+            const WorkPool::Counts work = pool.GetCounts();
+            return IdleMemory::Work{work.m_begun, work.m_waiting + work.m_running > 0};
+        },
+        ReleaseIdleMemory);
     std::optional<Watcher> watcher;
     if (options.m_watch)
         watcher.emplace(finder, table);
@@ -261,6 +271,7 @@ void RunGateway(const GatewayOptions& options)
 {
     const sigset_t endSignals = BlockEndSignals();
     AllowManyFiles();
+    LimitHeaps();
     SourceFinder finder(options.m_sources, options.m_missing);
     std::optional<OriginChild> origin;
     if (options.m_sources.empty()) {

@@ -49,7 +49,7 @@ struct ServeArguments
         std::max(kThreadsAtLeast, 2 * static_cast<int>(std::thread::hardware_concurrency()));
     int m_queue = 1000;
     double m_outputMemory = 256;
-    double m_sourceMemory = 256;
+    double m_sourceMemory = 64; ///< neighbours share the tiles that they are made of, not more
     int m_maxAge = 3600;
     int m_connections = 4096;
     int m_idleSeconds = 60;

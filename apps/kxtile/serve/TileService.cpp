@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "serve/TileService.h"
 
+#include "KxWMTileDataCache.h"
 #include "serve/OutputDisk.h"
 #include "serve/Transcode.h"
 
@@ -20,6 +21,17 @@ constexpr char kOutput[] = "output";
 constexpr char kUpstream[] = "upstream";
 /// What an answer takes beside its picture: headers, the response made of them, its place.
 constexpr std::size_t kAnswerBytes = 2500;
+
+/// Lets go of the decoded tiles that the library keeps valid until the thread's next operation,
+/// which may be long in coming.
+class ThreadTiles
+{
+public:
+    ThreadTiles() = default;
+    ~ThreadTiles() { KxC::m_gWMTileDataCacheManager.ReleaseThreadTiles(); }
+    ThreadTiles(const ThreadTiles&) = delete;
+    ThreadTiles& operator=(const ThreadTiles&) = delete;
+};
 
 double MillisecondsSince(Clock::time_point start)
 {
@@ -130,6 +142,7 @@ Outcome TileService::RawTile(const SourcePtr& source, const TileRequest& tile)
 
 AnswerPtr TileService::Work(const Source& source, const TileRequest& tile)
 {
+    const ThreadTiles heldUntilTheEnd;
     const auto start = Clock::now();
     MadeTile made = FindKept(source, tile);
     if (made.m_outcome != MadeTile::kTile)
@@ -143,6 +156,7 @@ AnswerPtr TileService::Work(const Source& source, const TileRequest& tile)
 
 AnswerPtr TileService::WorkRaw(const Source& source, const TileRequest& tile) const
 {
+    const ThreadTiles heldUntilTheEnd;
     const auto start = Clock::now();
     MadeTile made = FetchRawTile(source, tile, m_options.m_timeoutMs);
     ConvertOrFail(made, tile.m_format);
