@@ -2,7 +2,7 @@
 #include "serve/MhdRequest.h"
 
 #include "serve/HttpAddress.h"
-#include "serve/Route.h"
+#include "serve/PathText.h"
 
 #include <strings.h>
 
