@@ -271,7 +271,7 @@ void RunGateway(const GatewayOptions& options)
 {
     const sigset_t endSignals = BlockEndSignals();
     AllowManyFiles();
-    LimitHeaps();
+    LimitMemory();
     SourceFinder finder(options.m_sources, options.m_missing);
     std::optional<OriginChild> origin;
     if (options.m_sources.empty()) {

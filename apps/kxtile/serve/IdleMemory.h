@@ -44,8 +44,9 @@ private:
 };
 
 /// Keeps the allocator from having a heap for each of many threads, of which each keeps what it
-/// once had. To be called while the program has one thread.
-void LimitHeaps();
+/// once had, and rasters' blocks from taking a twentieth of all memory. To be called while the
+/// program has one thread.
+void LimitMemory();
 
 /// Forgets decoded tiles, where the disk has them, too, and gives the system back what is free.
 void ReleaseIdleMemory();
