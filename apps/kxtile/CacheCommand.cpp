@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "CacheCommand.h"
 
+#include "CacheParts.h"
 #include "Command.h"
 #include "KxFile.h"
 #include "KxRawDataTypeCache.h"
@@ -16,23 +17,23 @@ namespace KxTileHost {
 namespace {
 
 using KxC::KxRawDataDamagedFile;
-using KxC::KxRawDataSubTreeInfo;
 
-void PrintInfoAsJson(const std::vector<KxRawDataSubTreeInfo>& subTrees,
+void PrintInfoAsJson(const std::vector<CachePart>& parts,
                      const std::vector<KxRawDataDamagedFile>& damaged)
 {
     nlohmann::ordered_json setAside = nlohmann::ordered_json::array();
     for (const KxRawDataDamagedFile& file : damaged)
         setAside.push_back({{"file", file.m_strPath.Cstr()}, {"bytes", file.m_nBytes}});
     nlohmann::ordered_json list = nlohmann::ordered_json::array();
-    for (const KxRawDataSubTreeInfo& info : subTrees)
-        list.push_back({{"name", info.m_strName.Cstr()},
-                        {"description", info.m_strDescription.Cstr()},
-                        {"file", info.m_strPath.Cstr()},
-                        {"tiles", info.m_nTiles},
-                        {"no_data", info.m_nNoData},
-                        {"bytes", info.m_nBytes},
-                        {"readable", info.m_bReadable}});
+    for (const CachePart& part : parts)
+        list.push_back({{"name", part.m_info.m_strName.Cstr()},
+                        {"kind", part.Kind()},
+                        {"description", part.m_info.m_strDescription.Cstr()},
+                        {"file", part.m_info.m_strPath.Cstr()},
+                        {"tiles", part.m_info.m_nTiles},
+                        {"no_data", part.m_info.m_nNoData},
+                        {"bytes", part.m_info.m_nBytes},
+                        {"readable", part.m_info.m_bReadable}});
     PrintJson({{"folder", KxC::KxFile::m_strAppCachePath.Cstr()},
                {"sources", list},
                {"set_aside", setAside}});
@@ -53,32 +54,32 @@ void PrintDamaged(const std::vector<KxRawDataDamagedFile>& damaged)
         fmt::print("  {:>31}  {}\n", ReadableBytes(file.m_nBytes), file.m_strPath.Cstr());
 }
 
-void PrintSources(const std::vector<KxRawDataSubTreeInfo>& subTrees)
+void PrintParts(const std::vector<CachePart>& parts)
 {
-    if (subTrees.empty()) {
+    if (parts.empty()) {
         fmt::print("  no tiles are kept here\n");
         return;
     }
     fmt::print("  {:>9} {:>9} {:>11}  {}\n", "tiles", "no tile", "on disk", "source");
-    for (const KxRawDataSubTreeInfo& info : subTrees)
+    for (const CachePart& part : parts)
         fmt::print("  {:>9} {:>9} {:>11}  {}{}\n",
-                   info.m_nTiles,
-                   info.m_nNoData,
-                   ReadableBytes(info.m_nBytes),
-                   ReadableName(info),
-                   info.m_bReadable ? "" : " (cannot be read; see 'kxtile cache verify')");
+                   part.m_info.m_nTiles,
+                   part.m_info.m_nNoData,
+                   ReadableBytes(part.m_info.m_nBytes),
+                   part.ReadableName(),
+                   part.m_info.m_bReadable ? "" : " (cannot be read; see 'kxtile cache verify')");
 }
 
 void RunInfo(const GlobalOptions& options)
 {
-    const auto subTrees = KxC::m_gRawDataTypeCacheManager.ListSubTrees(kTiles);
-    const auto damaged = KxC::m_gRawDataTypeCacheManager.ListDamagedFiles(kTiles);
+    const auto parts = ListCacheParts();
+    const auto damaged = ListSetAside();
     if (options.m_json) {
-        PrintInfoAsJson(subTrees, damaged);
+        PrintInfoAsJson(parts, damaged);
         return;
     }
     fmt::print("{}\n", KxC::KxFile::m_strAppCachePath.Cstr());
-    PrintSources(subTrees);
+    PrintParts(parts);
     PrintDamaged(damaged);
 }
 
@@ -89,50 +90,58 @@ struct ClearArguments
 };
 
 /// What there is to clear: of the source, or of all.
-std::vector<KxRawDataSubTreeInfo> SubTreesToClear(const ClearArguments& arguments)
+std::vector<CachePart> PartsToClear(const ClearArguments& arguments)
 {
-    std::vector<KxRawDataSubTreeInfo> subTrees;
-    const KxC::KxString only = arguments.m_all
-                                   ? KxC::KxString()
-                                   : arguments.m_source.Load(SourceUse::Describe)->m_strHashKey;
-    for (const KxRawDataSubTreeInfo& info : KxC::m_gRawDataTypeCacheManager.ListSubTrees(kTiles)) {
-        const bool keepsSomething = info.m_nTiles > 0 || info.m_nNoData > 0 || !info.m_bReadable;
-        if (keepsSomething && (arguments.m_all || info.m_strName == only))
-            subTrees.push_back(info);
-    }
-    return subTrees;
+    std::vector<CachePart> parts =
+        arguments.m_all ? ListCacheParts() : ListCachePartsOf(arguments.m_source);
+    std::erase_if(parts, [](const CachePart& part) {
+        return part.m_info.m_nTiles == 0 && part.m_info.m_nNoData == 0 && part.m_info.m_bReadable;
+    });
+    return parts;
 }
 
-void PrintCleared(const std::vector<KxRawDataSubTreeInfo>& cleared)
+/// "2 sources, 12 tiles".
+std::string Count(const std::vector<CachePart>& parts, const char* one, const char* several)
 {
     unsigned long long tiles = 0;
-    for (const KxRawDataSubTreeInfo& info : cleared)
-        tiles += info.m_nTiles;
+    for (const CachePart& part : parts)
+        tiles += part.m_info.m_nTiles;
+    return fmt::format("{} {}, {} tile{}",
+                       parts.size(),
+                       parts.size() == 1 ? one : several,
+                       tiles,
+                       tiles == 1 ? "" : "s");
+}
+
+void PrintCleared(const std::vector<CachePart>& cleared)
+{
+    std::vector<CachePart> services;
+    std::vector<CachePart> made;
+    for (const CachePart& part : cleared)
+        (part.IsOfGateway() ? made : services).push_back(part);
     if (cleared.empty())
         fmt::print("nothing was kept\n");
-    else
-        fmt::print("cleared {} source{}, {} tile{}\n",
-                   cleared.size(),
-                   cleared.size() == 1 ? "" : "s",
-                   tiles,
-                   tiles == 1 ? "" : "s");
+    if (!services.empty())
+        fmt::print("cleared {}\n", Count(services, "source", "sources"));
+    if (!made.empty())
+        fmt::print("cleared {} made by serve\n", Count(made, "part", "parts"));
 }
 
 void RunClear(const GlobalOptions& options, const ClearArguments& arguments)
 {
     if (arguments.m_all != arguments.m_source.GetText().empty())
         throw CommandError(kExitWrongUsage, "name one SOURCE to forget, or --all for every source");
-    const std::vector<KxRawDataSubTreeInfo> subTrees = SubTreesToClear(arguments);
-    for (const KxRawDataSubTreeInfo& info : subTrees)
-        if (KxC::m_gRawDataTypeCacheManager.ClearSubTree(kTiles, info.m_strName) == 0)
+    const std::vector<CachePart> parts = PartsToClear(arguments);
+    for (const CachePart& part : parts)
+        if (KxC::m_gRawDataTypeCacheManager.ClearSubTree(part.m_type, part.m_info.m_strName) == 0)
             throw CommandError(kExitFailed,
-                               fmt::format("cannot clear '{}'", info.m_strPath.Cstr()),
+                               fmt::format("cannot clear '{}'", part.m_info.m_strPath.Cstr()),
                                "Check that the folder may be written, and that the file is the "
                                "cache's: 'kxtile cache verify' tells.");
     if (options.m_json)
-        PrintJson({{"cleared", subTrees.size()}});
+        PrintJson({{"cleared", parts.size()}});
     else
-        PrintCleared(subTrees);
+        PrintCleared(parts);
 }
 
 } // namespace
@@ -152,14 +161,6 @@ std::string ReadableBytes(unsigned long long bytes)
     return fmt::format("{:.1f} {}", value, unit);
 }
 
-std::string ReadableName(const KxRawDataSubTreeInfo& info)
-{
-    const std::string name = info.m_strName.Cstr();
-    return info.m_strDescription.IsEmpty() != 0
-               ? name
-               : fmt::format("{} ({})", info.m_strDescription.Cstr(), name);
-}
-
 void AddCacheCommand(CLI::App& app, const GlobalOptions& options)
 {
     CLI::App* cache =
@@ -168,7 +169,8 @@ void AddCacheCommand(CLI::App& app, const GlobalOptions& options)
     cache->footer("Examples:\n  kxtile cache info\n  kxtile cache verify\n"
                   "  kxtile cache export osm.toml -o osm.mbtiles\n  kxtile cache clear --all");
     CLI::App* info = cache->add_subcommand("info", "List what is kept, by source");
-    info->footer("Example:\n  kxtile cache info --json");
+    info->footer("Also what 'kxtile serve' made of the sources, by size and format.\n"
+                 "Example:\n  kxtile cache info --json");
     info->callback([&options] { RunInfo(options); });
     AddCacheVerifyCommand(*cache, options);
     AddCacheExportCommand(*cache, options);
@@ -178,8 +180,10 @@ void AddCacheCommand(CLI::App& app, const GlobalOptions& options)
     clear->get_option("SOURCE")->required(false);
     clear->add_flag("--all", arguments->m_all, "Forget the tiles of every source");
     clear->footer(
+        "Of a source also what 'kxtile serve' made of it, as its file is now; of a raster that "
+        "alone.\n--all forgets what is left of earlier states, too.\n"
         "Examples:\n  kxtile cache clear 'http://127.0.0.1:8080/xyz/marble/{$z}/{$x}/{$y}.png'\n"
-        "  kxtile cache clear --all");
+        "  kxtile cache clear orthophoto.tif\n  kxtile cache clear --all");
     clear->callback([&options, arguments] { RunClear(options, *arguments); });
 }
 

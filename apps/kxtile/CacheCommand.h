@@ -15,9 +15,6 @@ constexpr auto kTiles = KxC::KxRawDataTypeCacheManager::CacheType_SourceTile;
 /// "512 B", "1.5 MiB".
 std::string ReadableBytes(unsigned long long bytes);
 
-/// The name of a sub-tree, behind the word for people where there is one.
-std::string ReadableName(const KxC::KxRawDataSubTreeInfo& info);
-
 /// Says on a terminal how far a long walk over tiles has come; nothing elsewhere.
 class Progress
 {

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "CacheCommand.h"
+#include "CacheParts.h"
 #include "KxCompress.h"
 #include "KxFile.h"
 #include "KxImgUtility.h"
@@ -17,7 +18,6 @@ namespace KxTileHost {
 
 namespace {
 
-using KxC::KxRawDataSubTreeInfo;
 using KxC::KxRawDataTreeResult;
 
 /// More of a bad file would tell no more.
@@ -87,8 +87,8 @@ struct DamagedTile
 class Inspector : public KxC::KxRawDataTileVisitor
 {
 public:
-    explicit Inspector(const KxRawDataSubTreeInfo& info)
-        : m_progress(ReadableName(info), info.m_nTiles)
+    explicit Inspector(const CachePart& part)
+        : m_progress(part.ReadableName(), part.m_info.m_nTiles)
     {
     }
 
@@ -121,7 +121,7 @@ private:
 /// What came of checking one sub-tree.
 struct Finding
 {
-    KxRawDataSubTreeInfo m_info;
+    CachePart m_part;
     std::string m_state;
     unsigned long long m_tiles = 0;
     std::vector<std::string> m_problems;
@@ -146,21 +146,23 @@ std::string StateOf(KxRawDataTreeResult result)
     }
 }
 
-Finding Check(const KxRawDataSubTreeInfo& info)
+Finding Check(const CachePart& part)
 {
     KxC::KxRawDataTypeCacheManager& cache = KxC::m_gRawDataTypeCacheManager;
     Finding finding;
-    finding.m_info = info;
+    finding.m_part = part;
     std::vector<KxC::KxString> problems;
-    const KxRawDataTreeResult checked = cache.CheckSubTree(kTiles, info.m_strName, problems);
+    const KxRawDataTreeResult checked =
+        cache.CheckSubTree(part.m_type, part.m_info.m_strName, problems);
     finding.m_state = StateOf(checked);
     for (const KxC::KxString& problem : problems)
         finding.m_problems.emplace_back(problem.Cstr());
     // Also in a damaged file: which tiles it has lost is worth knowing.
     if (checked != KxC::KxRawDataTreeResult_Done && checked != KxC::KxRawDataTreeResult_Damaged)
         return finding;
-    Inspector inspector(info);
-    const KxRawDataTreeResult walked = cache.VisitTiles(kTiles, info.m_strName, inspector);
+    Inspector inspector(part);
+    const KxRawDataTreeResult walked =
+        cache.VisitTiles(part.m_type, part.m_info.m_strName, inspector);
     finding.m_tiles = inspector.GetTiles();
     finding.m_damaged = inspector.GetDamaged();
     if (!finding.m_damaged.empty())
@@ -181,7 +183,7 @@ void PrintAsText(const Finding& finding)
                finding.m_state,
                finding.m_tiles,
                finding.m_tiles == 1 ? " " : "s",
-               ReadableName(finding.m_info),
+               finding.m_part.ReadableName(),
                advice == kAdvice.end() ? "" : advice->second);
     for (const std::string& problem : finding.m_problems)
         fmt::print("  {}\n", problem);
@@ -199,34 +201,25 @@ nlohmann::ordered_json AsJson(const Finding& finding)
                          {"row", tile.m_row},
                          {"level", tile.m_level},
                          {"fault", tile.m_fault}});
-    return {{"name", finding.m_info.m_strName.Cstr()},
-            {"description", finding.m_info.m_strDescription.Cstr()},
-            {"file", finding.m_info.m_strPath.Cstr()},
+    const KxC::KxRawDataSubTreeInfo& info = finding.m_part.m_info;
+    return {{"name", info.m_strName.Cstr()},
+            {"kind", finding.m_part.Kind()},
+            {"description", info.m_strDescription.Cstr()},
+            {"file", info.m_strPath.Cstr()},
             {"state", finding.m_state},
             {"tiles", finding.m_tiles},
             {"problems", finding.m_problems},
             {"damaged", tiles}};
 }
 
-std::vector<KxRawDataSubTreeInfo> SubTreesToVerify(const SourceArgument& source)
-{
-    std::vector<KxRawDataSubTreeInfo> subTrees =
-        KxC::m_gRawDataTypeCacheManager.ListSubTrees(kTiles);
-    if (source.GetText().empty())
-        return subTrees;
-    const KxC::KxString name = source.Load(SourceUse::Describe)->m_strHashKey;
-    std::erase_if(subTrees,
-                  [&](const KxRawDataSubTreeInfo& info) { return !(info.m_strName == name); });
-    return subTrees;
-}
-
 void RunVerify(const GlobalOptions& options, const SourceArgument& source)
 {
     nlohmann::ordered_json list = nlohmann::ordered_json::array();
     int damaged = 0;
-    const std::vector<KxRawDataSubTreeInfo> subTrees = SubTreesToVerify(source);
-    for (const KxRawDataSubTreeInfo& info : subTrees) {
-        const Finding finding = Check(info);
+    const std::vector<CachePart> parts =
+        source.GetText().empty() ? ListCacheParts() : ListCachePartsOf(source);
+    for (const CachePart& part : parts) {
+        const Finding finding = Check(part);
         damaged += finding.IsDamaged() || finding.m_state == "unreadable" ? 1 : 0;
         if (options.m_json)
             list.push_back(AsJson(finding));
@@ -237,7 +230,7 @@ void RunVerify(const GlobalOptions& options, const SourceArgument& source)
         PrintJson({{"folder", KxC::KxFile::m_strAppCachePath.Cstr()},
                    {"damaged", damaged},
                    {"sources", list}});
-    else if (subTrees.empty())
+    else if (parts.empty())
         fmt::print("no tiles are kept in {}\n", KxC::KxFile::m_strAppCachePath.Cstr());
     if (damaged > 0)
         throw CommandError(kExitFailed, options.m_json ? "" : "the cache is damaged");
@@ -247,8 +240,8 @@ void RunVerify(const GlobalOptions& options, const SourceArgument& source)
 
 void AddCacheVerifyCommand(CLI::App& cache, const GlobalOptions& options)
 {
-    CLI::App* verify =
-        cache.add_subcommand("verify", "Check the databases and every tile that is kept");
+    CLI::App* verify = cache.add_subcommand(
+        "verify", "Check the databases and every tile that is kept, also by serve");
     const auto source = std::make_shared<SourceArgument>();
     source->AddTo(*verify);
     verify->get_option("SOURCE")->required(false);

@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "SourceCheckCommand.h"
 
+#include "DefinitionFindings.h"
 #include "KxDefinitionSources.h"
-#include "KxLuaToolkit.h"
 #include "KxTSDParam.h"
-#include "KxTileFetcher.h"
-#include "KxUtility.h"
 #include "Secrets.h"
 
 #include <CLI/CLI.hpp>
@@ -27,78 +25,12 @@ struct CheckArguments
     bool m_strict = false;
 };
 
-/// One thing to say about one place of a definition.
-struct Finding
-{
-    std::string m_file;
-    int m_line; ///< 0 when none applies
-    std::string m_key;
-    bool m_error;
-    std::string m_text; ///< what is wrong and what would be right, with "; " between
-};
-
-const char* SeverityOf(const Finding& finding)
-{
-    return finding.m_error ? "error" : "warning";
-}
-
-/// The definition's file where "#name" chooses one of several sources in it.
-std::string FileOf(const std::string& path)
-{
-    return path.substr(0, path.rfind('#'));
-}
-
-std::string MaskAll(const std::string& path, const std::string& text)
-{
-    return Secrets(FileOf(path)).Mask(Secrets(path).Mask(text));
-}
-
-std::string WithoutLineBreaks(std::string text)
-{
-    std::replace_if(
-        text.begin(), text.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
-    return text;
-}
-
-/// Runs the script for one tile, since its mistakes show when it runs.
-void CheckScript(KxC::KxTSDParamItem& source,
-                 const std::string& file,
-                 std::vector<Finding>& findings)
-{
-    const std::string loadError = KxC::KxLuaToolkit::GetLastError().Cstr();
-    if (!loadError.empty()) {
-        findings.push_back({file, 0, "script", true, "does not load: " + MaskAll(file, loadError)});
-        return;
-    }
-    const int level = std::clamp(source.m_levelBounds.m_nMinLevel, 1, 30);
-    const KxC::KxString url = KxC::KxTileFetcher::GetURL(&source, level, 0, 0);
-    const std::string runError = KxC::KxLuaToolkit::GetLastError().Cstr();
-    if (url.IsEmpty() != 0)
-        findings.push_back({file,
-                            0,
-                            "script",
-                            false,
-                            fmt::format("gives no address for the tile in the south-west of level "
-                                        "{}: {}",
-                                        level,
-                                        MaskAll(file, runError))});
-}
-
 void Check(const std::string& file, std::vector<Finding>& findings)
 {
     KxC::KxTSDParamItem source;
     source.LoadFromTSDFile(file.c_str());
-    bool loaded = true;
-    for (const KxC::KxTSDMessage& message : KxC::KxUtility::GetLastTSDMessages()) {
-        loaded = loaded && !message.m_bError;
-        findings.push_back({file,
-                            message.m_nLine,
-                            message.m_strKey.Cstr(),
-                            message.m_bMisleads, // not of variables that are only not set here
-                            message.m_strText.Cstr()});
-    }
-    if (loaded && source.m_bLuaScripted != 0)
-        CheckScript(source, file, findings);
+    const std::vector<Finding> found = FindingsOfLoaded(source, file, Secrets(file));
+    findings.insert(findings.end(), found.begin(), found.end());
 }
 
 /// Checks every source of a file that holds several.
@@ -125,15 +57,6 @@ std::size_t CheckEach(const std::string& file, std::vector<Finding>& findings)
             Check(entry, findings);
     }
     return names.size();
-}
-
-/// "file:line: error: key: message", as compilers write it.
-std::string AsLine(const Finding& finding)
-{
-    const std::string line = finding.m_line > 0 ? fmt::format(":{}", finding.m_line) : "";
-    const std::string key = finding.m_key.empty() ? "" : finding.m_key + ": ";
-    return WithoutLineBreaks(fmt::format(
-        "{}{}: {}: {}{}", finding.m_file, line, SeverityOf(finding), key, finding.m_text));
 }
 
 nlohmann::ordered_json AsJson(const Finding& finding)

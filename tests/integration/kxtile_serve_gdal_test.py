@@ -17,6 +17,7 @@ from kxtile_harness import KXTILE, KxtileTestCase
 
 EDGE = 256
 LAST_LEVEL = 12
+DEEP_LEVEL = 22  # of which an eye's blink more than the world would be another row
 BOUNDS = f"""
 [bounds]
 west = -180
@@ -54,8 +55,12 @@ class GdalReadsTheGateway(KxtileTestCase):
             text = f'url = "{self.address}{route}/{{$z}}/{{$x}}/{{$y}}.png"\n'
             text += f'scheme = "WebMercatorWGS84"\nformat = "png"\nattribution = "kxorigin"\n{more}'
             (self.folder / f"{name}.toml").write_text(text + BOUNDS)
+        (self.folder / "deep.toml").write_text(
+            f'url = "{self.address}/xyz/marble/{{$z}}/{{$x}}/{{$y}}.png"\n'
+            f'scheme = "WebMercatorWGS84"\n[bounds]\nmax_level = {DEEP_LEVEL}\n')
         self.gateway = subprocess.Popen(
-            [KXTILE, "serve", "--port", "0", "marble.toml", "lines.toml", "shifted.toml"],
+            [KXTILE, "serve", "--port", "0", "marble.toml", "lines.toml", "shifted.toml",
+             "deep.toml"],
             env=self.environment, cwd=self.folder, stdout=subprocess.PIPE, text=True)
         self.addCleanup(self.stop)
         line = self.gateway.stdout.readline()
@@ -131,6 +136,10 @@ class GdalReadsTheGateway(KxtileTestCase):
                 self.assertIn(f"Size is {EDGE << LAST_LEVEL}, {EDGE << LAST_LEVEL}",
                               self.gdal("gdalinfo", source))
                 self.assert_tiles_equal(source, name, self.natural(name))
+
+    def test_deep_levels_of_the_wmts_have_no_row_too_many(self):
+        report = self.gdal("gdalinfo", f"WMTS:{self.root}/wmts,layer=deep")
+        self.assertIn(f"Size is {EDGE << DEEP_LEVEL}, {EDGE << DEEP_LEVEL}", report)
 
     def test_the_wmts_by_its_short_address(self):
         self.assertIn("layer=marble", self.gdal("gdalinfo", f"WMTS:{self.root}/wmts"))

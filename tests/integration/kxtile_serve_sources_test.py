@@ -3,13 +3,15 @@
 """What becomes of the gateway's sources: what is told of them, when they change, and when what
 they depend on goes.
 
-Called with KXTILE KXORIGIN, the table of places on every datum, and the folder of the test reader.
+Called with KXTILE KXORIGIN, the table of places on every datum, and the folders of the test reader
+and the reader of packs.
 """
 import concurrent.futures
 import http.client
 import os
 import pathlib
 import signal
+import sqlite3
 import subprocess
 import sys
 import unittest
@@ -95,6 +97,212 @@ class Definitions(ServeTestCase):
         self.assertEqual(gateway.get("/plain/3/4/2.png").status, 200)
 
 
+class Findings(ServeTestCase):
+    """What 'kxtile source check' finds, 'kxtile serve' tells."""
+
+    def ids(self, gateway):
+        return [source["id"] for source in gateway.get("/sources.json").json()["sources"]]
+
+    def usable(self, gateway):
+        return {source["id"]: source["usable"] for source in
+                gateway.get("/sources.json").json()["sources"]}
+
+    def checked(self, path):
+        """The lines of 'source check' as the gateway should say them."""
+        said = subprocess.run([KXTILE, "source", "check", path], env=self.environment,
+                              cwd=self.folder, capture_output=True, text=True, check=False)
+        return ["kxtile: " + line for line in said.stdout.splitlines()]
+
+    def test_of_a_definition_that_loads_are_told_at_the_start(self):
+        source = self.definition("plain", DEFINITIONS["plain"].replace(
+            "[bounds]", "tilesize = 512\n[bounds]"))
+        gateway = self.serve(source)
+        lines = self.checked(source)
+        self.assertEqual(len(lines), 1)
+        self.assertRegex(lines[0], r"plain\.toml:7: warning: tilesize: ")
+        self.assertEqual(gateway.said().splitlines(), lines)
+        self.assertEqual(gateway.get("/plain/3/4/2.png").status, 200)
+
+    def test_of_an_address_for_all_tiles_are_told(self):
+        source = self.definition("same", 'url = "{origin}/xyz/marble/0/0/0.png"\nscheme = 10\n')
+        gateway = self.serve(source)
+        self.assertIn("same.toml:1: error: url: names no tile", gateway.said())
+        self.assertEqual(gateway.said().splitlines(), self.checked(source))
+
+    def test_of_which_one_is_that_there_is_nothing_to_ask_for(self):
+        texts = {"nothing": "", "nameless": 'name = "No address"\nscheme = 10\n',
+                 "torn": 'script = "function ("\nscheme = 10\n'}
+        paths = [self.definition(name, text) for name, text in texts.items()]
+        gateway = self.serve(*paths, self.definition("plain"))
+        self.assertEqual(self.usable(gateway), {"nothing": False, "nameless": False,
+                                                "torn": False, "plain": True})
+        self.assertEqual((gateway.start["sources"], gateway.start["unusable_sources"]), (1, 3))
+        self.assertEqual(gateway.metric("kxtile_sources"), 1)
+        self.assertEqual(gateway.metric("kxtile_sources_broken"), 3)
+        for path in paths:
+            for line in self.checked(path):
+                self.assertIn(line + "\n", gateway.said())
+            self.assertIn(f"kxtile: {path}: it cannot be served\n", gateway.said())
+            self.assertIn("there is nothing to ask for", error_of(gateway, path.stem))
+            self.assertEqual(gateway.get(f"/{path.stem}/3/4/2.png").status, 502)
+        for path in paths:
+            done = self.kxtile("serve", path, "--port", "0", status=1)
+            self.assertIn(b"no source to serve", done.stderr)
+
+    def test_of_a_change_are_told_when_it_is_taken(self):
+        source = self.definition("plain")
+        gateway = self.serve(source, "--watch")
+        self.assertEqual(gateway.said(), "")
+        self.definition("plain", DEFINITIONS["plain"].replace("format", "fromat"))
+        wait_until(lambda: "served as /plain/" in gateway.said(), "the change is taken")
+        self.assertEqual(gateway.said().splitlines(),
+                         self.checked(source) + [f"kxtile: {source}: served as /plain/"])
+        self.assertIn(":3: warning: fromat: ", gateway.said())
+        self.definition("plain", "")
+        wait_until(lambda: "its state of before is still served" in gateway.said(), "it is told")
+        self.assertIn("error: url: is missing", gateway.said())
+        self.assertEqual(gateway.get("/plain/3/4/2.png").status, 200)
+
+    def test_hold_no_secrets(self):
+        self.environment["MAP_KEY"] = "hidden-value"
+        source = self.definition("torn", 'url = "{origin}/${{MAP_KEY}}"\nscheme = "${{MAP_KEY}}"\n'
+                                         'script = "return ${{MAP_KEY}} ${{MAP_KEY}}"\n')
+        gateway = self.serve(source, self.definition("plain"))
+        self.assertIn("torn.toml", gateway.said())
+        self.assertNotIn("hidden-value", gateway.said())
+        self.assertNotIn(b"hidden-value", gateway.get("/sources.json").body)
+
+    def test_of_a_good_definition_are_none(self):
+        gateway = self.serve(*(self.definition(name) for name in
+                               ("plain", "south", "shifted", "plane", "past")))
+        self.assertEqual(gateway.said(), "")
+
+
+class Lists(ServeTestCase):
+    """Files that hold several sources."""
+
+    ENTRY = '<xyztiles name="{}" url="{}/xyz/{}/{{z}}/{{x}}/{{y}}.png" zmin="0" zmax="12"/>\n'
+
+    def list(self, *entries, name="list.xml"):
+        path = self.folder / "sources" / name
+        path.parent.mkdir(exist_ok=True)
+        fresh = path.with_suffix(".new")
+        fresh.write_text("<!DOCTYPE connections>\n<qgsXYZTilesConnections version=\"1.0\">\n" +
+                         "".join(self.ENTRY.format(title, self.address, picture)
+                                 for title, picture in entries) +
+                         "</qgsXYZTilesConnections>\n")
+        fresh.rename(path)
+        return path
+
+    def served(self, gateway):
+        return {source["id"]: (source["name"], source["file"]) for source in
+                gateway.get("/sources.json").json()["sources"]}
+
+    def picture(self, name):
+        return self.origin_bytes(f"/xyz/{name}/3/4/2.png")
+
+    def test_are_served_entry_by_entry(self):
+        path = self.list(("The world", "marble"), ("Lines/grid", "graticule"), ("a.tif", "marble"))
+        gateway = self.serve(path)
+        self.assertEqual(self.served(gateway), {
+            "The-world": ("The world", "list.xml#The world"),
+            "Lines-grid": ("Lines/grid", "list.xml#Lines/grid"),
+            "a-tif": ("a.tif", "list.xml#a.tif")})
+        self.assertEqual(gateway.get("/The-world/3/4/2.png").body, self.picture("marble"))
+        self.assertEqual(gateway.get("/Lines-grid/3/4/2.png").body, self.picture("graticule"))
+        self.assertEqual(gateway.get("/a-tif/3/4/2.png").body, self.picture("marble"))
+        self.assertEqual(gateway.start["sources"], 3)
+        self.assertEqual(gateway.said(), "")
+
+    def test_in_folders_are_too(self):
+        self.list(("world", "marble"), ("lines", "graticule"))
+        self.definition("plain")
+        gateway = self.serve(self.folder / "sources")
+        self.assertEqual(set(self.served(gateway)), {"world", "lines", "plain"})
+
+    def test_of_mapproxy_are_too(self):
+        path = self.folder / "proxy.yaml"
+        path.write_text("sources:\n" + "".join(
+            f"  {name}:\n    type: tile\n    grid: GLOBAL_WEBMERCATOR\n"
+            f"    url: {self.address}/xyz/{picture}/%(z)s/%(x)s/%(y)s.png\n"
+            for name, picture in (("world", "marble"), ("lines", "graticule"))))
+        gateway = self.serve(path)
+        self.assertEqual(set(self.served(gateway)), {"world", "lines"})
+        self.assertEqual(gateway.get("/lines/3/4/2.png").status, 200)
+
+    def test_give_one_entry_by_name_or_number(self):
+        path = self.list(("world", "marble"), ("lines", "graticule"))
+        for chosen in ("lines", "2"):
+            with self.subTest(chosen):
+                gateway = self.serve(f"{path}#{chosen}")
+                self.assertEqual(list(self.served(gateway)), ["lines"])
+                self.assertEqual(gateway.get("/lines/3/4/2.png").body, self.picture("graticule"))
+
+    def test_whose_names_tell_nothing_give_their_entries_by_number(self):
+        gateway = self.serve(self.list(("same", "marble"), ("same", "graticule"),
+                                       ("", "marble"), ("a#b", "graticule")))
+        self.assertEqual(list(self.served(gateway)), ["same", "same-2", "3", "a-b"])
+        self.assertEqual(gateway.get("/same-2/3/4/2.png").body, self.picture("graticule"))
+        self.assertEqual(gateway.get("/3/3/4/2.png").body, self.picture("marble"))
+        self.assertEqual(gateway.get("/a-b/3/4/2.png").body, self.picture("graticule"))
+
+    def test_are_followed_entry_by_entry(self):
+        path = self.list(("world", "marble"), ("lines", "graticule"))
+        gateway = self.serve(path, "--watch")
+        world = gateway.get("/world/3/4/2.png").body
+        self.list(("lines", "marble"), ("more", "graticule"))
+        wait_until(lambda: set(self.served(gateway)) == {"lines", "more"}, "entries came and went")
+        self.assertEqual(gateway.get("/lines/3/4/2.png").body, world)
+        self.assertEqual(gateway.get("/world/3/4/2.png").status, 404)
+        self.assertIn(f"{path}#world: gone, no longer served", gateway.said())
+        self.list(("more", "graticule"))
+        wait_until(lambda: set(self.served(gateway)) == {"more"}, "one is left, and has its name")
+        self.list(("more", "graticule"), ("world", "marble"))
+        wait_until(lambda: set(self.served(gateway)) == {"more", "world"}, "one came back")
+        path.write_text("<qgsXYZTilesConnections")
+        wait_until(lambda: error_of(gateway, "more") is not None, "the fault is told")
+        self.assertEqual(set(self.served(gateway)), {"more", "world"})
+        self.assertEqual(gateway.get("/world/3/4/2.png").status, 200)
+
+    def test_without_end_are_served_as_far_as_is_good(self):
+        gateway = self.serve(self.list(*((f"entry {i}", "marble") for i in range(520))))
+        self.assertEqual(gateway.start["sources"], 500)
+        self.assertIn("list.xml: 20 of its sources are not served", gateway.said())
+
+
+class Addresses(ServeTestCase):
+    def announced(self, *arguments):
+        process = subprocess.Popen(
+            [KXTILE, "serve", str(self.definition("plain")), "--port", "0", *arguments],
+            env=self.environment, cwd=self.folder, stdout=subprocess.PIPE, text=True)
+        line = process.stdout.readline()
+        process.terminate()
+        self.assertEqual(process.wait(DEADLINE), 0)
+        process.stdout.close()
+        return line
+
+    def test_that_are_announced_can_be_opened(self):
+        self.assertRegex(self.announced(),
+                         r"^kxtile serving 1 source on http://127\.0\.0\.1:\d+/\n$")
+        self.assertRegex(self.announced("--bind", "0.0.0.0"),
+                         r"^kxtile serving 1 source on http://127\.0\.0\.1:\d+/, listening on "
+                         r"every IPv4 address of this machine\n$")
+        self.assertRegex(self.announced("--bind", "::"),
+                         r"on http://\[::1\]:\d+/, listening on every IPv6 address")
+        gateway = self.serve(self.definition("plain"), "--bind", "0.0.0.0")
+        self.assertEqual((gateway.address.hostname, gateway.start["bind"]),
+                         ("127.0.0.1", "0.0.0.0"))
+        self.assertEqual(gateway.get("/health").status, 200)
+
+    def test_of_hosts_that_nobody_asks_for_are_refused(self):
+        for host in ("bad host/", "http://maps.example.org", "", ":80", "maps.example.org/tiles"):
+            # An address of nobody's, so that it ends in either case.
+            done = self.kxtile("serve", self.definition("plain"), "--host", host,
+                               "--bind", "192.0.2.1", status=2)
+            self.assertIn(b"is no name of a host", done.stderr, host)
+            self.assertIn(b"--host maps.example.org", done.stderr, host)
+
+
 class Days(ServeTestCase):
     def test_make_no_files_of_their_own(self):
         gateway = self.serve(self.definition("past"), self.definition("shifted"))
@@ -139,6 +347,126 @@ class Rasters(ServeTestCase):
         gateway = self.serve(self.raster)
         self.assertIsNone(error_of(gateway, "half"))
         self.assertNotEqual(gateway.get("/half/1/0/0.png").body, half)
+
+
+class Packs(ServeTestCase):
+    """Rasters that are stored as tiles."""
+
+    LAST = 2
+
+    def setUp(self):
+        super().setUp()
+        self.environment["KXTILE_PLUGIN_PATH"] = READER
+        self.pack = self.folder / "pack.mbtiles"
+        pack = sqlite3.connect(self.pack)
+        pack.executescript("CREATE TABLE metadata (name TEXT, value TEXT);"
+                           "CREATE TABLE tiles (zoom_level INTEGER, tile_column INTEGER,"
+                           " tile_row INTEGER, tile_data BLOB);")
+        for level in range(self.LAST + 1):
+            for column in range(1 << level):
+                for row in range(1 << level):
+                    pack.execute("INSERT INTO tiles VALUES (?, ?, ?, ?)",
+                                 (level, column, (1 << level) - 1 - row,
+                                  self.origin_bytes(f"/xyz/marble/{level}/{column}/{row}.png")))
+        pack.executemany("INSERT INTO metadata VALUES (?, ?)",
+                         [("format", "png"), ("minzoom", "0"), ("maxzoom", str(self.LAST))])
+        pack.commit()
+        pack.close()
+
+    def test_have_tiles_of_twice_the_edge_on_every_level(self):
+        gateway = self.serve(self.pack)
+        for level in range(self.LAST + 1):
+            for ending, wanted in (("", "png"), (".png", "png"), (".jpg", "jpg"), (".webp", "webp")):
+                reply = gateway.get(f"/pack/{level}/0/0@2x{ending}")
+                self.assertEqual((reply.status, picture_size(reply.body)),
+                                 (200, (wanted, 512, 512)), (level, ending))
+                reply = gateway.get(f"/pack/{level}/0/0{ending}")
+                self.assertEqual(picture_size(reply.body), (wanted, 256, 256))
+        self.assertEqual(gateway.get("/pack/3/0/0@2x.png").status, 404)
+
+    def test_keep_on_disk_only_what_is_not_in_them(self):
+        gateway = self.serve(self.pack)
+        self.assertEqual(gateway.get("/pack/1/0/0").body,
+                         self.origin_bytes("/xyz/marble/1/0/0.png"))
+        self.assertEqual(list((self.folder / "cache").glob("output/*.mbtiles")), [])
+        made = gateway.get("/pack/1/0/0@2x").body
+        gateway.stop()
+        self.assertEqual(len(list((self.folder / "cache").glob("output/*.mbtiles"))), 1)
+        again = self.serve(self.pack).get("/pack/1/0/0@2x")
+        self.assertEqual((again.cache, again.body), ("output", made))
+
+
+class KeptTiles(ServeTestCase):
+    """What 'kxtile cache' knows of the tiles that the gateway keeps."""
+
+    def setUp(self):
+        super().setUp()
+        self.environment["KXTILE_PLUGIN_PATH"] = READER
+        raster = self.folder / "half.testraster"
+        raster.write_text("-180 -80 -90 80 0 8 squares\n")
+        self.sources = [self.definition("plain"), self.definition("shifted"), raster]
+        gateway = self.serve(*self.sources)
+        for path in ("/plain/5/26/12.webp", "/plain/5/26/12@2x", "/shifted/5/26/12.png",
+                     "/shifted/5/26/12.webp", "/half/1/0/0.png"):
+            self.assertEqual(gateway.get(path).status, 200, path)
+        gateway.stop()
+
+    def parts(self, command="info"):
+        return {(part["kind"], part["description"]): part for part in
+                self.answer("cache", command)["sources"] if part["tiles"] > 0}
+
+    MADE = {("gateway", "plain.toml, 256 pixels, webp"), ("gateway", "plain.toml, 512 pixels"),
+            ("gateway", "shifted.toml, 256 pixels, png"),
+            ("gateway", "shifted.toml, 256 pixels, webp"),
+            ("gateway", "half.testraster, 256 pixels, png")}
+    OWN = {("service", "plain.toml"), ("service", "shifted.toml")}
+
+    def test_are_listed_with_whose_they_are(self):
+        self.assertEqual(set(self.parts()), self.MADE | self.OWN)
+        said = self.kxtile("cache", "info").stdout.decode()
+        self.assertIn("made by serve: plain.toml, 512 pixels (", said)
+
+    def test_are_forgotten_with_their_source(self):
+        kept = self.MADE | self.OWN
+        for source in self.sources:
+            self.kxtile("cache", "clear", source)
+            kept = {name for name in kept if not name[1].startswith(source.name)}
+            self.assertEqual(set(self.parts()), kept)
+        self.assertEqual(kept, set())
+
+    def test_are_all_forgotten_when_all_are(self):
+        said = self.kxtile("cache", "clear", "--all").stdout.decode()
+        self.assertRegex(said, r"^cleared 2 sources, \d+ tiles\ncleared 5 parts, 5 tiles "
+                               r"made by serve\n$")
+        self.assertEqual(self.parts(), {})
+
+    def test_are_verified(self):
+        self.assertEqual({part["state"] for part in self.parts("verify").values()}, {"sound"})
+        damaged = ("gateway", "shifted.toml, 256 pixels, png")
+        with sqlite3.connect(self.parts()[damaged]["file"]) as database:
+            database.execute("UPDATE tiles SET tile_data = 'no picture'")
+        database.close()
+        done = self.answer("cache", "verify", status=1)
+        self.assertEqual([part["description"] for part in done["sources"]
+                          if part["state"] != "sound"], [damaged[1]])
+        self.assertEqual(self.answer("cache", "verify", self.sources[0])["damaged"], 0)
+        self.answer("cache", "verify", self.sources[1], status=1)
+
+    def test_of_a_list_are_forgotten_with_it(self):
+        path = self.folder / "list.xml"
+        path.write_text("<qgsXYZTilesConnections>" + "".join(
+            f'<xyztiles name="{name}" url="{self.address}/xyz/{name}/{{z}}/{{x}}/{{y}}.png"/>'
+            for name in ("marble", "graticule")) + "</qgsXYZTilesConnections>")
+        gateway = self.serve(path)
+        for name in ("marble", "graticule"):
+            self.assertEqual(gateway.get(f"/{name}/5/26/12.webp").status, 200)
+        gateway.stop()
+        self.assertIn(("gateway", "list.xml#marble, 256 pixels, webp"), set(self.parts()))
+        self.kxtile("cache", "clear", f"{path}#marble")
+        self.assertNotIn(("gateway", "list.xml#marble, 256 pixels, webp"), set(self.parts()))
+        self.assertIn(("gateway", "list.xml#graticule, 256 pixels, webp"), set(self.parts()))
+        self.kxtile("cache", "clear", path)
+        self.assertEqual([name for name in self.parts() if name[1].startswith("list.xml")], [])
 
 
 class ServiceThatComesAlong(ServeTestCase):

@@ -677,6 +677,23 @@ class Documents(ServeTestCase):
         self.assertEqual([limits[10].find(f"w:{name}", spaces).text
                           for name in ("MinTileCol", "MaxTileCol")], ["526", "540"])
 
+    def test_give_each_layer_of_a_wmts_a_set_that_ends_with_its_levels(self):
+        spaces = {"w": "http://www.opengis.net/wmts/1.0", "o": "http://www.opengis.net/ows/1.1"}
+        contents = self.gateway.get("/wmts").xml().find("w:Contents", spaces)
+        levels = {entry.find("o:Identifier", spaces).text:
+                  [int(matrix.find("o:Identifier", spaces).text)
+                   for matrix in entry.findall("w:TileMatrix", spaces)]
+                  for entry in contents.findall("w:TileMatrixSet", spaces)}
+        self.assertEqual(levels, {"GoogleMapsCompatible_Level10": list(range(11)),
+                                  "GoogleMapsCompatible_Level12": list(range(13)),
+                                  "GoogleMapsCompatible": list(range(23))})
+        links = {layer.find("o:Identifier", spaces).text:
+                 layer.find("w:TileMatrixSetLink/w:TileMatrixSet", spaces).text
+                 for layer in contents.findall("w:Layer", spaces)}
+        self.assertEqual((links["map"], links["plain"], links["shifted"]),
+                         ("GoogleMapsCompatible_Level10", "GoogleMapsCompatible_Level12",
+                          "GoogleMapsCompatible"))
+
     def test_offer_both_encodings_of_a_wmts(self):
         spaces = {"w": "http://www.opengis.net/wmts/1.0", "o": "http://www.opengis.net/ows/1.1"}
         root = self.gateway.get("/wmts").xml()
@@ -706,6 +723,33 @@ class Documents(ServeTestCase):
             self.assertEqual(ask(**{name: value}).status, 400, name)
         for layer in ("elsewhere", "plain/default/GoogleMapsCompatible/5/12/26.png?", "%70lain"):
             self.assertEqual(ask(LAYER=layer).status, 404, layer)
+
+    def test_take_wmts_names_in_any_case(self):
+        query = ("service=WMTS&Request=GetTile&layer=plain&Style=default&TileMatrixSet="
+                 "GoogleMapsCompatible&tileMatrix=5&TileRow=12&tilecol=26&Format=image/png")
+        self.assertEqual(self.gateway.get("/wmts?" + query).body,
+                         self.gateway.get("/plain/5/26/12.png").body)
+
+    def test_refuse_wmts_requests_in_the_form_that_clients_show(self):
+        space = {"o": "http://www.opengis.net/ows/1.1"}
+        tile = "/wmts?SERVICE=WMTS&REQUEST=GetTile&TILEMATRIX=5&TILEROW=12&TILECOL=26&LAYER="
+        for path, status, code, words in (
+                ("/wmts?SERVICE=WMS&REQUEST=GetMap", 400, "InvalidParameterValue",
+                 "SERVICE is WMTS, not 'WMS'"),
+                ("/wmts?REQUEST=GetFeatureInfo", 400, "InvalidParameterValue",
+                 "REQUEST is GetCapabilities or GetTile, not 'GetFeatureInfo'"),
+                (tile + "plain&FORMAT=image/gif", 400, "InvalidParameterValue",
+                 "FORMAT is image/png, image/jpeg or image/webp, not 'image/gif'"),
+                (tile + "%3Celsewhere%3E", 404, "NoApplicableCode",
+                 "there is no source '<elsewhere>'; /sources.json lists them")):
+            reply = self.gateway.get(path)
+            self.assertEqual((reply.status, reply.headers["Content-Type"]),
+                             (status, "application/xml"), path)
+            self.assertEqual(reply.headers["Access-Control-Allow-Origin"], "*")
+            exception = reply.xml().find("o:Exception", space)
+            self.assertEqual(reply.xml().tag, "{%s}ExceptionReport" % space["o"])
+            self.assertEqual(exception.get("exceptionCode"), code)
+            self.assertEqual(exception.find("o:ExceptionText", space).text, words)
 
     def test_describe_a_tile_map_service_with_rows_from_the_south(self):
         service = self.gateway.get("/tms/1.0.0/").xml()

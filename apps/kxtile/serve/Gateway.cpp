@@ -5,6 +5,8 @@
 #include "KxNetGetch.h"
 #include "KxWMTileDataCache.h"
 #include "serve/DefaultSources.h"
+#include "serve/HttpAddress.h"
+#include "serve/IdleMemory.h"
 #include "serve/OriginChild.h"
 #include "serve/Watcher.h"
 
@@ -37,6 +39,8 @@ using Clock = std::chrono::steady_clock;
 constexpr auto kTimeToFinish = 4s;
 constexpr auto kTimeToAnswer = 500ms;
 constexpr auto kTimeToTell = 500ms;
+/// Without work, until what only work needs is given back.
+constexpr auto kQuiet = 20s;
 /// For an answer on a slow line.
 constexpr auto kTimeToSend = 60s;
 
@@ -62,34 +66,74 @@ void AllowManyFiles()
     ::setrlimit(RLIMIT_NOFILE, &files);
 }
 
-/// Sources that cannot be served are told of; one at least must be there.
-void CheckSources(const std::vector<SourcePtr>& sources, bool mayBeNone)
+std::size_t CountUsable(const std::vector<SourcePtr>& sources)
 {
-    for (const SourcePtr& source : sources)
-        if (!source->m_error.empty())
-            fmt::print(stderr,
-                       "kxtile: {}: {}\n",
-                       source->m_path.empty() ? source->m_id : source->m_path,
-                       Printable(source->m_error));
-    const bool some = std::any_of(
-        sources.begin(), sources.end(), [](const SourcePtr& source) { return source->m_isUsable; });
-    if (!some && !mayBeNone)
+    return static_cast<std::size_t>(
+        std::count_if(sources.begin(), sources.end(), [](const SourcePtr& source) {
+            return source->m_isUsable;
+        }));
+}
+
+/// What is wrong with sources is told of; one of them at least must be usable.
+void CheckSources(const std::vector<SourcePtr>& sources, const LoadReport& report, bool mayBeNone)
+{
+    for (const std::string& fault : report.m_faults)
+        fmt::print(stderr, "kxtile: {}\n", Printable(fault));
+    if (CountUsable(sources) == 0 && !mayBeNone)
         throw CommandError(kExitFailed,
                            "there is no source to serve",
                            "Name a definition, a folder of them, or a raster; or none of these "
                            "for the sources that come along.");
 }
 
-void Announce(const GatewayOptions& options, std::uint16_t port, std::size_t sources)
+/// Where a browser on this machine finds the gateway: nobody can open "all addresses".
+std::string OpenableHost(const std::string& bind)
+{
+    switch (ReachOf(bind)) {
+    case Reach::AllOfIPv4:
+        return "127.0.0.1";
+    case Reach::AllOfIPv6:
+        return "[::1]";
+    case Reach::One:
+        break;
+    }
+    return bind.find(':') == std::string::npos ? bind : "[" + bind + "]";
+}
+
+/// Behind the address, where others lead here, too.
+const char* DescribeReach(const std::string& bind)
+{
+    switch (ReachOf(bind)) {
+    case Reach::AllOfIPv4:
+        return ", listening on every IPv4 address of this machine";
+    case Reach::AllOfIPv6:
+        return ", listening on every IPv6 address of this machine";
+    case Reach::One:
+        break;
+    }
+    return "";
+}
+
+void Announce(const GatewayOptions& options,
+              std::uint16_t port,
+              const std::vector<SourcePtr>& sources)
 {
     const std::string& bind = options.m_http.m_address;
-    const std::string host = bind.find(':') == std::string::npos ? bind : "[" + bind + "]";
-    const std::string address = fmt::format("http://{}:{}", host, port);
+    const std::string address = fmt::format("http://{}:{}", OpenableHost(bind), port);
+    const std::size_t usable = CountUsable(sources);
+    const std::size_t broken = sources.size() - usable;
     if (options.m_json)
-        PrintJson({{"address", address}, {"sources", sources}});
+        PrintJson({{"address", address},
+                   {"bind", bind},
+                   {"sources", usable},
+                   {"unusable_sources", broken}});
     else
-        fmt::print(
-            "kxtile serving {} source{} on {}/\n", sources, sources == 1 ? "" : "s", address);
+        fmt::print("kxtile serving {} source{} on {}/{}{}\n",
+                   usable,
+                   usable == 1 ? "" : "s",
+                   address,
+                   DescribeReach(bind),
+                   broken == 0 ? "" : fmt::format("; {} cannot be served", broken));
     std::fflush(stdout);
 }
 
@@ -189,10 +233,17 @@ void Serve(const GatewayOptions& options,
         throw;
     }
     service.SetLevels([&] { return LevelsOf(*server, pool, *table.Get()); });
+    const IdleMemory idleMemory(
+        kQuiet,
+        [&pool] {
+            const WorkPool::Counts work = pool.GetCounts();
+            return IdleMemory::Work{work.m_begun, work.m_waiting + work.m_running > 0};
+        },
+        ReleaseIdleMemory);
     std::optional<Watcher> watcher;
     if (options.m_watch)
         watcher.emplace(finder, table);
-    Announce(options, server->Port(), table.Get()->All().size());
+    Announce(options, server->Port(), table.Get()->All());
 
     int received = 0;
     sigwait(&endSignals, &received);
@@ -220,19 +271,21 @@ void RunGateway(const GatewayOptions& options)
 {
     const sigset_t endSignals = BlockEndSignals();
     AllowManyFiles();
+    LimitMemory();
     SourceFinder finder(options.m_sources, options.m_missing);
     std::optional<OriginChild> origin;
     if (options.m_sources.empty()) {
-        origin.emplace();
+        origin.emplace(OriginChild::FindProgram());
         for (const auto& source : MakeDefaultSources(origin->Address()))
             finder.Add(source);
     }
     std::vector<SourcePtr> sources;
+    LoadReport report;
     {
         const EndWhileLoading endWhileLoading(endSignals, origin);
-        sources = finder.Load();
+        sources = finder.Load(report);
     }
-    CheckSources(sources, options.m_watch);
+    CheckSources(sources, report, options.m_watch);
     SourceTable table;
     table.Set(std::move(sources));
     Serve(options, endSignals, finder, table, origin);

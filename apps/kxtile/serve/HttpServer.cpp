@@ -2,52 +2,25 @@
 #include "serve/HttpServer.h"
 
 #include "Command.h"
-#include "serve/Responses.h"
-#include "serve/Route.h"
+#include "serve/Exchange.h"
+#include "serve/HttpAddress.h"
+#include "serve/HttpState.h"
+#include "serve/MhdRequest.h"
 
-#include <arpa/inet.h>
 #include <fmt/format.h>
 #include <microhttpd.h>
-#include <netinet/in.h>
 #include <poll.h>
-#include <strings.h>
-#include <sys/eventfd.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <cerrno>
-#include <condition_variable>
 #include <cstring>
-#include <mutex>
 #include <new>
 #include <system_error>
-#include <thread>
 #include <vector>
 
 namespace KxTileHost::Serve {
-
-struct HttpServer::State
-{
-    HttpOptions options;
-    RequestHandler& handler;
-    WorkPool& pool;
-    Connections connections;
-    MHD_Daemon* daemon = nullptr;
-
-    std::mutex lock{};
-    std::condition_variable changed{};
-    std::size_t inFlight = 0;
-    std::size_t begun = 0; ///< requests, ever
-    bool ends = false;
-    std::atomic<bool> loops{true};
-    std::atomic<bool> listens{true};
-    std::thread watch{};
-    std::thread loop{};
-    int wake = ::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC); ///< ends the loop's wait
-};
 
 namespace {
 
@@ -61,13 +34,6 @@ constexpr unsigned int kBacklog = 1024;
 /// At the end: as long as no request comes, for a client that has just had an answer sends another.
 constexpr std::chrono::milliseconds kQuiet{100};
 
-int SocketOf(MHD_Connection* connection)
-{
-    const MHD_ConnectionInfo* const info =
-        MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD);
-    return info == nullptr ? -1 : info->connect_fd;
-}
-
 /// The connection's entry; null when there was no memory for one.
 Connections::Handle* HandleOf(MHD_Connection* connection)
 {
@@ -76,187 +42,11 @@ Connections::Handle* HandleOf(MHD_Connection* connection)
     return info == nullptr ? nullptr : static_cast<Connections::Handle*>(info->socket_context);
 }
 
-std::string TextOf(const sockaddr_storage& address)
-{
-    std::array<char, INET6_ADDRSTRLEN> text{};
-    const void* const from =
-        address.ss_family == AF_INET6
-            ? static_cast<const void*>(&reinterpret_cast<const sockaddr_in6&>(address).sin6_addr)
-            : &reinterpret_cast<const sockaddr_in&>(address).sin_addr;
-    return inet_ntop(address.ss_family, from, text.data(), text.size()) == nullptr ? ""
-                                                                                   : text.data();
-}
-
-void Wake(const HttpServer::State& state)
-{
-    const std::uint64_t one = 1;
-    static_cast<void>(!::write(state.wake, &one, sizeof(one))); // full: it wakes anyhow
-}
-
 void DrainWakes(const HttpServer::State& state)
 {
     std::uint64_t wakes = 0;
     static_cast<void>(!::read(state.wake, &wakes, sizeof(wakes)));
 }
-
-/// A request from its headers to the end of its answer.
-class Exchange : public Waiter
-{
-public:
-    Exchange(HttpServer::State& state, MHD_Connection* connection)
-        : m_state(state), m_connection(connection), m_start(Clock::now())
-    {
-        const std::lock_guard guard(m_state.lock);
-        ++m_state.inFlight;
-        ++m_state.begun;
-        if (!m_state.listens) // whoever waits for the last request has another one
-            m_state.changed.notify_all();
-    }
-
-    ~Exchange() override
-    {
-        m_state.handler.NoteDone(m_label,
-                                 m_status,
-                                 m_answer.get(),
-                                 std::chrono::duration<double>(Clock::now() - m_start).count());
-        const std::lock_guard guard(m_state.lock);
-        if (--m_state.inFlight == 0)
-            m_state.changed.notify_all();
-    }
-
-    Exchange(const Exchange&) = delete;
-    Exchange& operator=(const Exchange&) = delete;
-
-    void TakeAnswer(AnswerPtr answer) noexcept override
-    {
-        m_answer = std::move(answer);
-        m_isAnswered = true;
-        HttpServer::State& state = m_state; // the exchange may be gone after the next line
-        MHD_resume_connection(m_connection);
-        Wake(state);
-    }
-
-    bool IsGone() const noexcept override
-    {
-        pollfd state{SocketOf(m_connection), POLLRDHUP, 0};
-        return ::poll(&state, 1, 0) == 1 && (state.revents & (POLLRDHUP | POLLHUP | POLLERR)) != 0;
-    }
-
-    MHD_Result Proceed(const HttpRequest& request)
-    {
-        if (!m_isAnswered && !Begin(request))
-            return MHD_YES; // suspended
-        if (m_answer != nullptr)
-            m_status = SendAnswer(m_connection,
-                                  *m_answer,
-                                  m_state.options.m_serverName,
-                                  m_state.listens ? Afterwards::KeepAlive : Afterwards::Close);
-        return m_status != 0 ? MHD_YES : MHD_NO;
-    }
-
-private:
-    /// @return whether there is an answer now
-    bool Begin(const HttpRequest& request)
-    {
-        Outcome outcome = m_state.handler.Handle(request);
-        m_label = outcome.m_label;
-        m_isAnswered = true;
-        m_answer = std::move(outcome.m_answer);
-        if (m_answer != nullptr || !outcome.m_work)
-            return true;
-        // First, for the work may be done before this returns.
-        m_isAnswered = false;
-        MHD_suspend_connection(m_connection);
-        try {
-            const auto admission = m_state.pool.Submit(
-                outcome.m_key, outcome.m_lane, std::move(outcome.m_work), *this);
-            if (admission == WorkPool::Admission::Full)
-                TakeAnswer(BusyAnswer("too many tiles are being made already", 1));
-            else if (admission == WorkPool::Admission::Ending)
-                TakeAnswer(BusyAnswer("the gateway ends", 1));
-        } catch (const std::exception&) {
-            TakeAnswer(nullptr);
-        }
-        return false;
-    }
-
-    HttpServer::State& m_state;
-    MHD_Connection* m_connection;
-    Clock::time_point m_start;
-    const char* m_label = "other";
-    AnswerPtr m_answer;
-    bool m_isAnswered = false;
-    int m_status = 0; ///< that was sent
-};
-
-class MhdRequest : public HttpRequest
-{
-public:
-    MhdRequest(MHD_Connection* connection, const char* method, const char* path)
-        : m_connection(connection)
-    {
-        m_method = method;
-        m_path = path;
-    }
-
-    std::string Query(const char* name) const override
-    {
-        const char* const value =
-            MHD_lookup_connection_value(m_connection, MHD_GET_ARGUMENT_KIND, name);
-        std::string decoded;
-        // A text that cannot be decoded stays as it came, and is refused by whoever reads it.
-        if (value != nullptr && !DecodePercent(value, decoded, SlashRule::Decode))
-            decoded = value;
-        return decoded;
-    }
-
-    const char* Header(const char* name) const override
-    {
-        return MHD_lookup_connection_value(m_connection, MHD_HEADER_KIND, name);
-    }
-
-    std::string LocalAddress() const override
-    {
-        sockaddr_storage address{};
-        return GetLocal(address) ? TextOf(address) : "";
-    }
-
-    std::string LocalHost() const override
-    {
-        sockaddr_storage address{};
-        if (!GetLocal(address))
-            return "";
-        const bool isSix = address.ss_family == AF_INET6;
-        // The port lies at the same place in both kinds of addresses.
-        const int port = ntohs(reinterpret_cast<const sockaddr_in&>(address).sin_port);
-        const std::string text = TextOf(address);
-        return isSix ? fmt::format("[{}]:{}", text, port) : fmt::format("{}:{}", text, port);
-    }
-
-    bool IsAmbiguous() const override
-    {
-        int hosts = 0;
-        MHD_get_connection_values(m_connection, MHD_HEADER_KIND, CountHost, &hosts);
-        return hosts > 1 ||
-               (Header("Content-Length") != nullptr && Header("Transfer-Encoding") != nullptr);
-    }
-
-private:
-    static MHD_Result CountHost(void* count, MHD_ValueKind, const char* name, const char*)
-    {
-        *static_cast<int*>(count) += ::strcasecmp(name, "Host") == 0 ? 1 : 0;
-        return MHD_YES;
-    }
-
-    bool GetLocal(sockaddr_storage& address) const
-    {
-        socklen_t size = sizeof(address);
-        return ::getsockname(
-                   SocketOf(m_connection), reinterpret_cast<sockaddr*>(&address), &size) == 0;
-    }
-
-    MHD_Connection* m_connection;
-};
 
 // Every function below is called by C code, so nothing may be thrown out of it.
 
@@ -332,31 +122,11 @@ try {
     return MHD_NO;
 }
 
-/// @return the size of what was filled in
-socklen_t FillAddress(sockaddr_storage& storage, const HttpOptions& options)
-{
-    auto& four = reinterpret_cast<sockaddr_in&>(storage);
-    if (inet_pton(AF_INET, options.m_address.c_str(), &four.sin_addr) == 1) {
-        four.sin_family = AF_INET;
-        four.sin_port = htons(options.m_port);
-        return sizeof(four);
-    }
-    auto& six = reinterpret_cast<sockaddr_in6&>(storage);
-    if (inet_pton(AF_INET6, options.m_address.c_str(), &six.sin6_addr) == 1) {
-        six.sin6_family = AF_INET6;
-        six.sin6_port = htons(options.m_port);
-        return sizeof(six);
-    }
-    throw CommandError(kExitWrongUsage,
-                       fmt::format("'{}' is no IPv4 or IPv6 address", options.m_address),
-                       "Write --bind 127.0.0.1, or 0.0.0.0 for all of this machine's addresses.");
-}
-
 MHD_Daemon* Start(HttpServer::State& state)
 {
     const HttpOptions& options = state.options;
     sockaddr_storage address{};
-    FillAddress(address, options);
+    FillAddress(address, options.m_address, options.m_port);
     unsigned int flags = MHD_USE_EPOLL | MHD_ALLOW_SUSPEND_RESUME | MHD_USE_ITC;
     if (address.ss_family == AF_INET6)
         flags |= MHD_USE_IPv6;
@@ -430,6 +200,12 @@ void CutLateOnes(HttpServer::State& state)
 }
 
 } // namespace
+
+void Wake(const HttpServer::State& state)
+{
+    const std::uint64_t one = 1;
+    static_cast<void>(!::write(state.wake, &one, sizeof(one))); // full: it wakes anyhow
+}
 
 HttpServer::HttpServer(const HttpOptions& options, RequestHandler& handler, WorkPool& pool)
     : m_state(new State{options, handler, pool, Connections(options.m_connections)})

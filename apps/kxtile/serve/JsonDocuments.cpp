@@ -3,12 +3,12 @@
 #include "forms/Form.h"
 #include "serve/Documents.h"
 #include "serve/SourceAddress.h"
+#include "serve/SourceFiles.h"
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include <array>
-#include <filesystem>
 
 namespace KxTileHost::Serve {
 
@@ -66,7 +66,7 @@ Json CenterJson(const Source& source)
 /// and this machine's folders are no business of theirs.
 Json FileNameOf(const Source& source)
 {
-    return TextOrNull(std::filesystem::path(source.m_path).filename().string());
+    return TextOrNull(WithoutFolders(source.m_path));
 }
 
 Json Describe(const Source& source)

@@ -18,6 +18,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 namespace KxTileHost::Serve {
 
@@ -27,26 +28,9 @@ namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-constexpr auto kTimeToStart = 10s;
-constexpr auto kTimeToEnd = 1s;
 constexpr std::size_t kLongestLine = 1000;
 constexpr std::chrono::milliseconds kShortPause{200};
 constexpr std::chrono::milliseconds kLongPause{30000};
-
-/// Beside the program; in the build tree in a folder of its own.
-std::string FindProgram()
-{
-    const fs::path folder = ProgramFolder();
-    for (const fs::path& path : {folder / "kxorigin", folder / "../kxorigin/kxorigin"}) {
-        std::error_code error;
-        if (fs::is_regular_file(path, error))
-            return path.string();
-    }
-    throw CommandError(kExitFailed,
-                       "kxorigin, which the sources that come along are served by, is not beside "
-                       "kxtile",
-                       "Name a definition, a folder or a raster to serve.");
-}
 
 /// In the child: nothing but calls that are safe between fork and exec.
 [[noreturn]] void RunProgram(const char* program, const char* port, int output, pid_t parent)
@@ -56,7 +40,8 @@ std::string FindProgram()
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
-    prctl(PR_SET_PDEATHSIG, SIGTERM);
+    // Not asked to, for then nobody is left who would see to it that it does end.
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (getppid() != parent) // it died before that
         _exit(1);
     dup2(output, STDOUT_FILENO);
@@ -66,9 +51,9 @@ std::string FindProgram()
 }
 
 /// The first line that the child writes, without its end; what there is of it when the time is up.
-std::string ReadLine(int input)
+std::string ReadLine(int input, std::chrono::milliseconds time)
 {
-    const auto end = Clock::now() + kTimeToStart;
+    const auto end = Clock::now() + time;
     std::string line;
     char byte = 0;
     while (line.size() < kLongestLine) {
@@ -84,9 +69,9 @@ std::string ReadLine(int input)
 }
 
 /// Waits for a child that was asked to end, and ends it when it does not.
-void AwaitEnd(pid_t child)
+void AwaitEnd(pid_t child, std::chrono::milliseconds time)
 {
-    for (const auto end = Clock::now() + kTimeToEnd; Clock::now() < end;
+    for (const auto end = Clock::now() + time; Clock::now() < end;
          std::this_thread::sleep_for(10ms))
         if (::waitpid(child, nullptr, WNOHANG) != 0)
             return;
@@ -96,16 +81,34 @@ void AwaitEnd(pid_t child)
 
 } // namespace
 
-OriginChild::OriginChild() : m_program(FindProgram())
+/// In the build tree it lies in a folder of its own.
+OriginChild::Program OriginChild::FindProgram()
+{
+    const fs::path folder = ProgramFolder();
+    for (const fs::path& path : {folder / "kxorigin", folder / "../kxorigin/kxorigin"}) {
+        std::error_code error;
+        if (fs::is_regular_file(path, error)) {
+            Program program;
+            program.m_path = path.string();
+            return program;
+        }
+    }
+    throw CommandError(kExitFailed,
+                       "kxorigin, which the sources that come along are served by, is not beside "
+                       "kxtile",
+                       "Name a definition, a folder or a raster to serve.");
+}
+
+OriginChild::OriginChild(Program program) : m_program(std::move(program))
 {
     std::unique_lock guard(m_lock);
     m_address = Start("0", guard);
     if (m_address.empty()) {
         if (m_child > 0) {
             ::kill(m_child, SIGTERM);
-            AwaitEnd(m_child);
+            AwaitEnd(m_child, m_program.m_timeToEnd);
         }
-        throw CommandError(kExitFailed, "'" + m_program + "' did not start");
+        throw CommandError(kExitFailed, "'" + m_program.m_path + "' did not start");
     }
     m_watch = std::thread([this] { Watch(); });
 }
@@ -120,7 +123,7 @@ OriginChild::~OriginChild()
     m_changed.notify_all();
     m_watch.join();
     if (m_child > 0)
-        AwaitEnd(m_child);
+        AwaitEnd(m_child, m_program.m_timeToEnd);
 }
 
 /// @param guard  of m_lock; left for as long as the program takes to answer
@@ -133,10 +136,10 @@ std::string OriginChild::Start(const std::string& port, std::unique_lock<std::mu
     const pid_t parent = ::getpid();
     m_child = ::fork();
     if (m_child == 0)
-        RunProgram(m_program.c_str(), port.c_str(), ends[1], parent);
+        RunProgram(m_program.m_path.c_str(), port.c_str(), ends[1], parent);
     ::close(ends[1]);
     guard.unlock();
-    const std::string line = ReadLine(ends[0]);
+    const std::string line = ReadLine(ends[0], m_program.m_timeToStart);
     ::close(ends[0]);
     guard.lock();
     const std::size_t address = line.find("http://");

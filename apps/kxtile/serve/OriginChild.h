@@ -3,6 +3,7 @@
 
 #include <sys/types.h>
 
+#include <chrono>
 #include <condition_variable>
 #include <mutex>
 #include <string>
@@ -16,10 +17,21 @@ namespace KxTileHost::Serve {
 class OriginChild
 {
 public:
+    /// What is started, and how long it may take.
+    struct Program
+    {
+        std::string m_path; ///< called with --port and --log; says its address on its first line
+        std::chrono::milliseconds m_timeToStart{10000}; ///< until that line
+        std::chrono::milliseconds m_timeToEnd{1000};    ///< after SIGTERM; then it is killed
+    };
+    /// The one beside this program.
+    /// @throws CommandError when it is not there
+    static Program FindProgram();
+
     /// Starts it and waits until it answers. To be called before any other thread is started, with
     /// the signals blocked that end the program, by the thread that lives to the end.
     /// @throws CommandError when it cannot be started
-    OriginChild();
+    explicit OriginChild(Program program);
     ~OriginChild();
     OriginChild(const OriginChild&) = delete;
     OriginChild& operator=(const OriginChild&) = delete;
@@ -34,7 +46,7 @@ private:
     void Watch();
     bool StartAgain(std::unique_lock<std::mutex>& guard);
 
-    std::string m_program;
+    const Program m_program;
     std::string m_address;
     mutable std::mutex m_lock; ///< for those below: a child that was waited for has no number more
     std::condition_variable m_changed;

@@ -4,10 +4,10 @@
 #include "KxImgUtility.h"
 #include "KxRawDataTypeCache.h"
 #include "KxTileFetcher.h"
+#include "serve/KeptNames.h"
+#include "serve/SourceFiles.h"
 
 #include <fmt/format.h>
-
-#include <cstdlib>
 
 namespace KxTileHost::Serve {
 
@@ -17,16 +17,27 @@ constexpr auto kOutput = KxC::KxRawDataTypeCacheManager::CacheType_OutputTile;
 
 /// One part of the cache for each size and format of a source. Anybody may ask for any day of the
 /// calendar, and each would be a file of its own: tiles of a day are kept in memory alone.
-/// @return -1 when the tile is not kept
-int OpenPart(const Source& source, const TileRequest& tile)
+/// @return empty when the tile is not kept
+std::string PartFor(const Source& source, const TileRequest& tile)
 {
     if (KxC::KxTileFetcher::m_sbLocalCacheUsed == 0 || source.m_outputName.empty() ||
         tile.m_day != 0)
-        return -1;
-    std::string name = fmt::format("{}-{}", source.m_outputName, tile.m_size);
-    if (tile.m_format != TileFormat::Natural)
-        name += fmt::format("-{}", ExtensionOf(tile.m_format));
-    return KxC::m_gRawDataTypeCacheManager.OpenSubTreeCache(kOutput, name.c_str());
+        return "";
+    return OutputPartName(source.m_outputName, tile.m_size, tile.m_format);
+}
+
+int Open(const std::string& part)
+{
+    return part.empty() ? -1
+                        : KxC::m_gRawDataTypeCacheManager.OpenSubTreeCache(kOutput, part.c_str());
+}
+
+/// "city.toml, 512 pixels, png"; the name of the part says little about whose it is.
+std::string Describe(const Source& source, const TileRequest& tile)
+{
+    const std::string what = source.m_path.empty() ? source.m_name : WithoutFolders(source.m_path);
+    const std::string format = ExtensionOf(tile.m_format);
+    return fmt::format("{}, {} pixels{}{}", what, tile.m_size, format.empty() ? "" : ", ", format);
 }
 
 int RowFromSouth(const TileRequest& tile)
@@ -38,7 +49,7 @@ int RowFromSouth(const TileRequest& tile)
 
 std::unique_ptr<KxC::KxRawData> LoadOutput(const Source& source, const TileRequest& tile)
 {
-    const int part = OpenPart(source, tile);
+    const int part = Open(PartFor(source, tile));
     if (part < 0)
         return nullptr;
     KxC::KxSRawDataTypeCacheItem item;
@@ -54,7 +65,8 @@ std::unique_ptr<KxC::KxRawData> LoadOutput(const Source& source, const TileReque
 
 void SaveOutput(const Source& source, const TileRequest& tile, const KxC::KxRawData& bytes)
 {
-    const int part = OpenPart(source, tile);
+    const std::string name = PartFor(source, tile);
+    const int part = Open(name);
     if (part < 0)
         return;
     KxC::KxSRawDataTypeCacheItem item;
@@ -63,6 +75,18 @@ void SaveOutput(const Source& source, const TileRequest& tile, const KxC::KxRawD
     item.m_pData = bytes.GetData();
     KxC::m_gRawDataTypeCacheManager.SaveTreeData(
         kOutput, part, tile.m_z, RowFromSouth(tile), tile.m_x, item);
+    KxC::m_gRawDataTypeCacheManager.DescribeSubTree(
+        kOutput, name.c_str(), Describe(source, tile).c_str());
+}
+
+void DescribeSourceTiles(const Source& source)
+{
+    if (KxC::KxTileFetcher::m_sbLocalCacheUsed != 0 && source.m_item != nullptr &&
+        !source.m_path.empty())
+        KxC::m_gRawDataTypeCacheManager.DescribeSubTree(
+            KxC::KxRawDataTypeCacheManager::CacheType_SourceTile,
+            source.m_item->m_strHashKey,
+            WithoutFolders(source.m_path).c_str());
 }
 
 } // namespace KxTileHost::Serve

@@ -16,6 +16,9 @@ namespace KxTileHost::Serve {
 std::unique_ptr<KxC::KxRawData> LoadOutput(const Source& source, const TileRequest& tile);
 void SaveOutput(const Source& source, const TileRequest& tile, const KxC::KxRawData& bytes);
 
+/// Leaves a word for people on whose tiles the services' own are that are kept of the source.
+void DescribeSourceTiles(const Source& source);
+
 /// @}
 
 } // namespace KxTileHost::Serve

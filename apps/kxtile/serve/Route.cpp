@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "serve/Route.h"
 
+#include "serve/PathText.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -15,7 +17,7 @@ namespace {
 constexpr std::size_t kMostParts = 9;
 constexpr std::string_view kDoubleSize = "@2x";
 constexpr std::string_view kStyle = "default";
-constexpr std::string_view kMatrixSet = "GoogleMapsCompatible";
+constexpr std::string_view kToLevel = "_Level";
 constexpr std::string_view kTmsSuffix = "tilemapresource.xml";
 
 using Parts = std::vector<std::string>;
@@ -47,14 +49,6 @@ Route Malformed(std::string fault)
     route.m_kind = Route::kMalformed;
     route.m_fault = std::move(fault);
     return route;
-}
-
-int HexDigit(char c)
-{
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    const char lower = static_cast<char>(c | 0x20);
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
 }
 
 /// The parts between slashes, decoded. One slash at the end does not count.
@@ -131,6 +125,18 @@ Route NamedRoute(Route::Kind kind, const std::string& source)
     return route;
 }
 
+bool IsMatrixSet(std::string_view name)
+{
+    if (!name.starts_with(kMatrixSet))
+        return false;
+    name.remove_prefix(kMatrixSet.size());
+    if (name.empty())
+        return true;
+    int level = -1;
+    return name.starts_with(kToLevel) && ReadNumber(name.substr(kToLevel.size()), level) &&
+           level >= 0 && level <= kMaxLevel;
+}
+
 Route OtherStyleOrSet(const std::string& style, const std::string& matrixSet)
 {
     return Malformed(fmt::format("there is the style {} and the tile matrix set {}, not '{}' and "
@@ -146,7 +152,7 @@ Route ParseWmts(const Parts& parts)
 {
     if (parts.size() != 7)
         return {};
-    if (parts[2] != kStyle || parts[3] != kMatrixSet)
+    if (parts[2] != kStyle || !IsMatrixSet(parts[3]))
         return OtherStyleOrSet(parts[2], parts[3]);
     Route route;
     route.m_kind = Route::kTile;
@@ -215,13 +221,17 @@ Route ParseParts(const Parts& parts)
 
 } // namespace
 
+std::string MatrixSetTo(int lastLevel)
+{
+    return fmt::format("{}{}{}", kMatrixSet, kToLevel, lastLevel);
+}
+
 /// Style, matrix set and format may be left out, for there is one to take.
 Route WmtsTileRoute(const WmtsParameters& parameters)
 {
-    const auto isOther = [](const std::string& given, std::string_view only) {
-        return !given.empty() && given != only;
-    };
-    if (isOther(parameters.m_style, kStyle) || isOther(parameters.m_matrixSet, kMatrixSet))
+    const bool isOtherStyle = !parameters.m_style.empty() && parameters.m_style != kStyle;
+    const bool isOtherSet = !parameters.m_matrixSet.empty() && !IsMatrixSet(parameters.m_matrixSet);
+    if (isOtherStyle || isOtherSet)
         return OtherStyleOrSet(parameters.m_style, parameters.m_matrixSet);
     Route route;
     route.m_kind = Route::kTile;
@@ -238,46 +248,6 @@ Route WmtsTileRoute(const WmtsParameters& parameters)
                                      parameters.m_format));
     ReadNumbers(route, parameters.m_matrix, parameters.m_column, parameters.m_row);
     return route;
-}
-
-bool ReadExtension(std::string_view& name, TileFormat& format)
-{
-    const std::size_t point = name.rfind('.');
-    if (point == std::string_view::npos)
-        return true;
-    const std::string_view extension = name.substr(point + 1);
-    if (extension == "png")
-        format = TileFormat::Png;
-    else if (extension == "jpg" || extension == "jpeg")
-        format = TileFormat::Jpeg;
-    else if (extension == "webp")
-        format = TileFormat::WebP;
-    else
-        return false;
-    name = name.substr(0, point);
-    return true;
-}
-
-bool DecodePercent(std::string_view text, std::string& decoded, SlashRule rule)
-{
-    decoded.reserve(text.size());
-    for (std::size_t at = 0; at < text.size(); ++at) {
-        int byte = static_cast<unsigned char>(text[at]);
-        if (text[at] == '%') {
-            const int high = at + 2 < text.size() ? HexDigit(text[at + 1]) : -1;
-            const int low = at + 2 < text.size() ? HexDigit(text[at + 2]) : -1;
-            if (high < 0 || low < 0)
-                return false;
-            byte = high * 16 + low;
-            at += 2;
-            if (byte == '/' && rule == SlashRule::Refuse)
-                return false;
-        }
-        if (byte < 0x20 || byte == 0x7f)
-            return false;
-        decoded += static_cast<char>(byte);
-    }
-    return true;
 }
 
 bool IsReservedName(std::string_view name)

@@ -39,6 +39,11 @@ struct Route
     bool m_southRows = false;
 };
 
+/// WMTS' tile matrix set of all levels.
+constexpr std::string_view kMatrixSet = "GoogleMapsCompatible";
+/// The name of the same set up to a level: clients take what a set has for what its layers have.
+std::string MatrixSetTo(int lastLevel);
+
 /// @param path  as it came, percent sequences and all, without the query
 Route ParsePath(std::string_view path);
 
@@ -54,15 +59,6 @@ struct WmtsParameters
     std::string m_format; ///< a media type
 };
 Route WmtsTileRoute(const WmtsParameters& parameters);
-
-/// Reads "name.extension" or a bare name.
-/// @return false for another extension than png, jpg, jpeg and webp
-bool ReadExtension(std::string_view& name, TileFormat& format);
-
-/// Whether "%2F" is a slash, or wrong: in a path it would hide one.
-enum class SlashRule { Decode, Refuse };
-/// "%41" as "A"; false for a broken sequence, and for one that hides a control character.
-bool DecodePercent(std::string_view text, std::string& decoded, SlashRule rule);
 
 /// Whether a source may not have that name, because an address of the gateway's own begins so.
 bool IsReservedName(std::string_view name);

@@ -2,6 +2,7 @@
 #include "Command.h"
 #include "KxWMTileDataCache.h"
 #include "serve/Gateway.h"
+#include "serve/HostRule.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -19,12 +20,15 @@ namespace {
 
 constexpr char kFooter[] =
     R"(Without a source it serves one picture of the world in every convention, without any network.
+Of a list of several sources, as QGIS and MapProxy write them, each is served; LIST#NAME or LIST#2
+is one of them.
 Tiles: /SOURCE/Z/X/Y.png, .jpg, .webp or without extension; @2x behind Y for 512 pixels; ?date= for
 history imagery; /SOURCE/raw/Z/X/Y for the service's own. Lists: /sources.json, /wmts, /tms/1.0.0/,
 /qgis.xml, /SOURCE.json (TileJSON), /SOURCE.xml (GDAL). /health and /metrics for those who operate it.
 Examples:
   kxtile serve
   kxtile serve city.toml orthophoto.tif --port 8080
+  kxtile serve connections.xml 'others.xml#Hill shading'
   kxtile serve /srv/sources --watch --bind 0.0.0.0 --host maps.example.org --missing blank)";
 
 constexpr int kDefaultPort = 8480;
@@ -45,7 +49,7 @@ struct ServeArguments
         std::max(kThreadsAtLeast, 2 * static_cast<int>(std::thread::hardware_concurrency()));
     int m_queue = 1000;
     double m_outputMemory = 256;
-    double m_sourceMemory = 256;
+    double m_sourceMemory = 64; ///< neighbours share the tiles that they are made of, not more
     int m_maxAge = 3600;
     int m_connections = 4096;
     int m_idleSeconds = 60;
@@ -71,8 +75,20 @@ std::string CheckedUrl(std::string url)
     return url;
 }
 
+/// @throws CommandError for what no browser asks for
+void CheckHosts(const std::vector<std::string>& hosts)
+{
+    for (const std::string& host : hosts)
+        if (!Serve::IsPlainHost(host) || Serve::NameOfHost(host).empty())
+            throw CommandError(kExitWrongUsage,
+                               fmt::format("'{}' is no name of a host", host),
+                               "Write the name alone, as browsers send it, without http:// and "
+                               "path: --host maps.example.org.");
+}
+
 Serve::GatewayOptions ToOptions(const GlobalOptions& global, const ServeArguments& arguments)
 {
+    CheckHosts(arguments.m_hosts);
     Serve::GatewayOptions options;
     options.m_sources = arguments.m_sources;
     for (const std::string& rule : arguments.m_missing)
@@ -103,7 +119,9 @@ void AddAddressOptions(CLI::App& command, ServeArguments& arguments)
     command.add_option("--port", arguments.m_port, "Port, 0 for one that the system chooses")
         ->check(CLI::Range(0, 65535))
         ->capture_default_str();
-    command.add_option("--bind", arguments.m_bind, "IPv4 or IPv6 address to listen on")
+    command
+        .add_option(
+            "--bind", arguments.m_bind, "IPv4 or IPv6 address to listen on, 0.0.0.0 or :: for all")
         ->capture_default_str();
     command
         .add_option("--host",
@@ -119,7 +137,8 @@ void AddAnswerOptions(CLI::App& command, ServeArguments& arguments)
     command
         .add_option("--missing",
                     arguments.m_missing,
-                    "Answer for a missing tile: 404, 204 or blank; SOURCE=blank for one source")
+                    "Answer for a missing tile: 404, 204 or blank; SOURCE=blank for one source. "
+                    "Levels that a source has not are 404 whatever it says")
         ->allow_extra_args(false);
     command.add_option("--max-age", arguments.m_maxAge, "Seconds that clients may keep tiles")
         ->check(CLI::Range(0, 31536000))
@@ -158,7 +177,8 @@ void AddServeCommand(CLI::App& app, const GlobalOptions& options)
     const auto arguments = std::make_shared<ServeArguments>();
     command->add_option("SOURCE",
                         arguments->m_sources,
-                        "Definitions, folders of them, and rasters; none for what comes along");
+                        "Definitions and lists of them, folders, and rasters; none for what comes "
+                        "along");
     AddAddressOptions(*command, *arguments);
     AddAnswerOptions(*command, *arguments);
     AddResourceOptions(*command, *arguments);

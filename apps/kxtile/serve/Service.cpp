@@ -5,6 +5,7 @@
 #include "serve/PageAssets.h"
 #include "serve/Places.h"
 #include "serve/TileAddress.h"
+#include "serve/WmtsQuery.h"
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -183,32 +184,16 @@ Outcome Service::Dates(const HttpRequest& request, const Route& route)
     return outcome;
 }
 
-/// Key-value form. Without a request it is the address that people paste: it gets the capabilities.
 Outcome Service::WmtsQuery(const HttpRequest& request)
 {
-    const auto value = [&](const char* upper, const char* lower) {
-        const std::string text = request.Query(upper);
-        return text.empty() ? request.Query(lower) : text;
-    };
-    const std::string operation = value("REQUEST", "request");
-    if (operation.empty() || operation == "GetCapabilities")
+    const Route route = ReadWmtsQuery(request);
+    if (route.m_kind == Route::kWmts)
         return AtOnce(
             ListAnswer("application/xml", WriteWmtsCapabilities(*m_sources.Get(), BaseOf(request))),
             "document");
-    if (operation != "GetTile")
-        return AtOnce(
-            TextAnswer(Status::kBadRequest,
-                       fmt::format("REQUEST is GetCapabilities or GetTile, not '{}'", operation)),
-            "document");
-    WmtsParameters tile;
-    tile.m_layer = value("LAYER", "layer");
-    tile.m_style = value("STYLE", "style");
-    tile.m_matrixSet = value("TILEMATRIXSET", "tilematrixset");
-    tile.m_matrix = value("TILEMATRIX", "tilematrix");
-    tile.m_row = value("TILEROW", "tilerow");
-    tile.m_column = value("TILECOL", "tilecol");
-    tile.m_format = value("FORMAT", "format");
-    return Dispatch(request, WmtsTileRoute(tile));
+    Outcome outcome = Dispatch(request, route);
+    outcome.m_answer = AsExceptionReport(std::move(outcome.m_answer));
+    return outcome;
 }
 
 AnswerPtr Service::Document(const HttpRequest& request, const Route& route)

@@ -27,11 +27,14 @@ struct SourceFacts
     std::string m_id;
     std::string m_name;
     Kind m_kind = Kind::Service;
-    std::string m_path;         ///< of the definition or raster; empty for those that have none
-    unsigned m_generation = 0;  ///< another one for each state of each source
-    std::string m_error;        ///< why it cannot be served, or why its latest state is not
-    bool m_isUsable = false;    ///< false: m_error is all that there is
-    bool m_isForbidden = false; ///< its definition is not enabled
+    std::string m_path;        ///< of the definition or raster; empty for those that have none
+    unsigned m_generation = 0; ///< another one for each state of each source
+    std::string m_error;       ///< why it cannot be served, or why its latest state is not
+    bool m_isUsable = false;   ///< false: m_error is all that there is
+    /// What a check of its definition finds, a line each with file, line and key.
+    std::vector<std::string> m_findings;
+    bool m_errorIsFound = false;     ///< m_error stands in m_findings, too
+    bool m_isForbidden = false;      ///< its definition is not enabled
     std::string m_wantedEarthServer; ///< that it was refused; empty for none
     std::string m_attribution;
     std::string m_terms;
@@ -42,6 +45,7 @@ struct SourceFacts
     /// Format of what is served without an extension; Natural where that is not known beforehand.
     TileFormat m_format = TileFormat::Natural;
     std::shared_ptr<KxC::KxTSDParamItem> m_item; ///< null for rasters
+    bool m_isPack = false;    ///< a raster that is stored as tiles of the standard tiling
     std::string m_outputName; ///< names its output tiles on disk; empty: they are not kept there
     Secrets m_secrets{""};
 };

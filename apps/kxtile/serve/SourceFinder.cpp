@@ -8,20 +8,12 @@
 #include "serve/SourceLoader.h"
 
 #include <fmt/format.h>
-#include <sys/stat.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <set>
 
 namespace KxTileHost::Serve {
 
 namespace {
-
-namespace fs = std::filesystem;
-
-/// A folder that something fills without end must not keep the gateway from starting.
-constexpr std::size_t kMostFilesOfFolder = 4096;
 
 MissingTile ReadRule(const std::string& text, const std::string& whole)
 {
@@ -37,58 +29,20 @@ MissingTile ReadRule(const std::string& text, const std::string& whole)
                        "--missing osm=blank.");
 }
 
-/// Times, size and number of a file; another one after every change of it.
-std::string StampOf(const std::string& path)
-{
-    struct stat file = {};
-    std::string target = SourceArgument(path).GetPath();
-    if (::stat(target.c_str(), &file) != 0)
-        target.resize(std::min(target.rfind('#'), target.size()));
-    if (::stat(target.c_str(), &file) != 0)
-        return "";
-    return fmt::format(
-        "{} {} {} {}", file.st_mtim.tv_sec, file.st_mtim.tv_nsec, file.st_size, file.st_ino);
-}
-
-std::vector<std::string> FilesOf(const std::string& folder)
-{
-    std::vector<std::string> files;
-    std::error_code error;
-    fs::directory_iterator entries(folder, error);
-    for (; !error && entries != fs::directory_iterator(); entries.increment(error)) {
-        const std::string path = entries->path().string();
-        std::error_code unreadable;
-        const bool hidden = entries->path().filename().string().front() == '.';
-        if (!hidden && entries->is_regular_file(unreadable) &&
-            (IsDefinitionPath(path) || IsRasterPath(path)))
-            files.push_back(path);
-        if (files.size() >= kMostFilesOfFolder)
-            break;
-    }
-    std::sort(files.begin(), files.end());
-    return files;
-}
-
-std::string NameForId(const std::string& path)
-{
-    const SourceArgument argument(path);
-    if (!argument.IsTemplate())
-        return fs::path(path).stem().string();
-    const std::string host = HostOf(path);
-    return host.substr(0, host.rfind(':'));
-}
-
 /// As messages name it.
 std::string ShownOf(const std::string& path)
 {
     return SourceArgument(path).IsTemplate() ? HostOf(path) : path;
 }
 
-std::string DescribeChange(const Source& loaded, bool keeps)
+/// What is wrong with a source: the mistakes in its definition, and that it is not served for them.
+void TellFaults(const Source& source, const std::string& shown, LoadReport& report)
 {
-    if (loaded.m_error.empty())
-        return fmt::format("served as /{}/", loaded.m_id);
-    return loaded.m_error + (keeps ? "; its state of before is still served" : "");
+    report.m_faults.insert(
+        report.m_faults.end(), source.m_findings.begin(), source.m_findings.end());
+    if (!source.m_error.empty())
+        report.m_faults.push_back(fmt::format(
+            "{}: {}", shown, source.m_errorIsFound ? "it cannot be served" : source.m_error));
 }
 
 /// What was served before, with what is wrong with its file now.
@@ -129,24 +83,21 @@ void SourceFinder::Add(const std::shared_ptr<Source>& source)
     m_builtIn.push_back(source);
 }
 
-std::vector<std::string> SourceFinder::FindPaths() const
+std::vector<ListedSource> SourceFinder::FindSources(LoadReport& report)
 {
-    std::vector<std::string> paths;
-    for (const std::string& named : m_named) {
-        std::error_code error;
-        if (!fs::is_directory(named, error)) {
-            paths.push_back(named);
-            continue;
-        }
-        const auto files = FilesOf(named);
-        paths.insert(paths.end(), files.begin(), files.end());
+    std::vector<ListedSource> sources;
+    for (const std::string& file : FindFiles(m_named)) {
+        const SourceLists::List& list = m_lists.Read(file);
+        sources.insert(sources.end(), list.m_sources.begin(), list.m_sources.end());
+        if (list.m_isFresh && list.m_leftOut > 0)
+            report.m_faults.push_back(
+                fmt::format("{}: {} of its sources are not served: those beyond {}, and those "
+                            "whose name is no name of their own",
+                            file,
+                            list.m_leftOut,
+                            SourceLists::kMostOfList));
     }
-    std::set<std::string> seen;
-    paths.erase(std::remove_if(paths.begin(),
-                               paths.end(),
-                               [&](const std::string& path) { return !seen.insert(path).second; }),
-                paths.end());
-    return paths;
+    return sources;
 }
 
 void SourceFinder::CheckRules() const
@@ -182,45 +133,53 @@ void SourceFinder::NoteRaster(Known& known, Source& loaded)
                      "before, until the gateway is started again";
 }
 
-SourcePtr
-SourceFinder::LoadOne(Known& known, const std::string& path, std::vector<std::string>* changes)
+SourcePtr SourceFinder::LoadOne(Known& known, const std::string& path, LoadReport& report)
 {
     const std::string stamp = StampOf(path);
     if (IsStill(known, stamp))
         return known.m_source;
-    known.m_stamp = stamp;
     std::shared_ptr<Source> loaded = LoadSource(path, known.m_id);
     loaded->m_missing = m_missing.For(known.m_id);
+    known.m_stamp = stamp;
     NoteRaster(known, *loaded);
     const bool keeps = known.m_source != nullptr && known.m_source->m_isUsable &&
                        !loaded->m_isUsable && !loaded->m_isForbidden;
     if (!keeps && (!loaded->m_isUsable || loaded->m_kind != Source::Kind::History))
         ForgetEarthServer(known.m_id);
-    if (changes != nullptr)
-        changes->push_back(ShownOf(path) + ": " + DescribeChange(*loaded, keeps));
     known.m_source = keeps ? KeepServing(*known.m_source, *loaded) : loaded;
+    TellFaults(*loaded, ShownOf(path), report);
+    if (keeps)
+        report.m_changes.push_back(ShownOf(path) + ": its state of before is still served");
+    else if (loaded->m_error.empty())
+        report.m_changes.push_back(fmt::format("{}: served as /{}/", ShownOf(path), known.m_id));
     return known.m_source;
 }
 
-std::vector<SourcePtr> SourceFinder::Load(std::vector<std::string>* changes)
+/// One that went keeps its name, should it come back.
+void SourceFinder::DropGone(const std::set<std::string>& present, LoadReport& report)
 {
-    std::vector<SourcePtr> sources = m_builtIn;
-    std::set<std::string> present;
-    for (const std::string& path : FindPaths()) {
-        Known& known = m_known[path];
-        if (known.m_id.empty())
-            known.m_id = m_ids.Take(NameForId(path));
-        sources.push_back(LoadOne(known, path, changes));
-        present.insert(path);
-    }
-    // One that went keeps its name, should it come back.
     for (auto& [path, known] : m_known)
         if (present.count(path) == 0 && known.m_source != nullptr) {
             known.m_source = nullptr;
             ForgetEarthServer(known.m_id);
-            if (changes != nullptr)
-                changes->push_back(fmt::format("{}: gone, no longer served", ShownOf(path)));
+            report.m_changes.push_back(fmt::format("{}: gone, no longer served", ShownOf(path)));
         }
+}
+
+std::vector<SourcePtr> SourceFinder::Load(LoadReport& report)
+{
+    std::vector<SourcePtr> sources = m_builtIn;
+    for (const SourcePtr& source : m_builtIn)
+        TellFaults(*source, source->m_id, report);
+    std::set<std::string> present;
+    for (const ListedSource& listed : FindSources(report)) {
+        Known& known = m_known[listed.m_path];
+        if (known.m_id.empty())
+            known.m_id = m_ids.Take(listed.m_name);
+        sources.push_back(LoadOne(known, listed.m_path, report));
+        present.insert(listed.m_path);
+    }
+    DropGone(present, report);
     CheckRules();
     return sources;
 }
@@ -228,11 +187,17 @@ std::vector<SourcePtr> SourceFinder::Load(std::vector<std::string>* changes)
 bool SourceFinder::HasChanged() const
 {
     std::size_t present = 0;
-    for (const std::string& path : FindPaths()) {
-        const auto known = m_known.find(path);
-        if (known == m_known.end() || !IsStill(known->second, StampOf(path)))
+    for (const std::string& file : FindFiles(m_named)) {
+        const std::string stamp = StampOf(file);
+        const SourceLists::List* const list = m_lists.Find(file);
+        if (list == nullptr || list->m_stamp != stamp)
             return true;
-        ++present;
+        for (const ListedSource& listed : list->m_sources) {
+            const auto known = m_known.find(listed.m_path);
+            if (known == m_known.end() || !IsStill(known->second, stamp))
+                return true;
+            ++present;
+        }
     }
     return present != static_cast<std::size_t>(
                           std::count_if(m_known.begin(), m_known.end(), [](const auto& entry) {

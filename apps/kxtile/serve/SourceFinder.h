@@ -2,9 +2,11 @@
 #pragma once
 
 #include "serve/Source.h"
+#include "serve/SourceFiles.h"
 #include "serve/SourceId.h"
 
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -23,6 +25,13 @@ struct MissingRules
     MissingTile For(const std::string& id) const;
 };
 
+/// What there is to tell whoever runs the gateway, a line each.
+struct LoadReport
+{
+    std::vector<std::string> m_faults;  ///< of what was loaded: mistakes, and why it is not served
+    std::vector<std::string> m_changes; ///< what is served, or no longer
+};
+
 /// Finds what was named on the command line, and looks again for what became of it. For one thread
 /// at a time.
 class SourceFinder
@@ -33,10 +42,10 @@ public:
 
     /// Loads everything that is new or another than the last time. A definition that is broken now
     /// keeps its state of before, and says what is wrong.
-    /// @param changes  receives a line for each source that is not what it was; may be null
+    /// @param report  receives what there is to tell; what it holds stays
     /// @return all sources in their order
     /// @throws CommandError (wrong usage) for a rule that names no source
-    std::vector<SourcePtr> Load(std::vector<std::string>* changes = nullptr);
+    std::vector<SourcePtr> Load(LoadReport& report);
 
     /// Whether Load would find something else. Cheap: looks at files' times and sizes only.
     bool HasChanged() const;
@@ -54,13 +63,15 @@ private:
     };
     static bool IsStill(const Known& known, const std::string& stamp);
     static void NoteRaster(Known& known, Source& loaded);
-    std::vector<std::string> FindPaths() const;
+    std::vector<ListedSource> FindSources(LoadReport& report);
+    void DropGone(const std::set<std::string>& present, LoadReport& report);
     void CheckRules() const;
-    SourcePtr LoadOne(Known& known, const std::string& path, std::vector<std::string>* changes);
+    SourcePtr LoadOne(Known& known, const std::string& path, LoadReport& report);
 
     std::vector<std::string> m_named;
     MissingRules m_missing;
     SourceIds m_ids;
+    SourceLists m_lists;
     std::vector<SourcePtr> m_builtIn;
     std::map<std::string, Known> m_known; ///< by path
 };

@@ -2,6 +2,7 @@
 #include "serve/SourceLoader.h"
 
 #include "Command.h"
+#include "DefinitionFindings.h"
 #include "EarthSource.h"
 #include "KxGeFetcher.h"
 #include "KxPlugin.h"
@@ -15,6 +16,7 @@
 #include "forms/FormLimits.h"
 #include "serve/Failure.h"
 #include "serve/SourceEarthServer.h"
+#include "serve/SourceFiles.h"
 #include "serve/SourceState.h"
 
 #include <fmt/format.h>
@@ -83,6 +85,33 @@ void ChooseEarthServer(Source& source)
     NoteEarthServer(source.m_id, address);
 }
 
+/// Whether there is anything that tiles could be asked for with.
+bool NamesAService(const KxC::KxTSDParamItem& item)
+{
+    return item.m_strUrlTemplate.IsEmpty() == 0 || item.m_bLuaScripted != 0 ||
+           item.m_nTileScheme == kSchemeEarthHistory; // for which there is a server anyhow
+}
+
+/// Notes what is wrong with the definition that was just loaded into the source's record.
+void NoteFindings(Source& source, const std::string& path)
+{
+    source.m_error = source.m_secrets.Mask(ErrorsOfLastDefinition());
+    const std::vector<Finding> findings = FindingsOfLoaded(*source.m_item, path, source.m_secrets);
+    for (const Finding& finding : findings)
+        source.m_findings.push_back(AsLine(finding));
+    const bool isScriptBroken =
+        source.m_item->m_bLuaScripted != 0 &&
+        std::any_of(findings.begin(), findings.end(), [](const Finding& finding) {
+            return finding.m_error && finding.m_key == "script";
+        });
+    if (source.m_error.empty() && isScriptBroken)
+        source.m_error = "its script does not load, so there is nothing to ask for";
+    else if (source.m_error.empty() && !NamesAService(*source.m_item))
+        source.m_error = "it names no address and no script, so there is nothing to ask for";
+    source.m_errorIsFound = !source.m_error.empty();
+    source.m_isUsable = source.m_error.empty();
+}
+
 void LoadDefinition(Source& source, const SourceArgument& argument)
 {
     const std::string path = argument.GetPath();
@@ -90,8 +119,7 @@ void LoadDefinition(Source& source, const SourceArgument& argument)
     source.m_secrets = Secrets(path);
     source.m_item = std::make_shared<KxC::KxTSDParamItem>();
     source.m_item->LoadFromTSDFile(path.c_str());
-    source.m_error = source.m_secrets.Mask(ErrorsOfLastDefinition());
-    source.m_isUsable = source.m_error.empty();
+    NoteFindings(source, path);
     // Of a file that is written meanwhile, nobody knows which state was read.
     if (NameOfDefinition(path) == name)
         source.m_outputName = name;
@@ -153,6 +181,7 @@ void OpenRaster(Source& source)
         return;
     }
     source.m_isUsable = true;
+    source.m_isPack = raster->GetGeoReferenceType() == KxC::KxEGeoReferenceType_WebMercatorTiles;
     if (NameOfRaster(source.m_path) == name)
         source.m_outputName = name;
     source.m_minLevel = std::clamp(raster->GetMinLevel(), 0, kMaxLevel);
@@ -167,14 +196,17 @@ void OpenRaster(Source& source)
 /// What is no definition by its name may have been meant as a raster.
 void NameBothReadings(Source& source)
 {
-    const std::string extension = LowerExtension(source.m_path);
-    if (source.m_kind == Source::Kind::Raster || extension.empty() ||
-        IsDefinitionPath(source.m_path) || !fs::is_regular_file(source.m_path))
+    const std::string file = FileOf(source.m_path);
+    const std::string extension = LowerExtension(file);
+    if (source.m_kind == Source::Kind::Raster || extension.empty() || IsDefinitionPath(file) ||
+        !fs::is_regular_file(file))
         return;
     source.m_error = fmt::format("no reader plug-in takes {} as a raster (see KXTILE_PLUGIN_PATH), "
                                  "and as a definition it does not load: {}",
                                  extension,
                                  source.m_error);
+    source.m_errorIsFound = false;
+    source.m_findings.clear();
 }
 
 } // namespace
@@ -184,6 +216,13 @@ bool IsRasterPath(const std::string& path)
     const std::unique_ptr<KxC::KxPlugin> reader(KxC::m_gPluginManager.FindPluginByExt(
         kRasterPlugin, fs::path(path).extension().string().c_str()));
     return reader != nullptr;
+}
+
+bool IsTakenForRaster(const std::string& path)
+{
+    const std::string file = FileOf(path);
+    return !SourceArgument(path).IsTemplate() && fs::path(file).has_extension() &&
+           !IsDefinitionPath(file) && IsRasterPath(file);
 }
 
 bool IsDefinitionPath(const std::string& path)
@@ -235,8 +274,7 @@ std::shared_ptr<Source> LoadSource(const std::string& path, const std::string& i
     source->m_name = argument.IsTemplate() ? HostOf(path) : argument.GetName();
     source->m_generation = NextGeneration();
     try {
-        if (!argument.IsTemplate() && fs::path(path).has_extension() && !IsDefinitionPath(path) &&
-            IsRasterPath(path))
+        if (IsTakenForRaster(path))
             OpenRaster(*source);
         else
             LoadService(*source, argument);
@@ -244,6 +282,7 @@ std::shared_ptr<Source> LoadSource(const std::string& path, const std::string& i
             NameBothReadings(*source);
     } catch (const std::exception& error) {
         source->m_error = source->m_secrets.Mask(error.what());
+        source->m_errorIsFound = false;
         source->m_isUsable = false;
     }
     return source;

@@ -19,6 +19,8 @@ void DescribeService(Source& source);
 
 /// Whether a reader plug-in takes files of that name.
 bool IsRasterPath(const std::string& path);
+/// Whether what is named is opened as a raster, not loaded as a definition.
+bool IsTakenForRaster(const std::string& path);
 /// Whether a file in a folder is taken for a definition, by its extension.
 bool IsDefinitionPath(const std::string& path);
 

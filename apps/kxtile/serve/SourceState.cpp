@@ -3,6 +3,7 @@
 
 #include "KxUtility.h"
 #include "SourceGrid.h"
+#include "serve/SourceFiles.h"
 #include "serve/SourceLoader.h"
 
 #include <fmt/format.h>
@@ -60,14 +61,13 @@ std::string TraitsOf(const KxC::KxTSDParamItem& item)
 
 std::string NameOfDefinition(const std::string& path)
 {
-    const std::size_t mark = std::min(path.rfind('#'), path.size());
-    std::error_code error;
-    std::ifstream stream(fs::exists(path, error) ? path : path.substr(0, mark), std::ios::binary);
+    const std::string file = FileOf(path);
+    std::ifstream stream(file, std::ios::binary);
     if (!stream)
         return "";
     const std::string bytes{std::istreambuf_iterator<char>(stream),
                             std::istreambuf_iterator<char>()};
-    return HashOf(bytes + path.substr(mark));
+    return HashOf(bytes + path.substr(file.size()));
 }
 
 std::string NameOfRaster(const std::string& path)
@@ -75,7 +75,10 @@ std::string NameOfRaster(const std::string& path)
     std::error_code error;
     const auto size = fs::file_size(path, error);
     const auto time = fs::last_write_time(path, error).time_since_epoch().count();
-    return HashOf(fmt::format("{} {} {}", fs::absolute(path, error).string(), size, time));
+    // Another one when other pictures are made of the same file.
+    constexpr int kWayOfDrawing = 2;
+    return HashOf(
+        fmt::format("{} {} {} {}", fs::absolute(path, error).string(), size, time, kWayOfDrawing));
 }
 
 void NameSourceTiles(KxC::KxTSDParamItem& item, const std::string& name)

@@ -8,6 +8,7 @@
 #include "KxNetGetch.h"
 #include "KxTileFetcher.h"
 #include "SourceGrid.h"
+#include "serve/DoubleTile.h"
 #include "serve/Failure.h"
 
 #include <algorithm>
@@ -135,18 +136,64 @@ MadeTile FetchOwnEarthTile(const Source& source, const TileRequest& tile, int ti
     return Delivered(std::move(bytes), origin.CacheState());
 }
 
-MadeTile CutFromRaster(const Source& source, const TileRequest& tile)
+/// @param cut  stays null where the raster has nothing
+/// @return false when it cannot be read
+bool Cut(std::unique_ptr<KxC::KxRawData>& cut, const Source& source, const TileRequest& tile)
+{
+    KxC::KxRawData* bytes = nullptr;
+    const unsigned char done = KxTileFetcher::FetchTileFromRaster(
+        bytes, source.m_path.c_str(), tile.m_x, tile.m_y, tile.m_z, tile.m_size);
+    cut.reset(bytes);
+    return done != 0;
+}
+
+/// @return false when one cannot be read
+bool CutParts(DoubleTileParts& parts, const Source& source, const TileRequest& tile)
+{
+    if (!Cut(parts.m_own, source, tile))
+        return false;
+    if (tile.m_z >= source.m_maxLevel)
+        return true;
+    TileRequest quarter = tile;
+    ++quarter.m_z;
+    for (int i = 0; i < 4; ++i) {
+        quarter.m_x = 2 * tile.m_x + i % 2;
+        quarter.m_y = 2 * tile.m_y + i / 2;
+        if (!Cut(parts.m_quarters[static_cast<std::size_t>(i)], source, quarter))
+            return false;
+    }
+    return true;
+}
+
+MadeTile Unreadable(const char* cause)
+{
+    MadeTile made;
+    made.m_cause = cause;
+    return made;
+}
+
+/// A pack has tiles of one size: those of twice the edge are made here.
+MadeTile DoubleFromPack(const Source& source, const TileRequest& tile)
 {
     const Origin origin;
-    KxC::KxRawData* cut = nullptr;
-    const unsigned char done = KxTileFetcher::FetchTileFromRaster(
-        cut, source.m_path.c_str(), tile.m_x, tile.m_y, tile.m_z, tile.m_size);
-    std::unique_ptr<KxC::KxRawData> bytes(cut);
-    if (done != 0)
-        return Delivered(std::move(bytes), origin.CacheState());
-    MadeTile made;
-    made.m_cause = "the raster cannot be read there";
-    return made;
+    DoubleTileParts parts;
+    if (!CutParts(parts, source, tile))
+        return Unreadable("the raster cannot be read there");
+    if (parts.IsEmpty())
+        return Delivered(nullptr, origin.CacheState());
+    std::unique_ptr<KxC::KxRawData> bytes = MakeDoubleTile(std::move(parts), tile.m_format);
+    return bytes == nullptr ? Unreadable("a tile that is stored there does not decode")
+                            : Delivered(std::move(bytes), origin.CacheState());
+}
+
+MadeTile CutFromRaster(const Source& source, const TileRequest& tile)
+{
+    if (source.m_isPack && tile.m_size == 2 * kTileSize)
+        return DoubleFromPack(source, tile);
+    const Origin origin;
+    std::unique_ptr<KxC::KxRawData> bytes;
+    return Cut(bytes, source, tile) ? Delivered(std::move(bytes), origin.CacheState())
+                                    : Unreadable("the raster cannot be read there");
 }
 
 MadeTile Align(const Source& source, const TileRequest& tile, int timeoutMs)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "serve/TileService.h"
 
+#include "KxWMTileDataCache.h"
 #include "serve/OutputDisk.h"
 #include "serve/Transcode.h"
 
@@ -20,6 +21,17 @@ constexpr char kOutput[] = "output";
 constexpr char kUpstream[] = "upstream";
 /// What an answer takes beside its picture: headers, the response made of them, its place.
 constexpr std::size_t kAnswerBytes = 2500;
+
+/// Lets go of the decoded tiles that the library keeps valid until the thread's next operation,
+/// which may be long in coming.
+class ThreadTiles
+{
+public:
+    ThreadTiles() = default;
+    ~ThreadTiles() { KxC::m_gWMTileDataCacheManager.ReleaseThreadTiles(); }
+    ThreadTiles(const ThreadTiles&) = delete;
+    ThreadTiles& operator=(const ThreadTiles&) = delete;
+};
 
 double MillisecondsSince(Clock::time_point start)
 {
@@ -72,10 +84,12 @@ void ConvertOrFail(MadeTile& made, TileFormat format)
     made.m_cause = "the source's picture does not decode";
 }
 
-/// Whether the bytes are the service's own, which have a place on disk already.
+/// Whether the bytes are the service's own, or a pack's, which have a place on disk already.
 bool AreKeptAsSourceTile(const Source& source, const TileRequest& tile)
 {
-    return source.HandsOutOwnTiles(tile.m_size) && tile.m_format == TileFormat::Natural;
+    const bool isStored = source.m_isPack && tile.m_size == kTileSize;
+    return (isStored || source.HandsOutOwnTiles(tile.m_size)) &&
+           tile.m_format == TileFormat::Natural;
 }
 
 } // namespace
@@ -128,6 +142,7 @@ Outcome TileService::RawTile(const SourcePtr& source, const TileRequest& tile)
 
 AnswerPtr TileService::Work(const Source& source, const TileRequest& tile)
 {
+    const ThreadTiles heldUntilTheEnd;
     const auto start = Clock::now();
     MadeTile made = FindKept(source, tile);
     if (made.m_outcome != MadeTile::kTile)
@@ -141,11 +156,11 @@ AnswerPtr TileService::Work(const Source& source, const TileRequest& tile)
 
 AnswerPtr TileService::WorkRaw(const Source& source, const TileRequest& tile) const
 {
+    const ThreadTiles heldUntilTheEnd;
     const auto start = Clock::now();
     MadeTile made = FetchRawTile(source, tile, m_options.m_timeoutMs);
     ConvertOrFail(made, tile.m_format);
-    if (made.m_cacheState == std::string_view(kUpstream))
-        m_metrics.NoteUpstream(source.m_id, made.m_outcome);
+    NoteUpstream(source, made);
     // The service has none: a blank one would not be its own.
     const MissingTile missing =
         source.m_missing == MissingTile::NoContent ? MissingTile::NoContent : MissingTile::NotFound;
@@ -189,11 +204,19 @@ MadeTile TileService::MakeAnew(const Source& source, const TileRequest& tile) co
 {
     MadeTile made = MakeTile(source, tile, m_options.m_timeoutMs);
     ConvertOrFail(made, tile.m_format);
-    if (made.m_cacheState == std::string_view(kUpstream))
-        m_metrics.NoteUpstream(source.m_id, made.m_outcome);
+    NoteUpstream(source, made);
     if (made.m_outcome == MadeTile::kTile && !AreKeptAsSourceTile(source, tile))
         SaveOutput(source, tile, *made.m_bytes);
     return made;
+}
+
+void TileService::NoteUpstream(const Source& source, const MadeTile& made) const
+{
+    if (made.m_cacheState != std::string_view(kUpstream))
+        return;
+    m_metrics.NoteUpstream(source.m_id, made.m_outcome);
+    if (made.m_outcome == MadeTile::kTile)
+        DescribeSourceTiles(source);
 }
 
 /// Later answers share the picture; only what is said of its way is another.

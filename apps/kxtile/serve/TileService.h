@@ -43,6 +43,7 @@ private:
     std::unique_ptr<KxC::KxRawData> FindNatural(const Source& source, const TileRequest& tile);
     MadeTile FindKept(const Source& source, const TileRequest& tile);
     MadeTile MakeAnew(const Source& source, const TileRequest& tile) const;
+    void NoteUpstream(const Source& source, const MadeTile& made) const;
     void Keep(const TileKey& key, const Answer& made);
     AnswerPtr AnswerOf(MissingTile missing,
                        const TileRequest& tile,

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "serve/Transcode.h"
 
-#include "KxImageData.h"
 #include "KxImgUtility.h"
 
 #include <algorithm>
@@ -73,17 +72,20 @@ TileFormat FormatOf(const unsigned char* bytes, std::size_t size)
     return extension == ".webp" ? TileFormat::WebP : TileFormat::Natural;
 }
 
+std::unique_ptr<KxC::KxRawData> EncodePicture(const KxC::KxImageData& image, TileFormat format)
+{
+    if (format != TileFormat::Jpeg || image.GetPixelSize() < 4)
+        return Encode(image, format);
+    const auto flat = OnPaper(image);
+    return flat == nullptr ? nullptr : Encode(*flat, format);
+}
+
 std::unique_ptr<KxC::KxRawData>
 Transcode(const unsigned char* bytes, std::size_t size, TileFormat format)
 {
     const std::unique_ptr<KxC::KxImageData> image(
         KxC::KxImgUtility::LoadImageData(bytes, static_cast<unsigned int>(size), "", 1, 1));
-    if (image == nullptr)
-        return nullptr;
-    if (format != TileFormat::Jpeg || image->GetPixelSize() < 4)
-        return Encode(*image, format);
-    const auto flat = OnPaper(*image);
-    return flat == nullptr ? nullptr : Encode(*flat, format);
+    return image == nullptr ? nullptr : EncodePicture(*image, format);
 }
 
 std::unique_ptr<KxC::KxRawData> BlankTile(int size, TileFormat format)

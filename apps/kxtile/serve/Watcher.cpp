@@ -9,7 +9,6 @@
 #include <cstdio>
 #include <exception>
 #include <string>
-#include <vector>
 
 namespace KxTileHost::Serve {
 
@@ -45,24 +44,40 @@ void Watcher::Run()
 {
     while (!IsEnded()) {
         try {
-            if (!m_finder.HasChanged())
+            if (!m_isUnfinished && !m_finder.HasChanged())
                 continue;
             // Whoever writes a file in pieces is given a moment to end.
             if (IsEnded())
                 return;
             LoadAgain();
         } catch (const std::exception& error) { // no memory: what is served stays
-            fmt::print(stderr, "kxtile: {}\n", Printable(error.what()));
+            Tell(error.what());
         }
     }
 }
 
 void Watcher::LoadAgain()
 {
-    std::vector<std::string> changes;
-    m_table.Set(m_finder.Load(&changes));
-    for (const std::string& change : changes)
-        fmt::print(stderr, "kxtile: {}\n", Printable(change));
+    m_isUnfinished = true; // what was loaded before something is thrown counts as no change later
+    LoadReport report;
+    m_table.Set(m_finder.Load(report));
+    m_isUnfinished = false;
+    m_lastFault.clear();
+    for (const std::string& line : report.m_faults)
+        fmt::print(stderr, "kxtile: {}\n", Printable(line));
+    for (const std::string& line : report.m_changes)
+        fmt::print(stderr, "kxtile: {}\n", Printable(line));
+}
+
+/// Once for each fault, not in each round.
+void Watcher::Tell(const std::string& fault) noexcept
+try {
+    if (fault == m_lastFault)
+        return;
+    fmt::print(stderr, "kxtile: {}\n", Printable(fault));
+    m_lastFault = fault;
+} catch (const std::exception&) {
+    return; // the next round may have memory again
 }
 
 } // namespace KxTileHost::Serve

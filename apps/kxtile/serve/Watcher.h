@@ -6,6 +6,7 @@
 
 #include <condition_variable>
 #include <mutex>
+#include <string>
 #include <thread>
 
 namespace KxTileHost::Serve {
@@ -25,12 +26,15 @@ private:
     void Run();
     bool IsEnded();
     void LoadAgain();
+    void Tell(const std::string& fault) noexcept;
 
     SourceFinder& m_finder;
     SourceTable& m_table;
     std::mutex m_lock;
     std::condition_variable m_changed;
     bool m_ends = false;
+    bool m_isUnfinished = false; ///< a load began, and what it found is not served yet
+    std::string m_lastFault;
     std::thread m_thread;
 };
 

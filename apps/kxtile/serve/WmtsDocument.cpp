@@ -2,6 +2,7 @@
 #include "KxMath.h"
 #include "forms/XmlText.h"
 #include "serve/Documents.h"
+#include "serve/Route.h"
 #include "serve/SourceAddress.h"
 
 #include <fmt/format.h>
@@ -10,12 +11,16 @@
 #include <array>
 #include <cmath>
 #include <numbers>
+#include <set>
+#include <string>
 
 namespace KxTileHost::Serve {
 
 namespace {
 
-constexpr char kMatrixSet[] = "GoogleMapsCompatible";
+constexpr char kCrs[] = "urn:ogc:def:crs:EPSG::3857";
+constexpr double kHalf = KxC::KxMath::kHalfWorld; ///< metres
+constexpr double kMillimetre = 0.001;
 /// Of level 0, pixels of 0.28 mm.
 constexpr double kScaleDenominator = 559082264.0287178;
 
@@ -25,6 +30,9 @@ public:
     WmtsWriter(const SourceList& sources, const std::string& base)
         : m_sources(sources), m_base(base)
     {
+        for (const SourcePtr& source : sources.All())
+            if (source->m_isUsable)
+                m_lastLevels.insert(source->m_maxLevel);
     }
 
     std::string Write()
@@ -32,15 +40,12 @@ public:
         WriteNamespaces();
         WriteService();
         WriteOperations();
-        int lastLevel = 0;
         m_xml.Begin("Contents");
-        for (const SourcePtr& source : m_sources.All()) {
-            if (!source->m_isUsable)
-                continue;
-            WriteLayer(*source);
-            lastLevel = std::max(lastLevel, source->m_maxLevel);
-        }
-        WriteMatrixSet(lastLevel);
+        for (const SourcePtr& source : m_sources.All())
+            if (source->m_isUsable)
+                WriteLayer(*source);
+        for (const int level : m_lastLevels)
+            WriteMatrixSet(level);
         m_xml.End();
         m_xml.Begin("ServiceMetadataURL");
         m_xml.Attribute("xlink:href", m_base + "/wmts/1.0.0/WMTSCapabilities.xml");
@@ -49,6 +54,13 @@ public:
     }
 
 private:
+    /// The set of all levels for the layers that have them, one that ends sooner for each other.
+    std::string MatrixSetOf(int lastLevel) const
+    {
+        return lastLevel == *m_lastLevels.rbegin() ? std::string(kMatrixSet)
+                                                   : MatrixSetTo(lastLevel);
+    }
+
     void WriteNamespaces()
     {
         m_xml.Attribute("xmlns", "http://www.opengis.net/wmts/1.0");
@@ -111,6 +123,19 @@ private:
         m_xml.End();
     }
 
+    /// For programs that would round what they make of degrees to one row more.
+    void WriteBoundsInMetres(const Source& source)
+    {
+        const KxC::KxRect2d& bounds = source.m_bounds;
+        const KxC::KxPoint2d southWest = InMetres(bounds.m_dLeft, bounds.m_dBottom);
+        const KxC::KxPoint2d northEast = InMetres(bounds.m_dRight, bounds.m_dTop);
+        m_xml.Begin("ows:BoundingBox");
+        m_xml.Attribute("crs", kCrs);
+        m_xml.Element("ows:LowerCorner", fmt::format("{} {}", southWest.x, southWest.y));
+        m_xml.Element("ows:UpperCorner", fmt::format("{} {}", northEast.x, northEast.y));
+        m_xml.End();
+    }
+
     void WriteLayer(const Source& source)
     {
         m_xml.Begin("Layer");
@@ -118,6 +143,7 @@ private:
         m_xml.Element("ows:Abstract", source.m_attribution);
         WriteBounds(source);
         m_xml.Element("ows:Identifier", source.m_id);
+        WriteBoundsInMetres(source);
         m_xml.Begin("Style");
         m_xml.Attribute("isDefault", "true");
         m_xml.Element("ows:Identifier", "default");
@@ -150,7 +176,7 @@ private:
                                     "{}",
                                     m_base,
                                     source.m_id,
-                                    kMatrixSet,
+                                    MatrixSetOf(source.m_maxLevel),
                                     ExtensionOf(format)));
         m_xml.End();
     }
@@ -158,7 +184,7 @@ private:
     void WriteLimits(const Source& source)
     {
         m_xml.Begin("TileMatrixSetLink");
-        m_xml.Element("TileMatrixSet", kMatrixSet);
+        m_xml.Element("TileMatrixSet", MatrixSetOf(source.m_maxLevel));
         m_xml.Begin("TileMatrixSetLimits");
         for (int level = source.m_minLevel; level <= source.m_maxLevel; ++level)
             WriteLimitsOfLevel(source.m_bounds, level);
@@ -188,20 +214,29 @@ private:
         return IndexOf((longitude + 180.0) / 360.0, level);
     }
 
+    /// Of degrees; the plane's edge where that is meant.
+    static KxC::KxPoint2d InMetres(double longitude, double latitude)
+    {
+        constexpr double kRadians = std::numbers::pi / 180.0;
+        const double limited = std::clamp(latitude, -Source::kLastLatitude, Source::kLastLatitude);
+        KxC::KxPoint2d metres =
+            KxC::KxMath::LatLon2WebMecator(longitude * kRadians, limited * kRadians);
+        for (double* const value : {&metres.x, &metres.y})
+            if (std::abs(std::abs(*value) - kHalf) < kMillimetre)
+                *value = std::copysign(kHalf, *value);
+        return metres;
+    }
+
     static int RowOf(double latitude, int level)
     {
-        constexpr double kHalf = KxC::KxMath::kHalfWorld;
-        const double limited = std::clamp(latitude, -Source::kLastLatitude, Source::kLastLatitude);
-        const KxC::KxPoint2d metres =
-            KxC::KxMath::LatLon2WebMecator(0.0, limited * std::numbers::pi / 180.0);
-        return IndexOf((kHalf - metres.y) / (2 * kHalf), level);
+        return IndexOf((kHalf - InMetres(0.0, latitude).y) / (2 * kHalf), level);
     }
 
     void WriteMatrixSet(int lastLevel)
     {
         m_xml.Begin("TileMatrixSet");
-        m_xml.Element("ows:Identifier", kMatrixSet);
-        m_xml.Element("ows:SupportedCRS", "urn:ogc:def:crs:EPSG::3857");
+        m_xml.Element("ows:Identifier", MatrixSetOf(lastLevel));
+        m_xml.Element("ows:SupportedCRS", kCrs);
         m_xml.Element("WellKnownScaleSet", "urn:ogc:def:wkss:OGC:1.0:GoogleMapsCompatible");
         for (int level = 0; level <= lastLevel; ++level)
             WriteMatrix(level);
@@ -211,7 +246,6 @@ private:
     void WriteMatrix(int level)
     {
         const long long count = 1LL << level;
-        constexpr double kHalf = KxC::KxMath::kHalfWorld;
         m_xml.Begin("TileMatrix");
         m_xml.Element("ows:Identifier", fmt::format("{}", level));
         m_xml.Element("ScaleDenominator",
@@ -226,6 +260,7 @@ private:
 
     const SourceList& m_sources;
     const std::string& m_base;
+    std::set<int> m_lastLevels;
     XmlText m_xml{"Capabilities"};
 };
 

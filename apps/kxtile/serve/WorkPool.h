@@ -2,31 +2,17 @@
 #pragma once
 
 #include "serve/Answer.h"
+#include "serve/WorkQueue.h"
 
 #include <chrono>
 #include <condition_variable>
-#include <deque>
 #include <functional>
-#include <map>
-#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
-#include <unordered_map>
 #include <vector>
 
 namespace KxTileHost::Serve {
-
-/// Whoever waits for a piece of work. It lives until it has been answered.
-class Waiter
-{
-public:
-    virtual ~Waiter() = default;
-    /// Called once, by any thread, without locks held.
-    virtual void TakeAnswer(AnswerPtr answer) noexcept = 0;
-    /// Whether nobody reads the answer any more.
-    virtual bool IsGone() const noexcept = 0;
-};
 
 /// Does work on threads of its own, each piece once however many wait for it. What is to be done
 /// lies in lanes, one for each source: lanes take turns, and one that does not deliver leaves
@@ -50,6 +36,7 @@ public:
     {
         std::size_t m_waiting = 0; ///< pieces
         std::size_t m_running = 0;
+        std::size_t m_begun = 0; ///< ever
     };
 
     enum class Admission {
@@ -78,58 +65,21 @@ public:
     bool Stop(Clock::time_point deadline);
 
 private:
-    struct Waiting
-    {
-        Waiter* m_waiter;
-        Clock::time_point m_deadline;
-    };
-    struct Job
-    {
-        std::string m_key;
-        std::string m_lane;
-        Work m_work;
-        std::vector<Waiting> m_waiting;
-        Clock::time_point m_start;
-        bool m_isRunning = false;
-    };
-    using JobPtr = std::shared_ptr<Job>;
-    struct Lane
-    {
-        std::deque<JobPtr> m_queue;
-        std::vector<JobPtr> m_running;
-        bool m_isSlow = false; ///< its last piece was late
+    using JobPtr = WorkQueue::JobPtr;
 
-        bool HasWork() const { return !m_queue.empty() || !m_running.empty(); }
-    };
-
-    void Enqueue(JobPtr job);
-    Lane* LaneToTakeFrom(const std::string& lane);
-    JobPtr Evict(Lane& lane);
     void Run();
-    JobPtr Pick();
-    bool HasThread() const;
-    std::size_t SlowJobs(const Lane& lane) const;
-    std::size_t ThreadsFor(const Lane& lane) const;
-    JobPtr TakeFrom(Lane& lane);
-    static bool IsWanted(const Job& job);
     std::vector<Waiter*> Remove(const JobPtr& job);
-    void ForgetIfIdle(const std::string& lane);
     void WatchDeadlines();
     std::vector<Waiter*> TakeLate(Clock::time_point now);
     std::vector<Waiter*> TakeUnwanted();
     std::vector<Waiter*> TakeAll();
 
     const Limits m_limits;
-    const std::size_t m_spare; ///< threads that stand in for slow ones
     mutable std::mutex m_lock;
     std::condition_variable m_hasWork;
     std::condition_variable m_isIdle;
     std::condition_variable m_hasStopped;
-    std::unordered_map<std::string, JobPtr> m_jobs; ///< waiting and running
-    std::map<std::string, Lane> m_lanes;
-    std::string m_lastLane;
-    std::size_t m_waitingJobs = 0;
-    std::size_t m_runningJobs = 0;
+    WorkQueue m_queue;
     bool m_isStopping = false;
     bool m_hasEnded = false;
     std::vector<std::thread> m_threads;

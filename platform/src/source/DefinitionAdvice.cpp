@@ -171,7 +171,7 @@ private:
     {
         if (m_report.Failed())
             return;
-        if (!m_definition.url && !IsScripted())
+        if (!m_definition.url && !IsScripted() && m_scheme != kSchemeEarthHistory)
             Mislead("url", "is missing, and so is script: this source has no tiles");
         if (!m_definition.url || IsScripted() || m_scheme == kSchemeEarthHistory)
             return;

@@ -168,6 +168,20 @@ ForeignNumber(const std::string& text, const Place& place, const ForeignDefiniti
     return std::nullopt;
 }
 
+namespace {
+
+/// "2" is the second one, where none is called so.
+std::optional<std::size_t> IndexOfNumber(const std::string& wanted, std::size_t count)
+{
+    std::size_t number = 0;
+    const char* const end = wanted.data() + wanted.size();
+    const auto [stop, error] = std::from_chars(wanted.data(), end, number);
+    const bool isNumber = error == std::errc() && stop == end;
+    return isNumber && number >= 1 && number <= count ? std::optional(number - 1) : std::nullopt;
+}
+
+} // namespace
+
 std::optional<std::size_t> ChooseSource(const std::vector<std::string>& names,
                                         const std::string& wanted,
                                         const std::string& what,
@@ -177,6 +191,8 @@ std::optional<std::size_t> ChooseSource(const std::vector<std::string>& names,
         const auto found = std::find(names.begin(), names.end(), wanted);
         if (found != names.end())
             return static_cast<std::size_t>(found - names.begin());
+        if (const auto index = IndexOfNumber(wanted, names.size()))
+            return index;
         report.Error(0,
                      "",
                      "holds none of the name " + Printable(wanted) + " among its " + what +

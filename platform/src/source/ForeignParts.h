@@ -66,8 +66,9 @@ std::optional<int> ForeignInteger(const std::string& text,
 std::optional<double>
 ForeignNumber(const std::string& text, const Place& place, const ForeignDefinition& target);
 
-/// Of the sources in a file, the index of the one to read: the wanted one, else the first with a
-/// word on the others. Nothing, and an error, when the wanted one is not there.
+/// Of the sources in a file, the index of the one to read: the wanted one, by its name or else by
+/// its number from 1; none wanted, the first with a word on the others. Nothing, and an error, when
+/// the wanted one is not there.
 /// @param what  what the file calls them, such as "connections"
 std::optional<std::size_t> ChooseSource(const std::vector<std::string>& names,
                                         const std::string& wanted,

@@ -64,6 +64,19 @@ TEST(Route, NotesWhatCanBeNoTile)
         EXPECT_NE(ParsePath(path).m_fault, "") << path;
 }
 
+TEST(Route, TakesTileMatrixSetsThatEndAtALevel)
+{
+    for (const std::string set : {"", "_Level0", "_Level30"})
+        EXPECT_EQ(ParsePath("/wmts/osm/default/GoogleMapsCompatible" + set + "/7/44/67.png").m_kind,
+                  Route::kTile)
+            << set;
+    for (const std::string set : {"x", "_Level", "_Level31", "_Level1x", "_level1"})
+        EXPECT_EQ(ParsePath("/wmts/osm/default/GoogleMapsCompatible" + set + "/7/44/67.png").m_kind,
+                  Route::kMalformed)
+            << set;
+    EXPECT_EQ(MatrixSetTo(12), "GoogleMapsCompatible_Level12");
+}
+
 TEST(Route, KnowsItsFixedPathsWithAndWithoutASlashAtTheEnd)
 {
     EXPECT_EQ(ParsePath("/tms/1.0.0/").m_kind, Route::kTmsService);

@@ -68,6 +68,11 @@ TEST_F(SourceCheckCommand, WritesMistakesAsCompilersDo)
                   "quotes, such as tile_size = 1\n");
 }
 
+TEST_F(SourceCheckCommand, MissesNoAddressOfEarthImagery)
+{
+    EXPECT_EQ(Run({"--strict", Write("a.toml", "scheme = 8\n")}), kExitDone) << out;
+}
+
 TEST_F(SourceCheckCommand, FailsOnWarningsOnlyWhenAsked)
 {
     const std::string path = Write("a.toml", std::string(kGood) + "tilesize = 1\n");

@@ -175,6 +175,18 @@ TEST(QgisConnections, AreChosenByTheNameBehindThePath)
     EXPECT_STREQ(none.Item().m_strUrlTemplate.Cstr(), "");
 }
 
+TEST(QgisConnections, AreChosenByTheirNumberWhereNoneIsCalledSo)
+{
+    const std::string some = Connections("<xyztiles name=\"3\" url=\"http://a/{z}/{x}/{y}\"/>\n"
+                                         "<xyztiles name=\"\" url=\"http://b/{z}/{x}/{y}\"/>\n"
+                                         "<xyztiles name=\"c\" url=\"http://c/{z}/{x}/{y}\"/>\n");
+    EXPECT_EQ(LoadedRecord(some, "#2").UrlFromNorth(3, 5, 6), "http://b/3/6/5");
+    EXPECT_EQ(LoadedRecord(some, "#3").UrlFromNorth(3, 5, 6), "http://a/3/6/5");
+    for (const char* const wrong : {"#0", "#4", "#-1", "#2x", "#99999999999999999999"})
+        EXPECT_THAT(LoadedRecord(some, wrong).messages, HasSubstr("holds none of the name"))
+            << wrong;
+}
+
 TEST(QgisConnections, SayWhatIsNotTakenOver)
 {
     EXPECT_THAT(LoadedRecord(Connections("<xyztiles name=\"a\" url=\"http://a/{z}/{x}/{y}\"\n"
