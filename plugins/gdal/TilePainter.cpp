@@ -13,6 +13,7 @@
 #include <cstring>
 #include <limits>
 #include <new>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -214,8 +215,11 @@ private:
     template <std::size_t PixelSize>
     static void CopyValues(const Sample* values, unsigned char* to)
     {
-        for (std::size_t i = 0; i < 3; ++i)
-            to[i] = static_cast<unsigned char>(values[i]);
+        if constexpr (std::is_same_v<Sample, unsigned char>)
+            std::memcpy(to, values, 3);
+        else
+            for (std::size_t i = 0; i < 3; ++i)
+                to[i] = static_cast<unsigned char>(values[i]);
         if (PixelSize == 4)
             to[3] = 255;
     }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "ByteSinks.h"
+#include "Difference.h"
 #include "PngParts.h"
 
 #include <algorithm>
@@ -96,7 +97,7 @@ private:
     /// A row against the one north of it. Neighbouring rows of imagery differ little, and one
     /// subtraction a byte is what a vector unit does best; trying all filters costs more time than
     /// the compression after it.
-    void FilterUp(int row, unsigned char* __restrict out) const
+    void FilterUp(int row, unsigned char* out) const
     {
         const std::size_t count = m_rows.PixelBytes();
         const unsigned char* const current = m_rows.RowFromNorth(row);
@@ -105,9 +106,7 @@ private:
             std::memcpy(out + 1, current, count);
             return;
         }
-        const unsigned char* const above = m_rows.RowFromNorth(row - 1);
-        for (std::size_t i = 0; i < count; ++i)
-            out[1 + i] = static_cast<unsigned char>(current[i] - above[i]);
+        Subtract(current, m_rows.RowFromNorth(row - 1), count, out + 1);
     }
 
     /// Palette indices carry no nearness, so a filter would only hide their repetitions.

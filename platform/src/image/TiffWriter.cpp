@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ByteSinks.h"
 #include "Deflate.h"
+#include "Difference.h"
 #include "ImageCodecs.h"
 
 #include <tiffio.h>
@@ -127,24 +128,15 @@ bool SetTags(TIFF* tiff, const PixelRows& rows)
 }
 
 /// The horizontal predictor: each sample as its difference from that of the pixel before.
-template <std::size_t PixelSize>
-void PredictRow(const unsigned char* __restrict pixels,
-                std::size_t count,
-                unsigned char* __restrict out)
-{
-    std::memcpy(out, pixels, PixelSize);
-    for (std::size_t i = PixelSize; i < count; ++i)
-        out[i] = static_cast<unsigned char>(pixels[i] - pixels[i - PixelSize]);
-}
-
 void PredictRows(const PixelRows& rows, int first, int count, unsigned char* out)
 {
     const std::size_t rowBytes = rows.PixelBytes();
-    for (int row = first; row < first + count; ++row, out += rowBytes)
-        if (rows.pixelSize == 4)
-            PredictRow<4>(rows.RowFromNorth(row), rowBytes, out);
-        else
-            PredictRow<3>(rows.RowFromNorth(row), rowBytes, out);
+    const auto pixelSize = static_cast<std::size_t>(rows.pixelSize);
+    for (int row = first; row < first + count; ++row, out += rowBytes) {
+        const unsigned char* const pixels = rows.RowFromNorth(row);
+        std::memcpy(out, pixels, pixelSize);
+        Subtract(pixels + pixelSize, pixels, rowBytes - pixelSize, out + pixelSize);
+    }
 }
 
 /// Compresses the strips itself: the quick encoder takes less time than libtiff's at its quickest.
