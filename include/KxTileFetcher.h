@@ -325,8 +325,9 @@ public:
     /// @return 1 when the picture was written, and also, without a file, where the raster has
     ///         nothing under the extent. 0 on failure; a line in the log says which where the
     ///         extent holds no pixel, the raster cannot be opened, or the picture exceeds
-    ///         KxImageData's limits; no line where the raster has no such level, does not reach
+    ///         KxImageData::kMaxBytes; no line where the raster has no such level, does not reach
     ///         under the extent, or the picture cannot be written.
+    /// The first and last columns and rows are sampled at the extent's edges.
     /// Holds the picture and about one row of the raster's tiles in memory; throws std::bad_alloc
     /// where there is none for the picture.
     static unsigned char FetchImage(const KxString& outputFile,
@@ -335,6 +336,19 @@ public:
                                     double resolution,
                                     const KxString& projString,
                                     ProjectStringType projType);
+
+    /// The same of pixels that divide the extent evenly, each sampled in its middle, as GIS
+    /// programs have them.
+    /// @param width, height  pixels
+    /// @param level          of the raster's tiles, one that it has; see CalcTSZLevel
+    static unsigned char FetchImageOfPixels(const KxString& outputFile,
+                                            const KxString& dataPath,
+                                            const KxRect2d& rect,
+                                            int width,
+                                            int height,
+                                            int level,
+                                            const KxString& projString,
+                                            ProjectStringType projType);
 
     /// @}
 };

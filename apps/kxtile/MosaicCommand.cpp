@@ -2,16 +2,15 @@
 #include "Command.h"
 #include "Crs.h"
 #include "GeoTiffTags.h"
-#include "KxFile.h"
 #include "KxTileFetcher.h"
 #include "MosaicGrid.h"
+#include "MosaicOutput.h"
 #include "MosaicUnits.h"
 #include "OutputFile.h"
 #include "RasterArgument.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -20,7 +19,6 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
-#include <system_error>
 
 namespace KxTileHost {
 
@@ -38,89 +36,21 @@ struct MosaicArguments
     bool m_worldFile = false;
 };
 
-/// Gone with the object, unless it was renamed.
-class TemporaryFile
-{
-public:
-    /// A name beside `path`, with its extension.
-    explicit TemporaryFile(const std::string& path)
-        : m_path((fs::path(path).parent_path() /
-                  fmt::format(".kxtile-{}{}", ::getpid(), KxC::KxFile::GetExt(path.c_str()).Cstr()))
-                     .string())
-    {
-    }
-    ~TemporaryFile()
-    {
-        std::error_code error;
-        fs::remove(m_path, error);
-    }
-    TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
-
-    const std::string& Path() const { return m_path; }
-    bool IsThere() const { return KxC::KxFile::IsExist(m_path.c_str()) != 0; }
-    void RenameTo(const std::string& path) const
-    {
-        std::error_code error;
-        fs::rename(m_path, path, error);
-        if (error)
-            throw CommandError(kExitFailed,
-                               fmt::format("cannot write '{}': {}", path, error.message()));
-    }
-
-private:
-    std::string m_path;
-};
-
-bool IsTiff(const std::string& path)
-{
-    const KxC::KxString ext = KxC::KxFile::GetExt(path.c_str());
-    return ext.CompareNoCase(".tif") == 0 || ext.CompareNoCase(".tiff") == 0;
-}
-
-/// The extension of the world file: the first and the last letter of the picture's, and a w.
-std::string WorldFilePath(const std::string& picture)
-{
-    const std::string ext = KxC::KxFile::GetExt(picture.c_str()).Cstr();
-    return KxC::KxFile::ChangeExt(picture.c_str(), fmt::format("{}{}w", ext[1], ext.back()).c_str())
-        .Cstr();
-}
-
-std::string PrjPath(const std::string& picture)
-{
-    return KxC::KxFile::ChangeExt(picture.c_str(), "prj").Cstr();
-}
-
 /// The six lines: width and height of a pixel and the place of the north-western one's middle.
 std::string WorldFileText(const MosaicGrid& grid)
 {
     return fmt::format("{}\n0\n0\n{}\n{}\n{}\n",
-                       grid.m_pixelWidth,
-                       -grid.m_pixelHeight,
+                       grid.m_pixelSize,
+                       -grid.m_pixelSize,
                        grid.m_firstX,
                        grid.m_firstY);
 }
 
 void CheckArguments(const MosaicArguments& arguments)
 {
-    const bool named = KxC::KxFile::GetExt(arguments.m_output.c_str()).GetLength() > 1;
-    if (!named)
-        throw CommandError(
-            kExitWrongUsage,
-            fmt::format("'{}' does not say what format to write", arguments.m_output),
-            "Use the extension .png, .jpg, .webp or .tif.");
-    CheckOutputFormat(arguments.m_output);
+    CheckNamesFormat(arguments.m_output);
     if (!(arguments.m_resolution > 0) || !std::isfinite(arguments.m_resolution))
         throw CommandError(kExitWrongUsage, "the resolution must be above 0");
-}
-
-void CheckFolder(const std::string& path)
-{
-    const std::string folder = fs::path(path).parent_path().string();
-    if (::access(folder.empty() ? "." : folder.c_str(), W_OK | X_OK) != 0)
-        throw CommandError(kExitFailed,
-                           fmt::format("cannot write '{}'", path),
-                           "Check that the folder exists and may be written.");
 }
 
 void CheckLevel(KxC::KxRasterDataAccessor& raster,
@@ -204,6 +134,7 @@ Mosaic Prepare(const MosaicArguments& arguments)
             "Ask for the picture in EPSG:4326, or in a system that is in metres.");
     mosaic.m_asked = InMetres(mosaic.m_crs, bounds);
     mosaic.m_grid = PlanMosaic({bounds, arguments.m_resolution}, mosaic.m_asked.m_metresPerUnit);
+    CheckFormatHolds(arguments.m_output, mosaic.m_grid.m_width, mosaic.m_grid.m_height);
     CheckFolder(arguments.m_output);
     CheckNotItsSource(arguments.m_output, arguments.m_raster);
     const bool needsPrj =
@@ -226,25 +157,37 @@ void CheckReads(const MosaicArguments& arguments, unsigned long long failuresBef
                            "Nothing was written. Look whether the raster is whole.");
 }
 
+[[noreturn]] void ThrowNotWritten(const Mosaic& mosaic)
+{
+    throw CommandError(
+        kExitFailed,
+        fmt::format("cannot write '{}'", mosaic.m_arguments.m_output),
+        mosaic.m_grid.IsPossible(4)
+            ? "Check that its folder has room."
+            : "Check that its folder has room. With transparency, which a picture has where the "
+              "raster does not cover all of it, it would be more than the 2 GiB that a picture can "
+              "have: then ask for a coarser --resolution, or for several pictures.");
+}
+
 void Fetch(const Mosaic& mosaic, KxC::KxRasterDataAccessor& raster, const TemporaryFile& file)
 {
     const Crs& crs = mosaic.m_crs;
     const auto failuresBefore = KxC::KxRasterDataAccessor::GetThreadReadFailures();
-    const bool done = KxC::KxTileFetcher::FetchImage(file.Path().c_str(),
-                                                     mosaic.m_arguments.m_raster.c_str(),
-                                                     mosaic.m_grid.m_extent,
-                                                     mosaic.m_grid.m_resolution,
-                                                     mosaic.m_asked.m_text.c_str(),
-                                                     mosaic.m_asked.m_form) != 0;
+    const MosaicGrid& grid = mosaic.m_grid;
+    const bool done = KxC::KxTileFetcher::FetchImageOfPixels(file.Path().c_str(),
+                                                             mosaic.m_arguments.m_raster.c_str(),
+                                                             grid.m_extent,
+                                                             grid.m_width,
+                                                             grid.m_height,
+                                                             grid.m_level,
+                                                             mosaic.m_asked.m_text.c_str(),
+                                                             mosaic.m_asked.m_form) != 0;
     CheckReads(mosaic.m_arguments, failuresBefore);
     if (file.IsThere())
         return;
     if (done || !Reaches(raster, crs, mosaic.m_bounds))
         ThrowNothingThere(mosaic.m_arguments, raster);
-    throw CommandError(kExitFailed,
-                       fmt::format("cannot write '{}'", mosaic.m_arguments.m_output),
-                       "Check that its folder has room, and that its format takes pictures of "
-                       "that size.");
+    ThrowNotWritten(mosaic);
 }
 
 /// The least and greatest latitude of places.
@@ -289,7 +232,7 @@ void AddTags(const Mosaic& mosaic, const TemporaryFile& file)
     const MosaicGrid& grid = mosaic.m_grid;
     if (IsTiff(mosaic.m_arguments.m_output))
         AddGeoTiffTags(file.Path(),
-                       {grid.m_firstX, grid.m_firstY, grid.m_pixelWidth, grid.m_pixelHeight},
+                       {grid.m_firstX, grid.m_firstY, grid.m_pixelSize, grid.m_pixelSize},
                        {mosaic.m_inDegrees, mosaic.m_crs.EpsgCode().value_or(0), mosaic.m_esriPrj});
 }
 
@@ -331,8 +274,8 @@ void PrintMosaic(const GlobalOptions& options, const Mosaic& mosaic, double seco
                                   {"height", grid.m_height},
                                   {"bytes", bytes},
                                   {"level", grid.m_level},
-                                  {"pixel_width", grid.m_pixelWidth},
-                                  {"pixel_height", grid.m_pixelHeight},
+                                  {"pixel_width", grid.m_pixelSize},
+                                  {"pixel_height", grid.m_pixelSize},
                                   {"first_pixel", {grid.m_firstX, grid.m_firstY}},
                                   {"seconds", seconds}};
     if (arguments.m_worldFile) {
@@ -399,9 +342,7 @@ void AddMosaicCommand(CLI::App& app, const GlobalOptions& options)
         "Pixels count from the west and north edge of the bounds, each the nearest pixel of the "
         "level\nthat serves the resolution, which must be one of the raster's. What the raster "
         "does not\ncover is transparent; JPEG has no transparency, there it is black. A .tif "
-        "carries its\ngeoreference. A picture of more than twice as many columns as rows, or rows "
-        "as columns, is\nsampled from edge to edge: its own pixel size and bounds are those that "
-        "--json and the\ngeoreference tell.\n"
+        "carries its\ngeoreference.\n"
         "Examples:\n"
         "  kxtile mosaic world.tif --bounds 5.9,45.8,10.5,47.8 --crs EPSG:4326 --resolution 0.01 "
         "-o alps.tif\n"

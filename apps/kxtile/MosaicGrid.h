@@ -18,25 +18,19 @@ struct MosaicRequest
 /// @throws CommandError (wrong usage) for anything else, and where they are in another order
 KxC::KxRect2d ParseBounds(const std::string& text);
 
-/// How the library is to be asked so that the pixels of its picture lie on the grid of the bounds:
-/// from their west and north edge on, one resolution wide and high each. The library takes the
-/// first and last pixel of a row from the very edges of the extent it is given, and its spacing is
-/// always a little wider than its resolution; so extent and resolution must be a little smaller.
+/// The pixels of a picture, from the west and the north edge of the bounds on.
 struct MosaicGrid
 {
     int m_width;            ///< pixels
     int m_height;           ///< pixels
     int m_level;            ///< of the raster's tiles
-    KxC::KxRect2d m_extent; ///< to ask for, metres
-    double m_resolution;    ///< to ask for
-    /// Where the pixels lie then, in units of the system: the asked grid, but for pictures more
-    /// than twice as wide as high or the other way round, and where a smaller resolution would
-    /// need tiles that are finer still: in these the places are off by up to half a pixel, and so
-    /// are these numbers.
-    double m_pixelWidth;
-    double m_pixelHeight;
-    double m_firstX; ///< of the middle of the north-western pixel
+    KxC::KxRect2d m_extent; ///< of these pixels, metres
+    double m_pixelSize;     ///< units of the system
+    double m_firstX;        ///< of the middle of the north-western pixel, units
     double m_firstY;
+
+    /// Whether there can be a picture of these pixels with as many bytes each: 3, or 4 with alpha.
+    bool IsPossible(int pixelBytes) const;
 };
 
 /// @param metresPerUnit  of the system; those of a degree on the equator where it is in degrees

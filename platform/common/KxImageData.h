@@ -16,11 +16,14 @@ enum KxPixelFormat : int {
 class KXCOMMON_API KxImageData
 {
 public:
+    /// Of pictures from outside, which decoders are asked for, and of tiles.
     static constexpr int kMaxSide = 16384;            ///< pixels
     static constexpr long long kMaxPixels = 64000000; ///< pixels in all
+    /// Of any picture: what a signed count of 32 bits can hold, just below 2 GiB.
+    static constexpr long long kMaxBytes = 2147483647;
 
     /// A zero-filled picture: black, or transparent with alpha.
-    /// @param width, height  pixels, each [1, kMaxSide], their product at most kMaxPixels
+    /// @param width, height  pixels, 1 or more; height x bytes a row is at most kMaxBytes
     /// @param formatCode     KxPixelFormat
     /// @param rowBytes       bytes from one row to the next, 0 for width x bytes a pixel
     /// Arguments outside these ranges, or no memory, give a picture of 0 x 0 with null data.
@@ -48,6 +51,12 @@ public:
     /// Writes one pixel of this picture's own pixel size.
     /// @return 0 when row, column or pixelSize do not fit
     unsigned char SetValue(int row, int column, const unsigned char* pixel, int pixelSize);
+
+    /// Makes a picture without alpha one with alpha, in place. Pointers to its pixels are no longer
+    /// valid.
+    /// @param opaqueRows  rows from the south that become opaque; those above become transparent
+    /// @return 0 when it would exceed kMaxBytes or there is no memory; it is then as it was
+    unsigned char AddAlpha(int opaqueRows);
 
     /// Makes a picture with alpha one without, in place; its rows then take whole 4-byte words.
     /// Pointers to its pixels are no longer valid.

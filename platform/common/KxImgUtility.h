@@ -8,7 +8,8 @@
 namespace KxC {
 
 /// Image formats: telling, checking, decoding, encoding. All operations are safe on any thread and
-/// on any bytes; pictures beyond KxImageData's limits are refused before memory is taken.
+/// on any bytes; pictures from outside, and tiles, beyond KxImageData's limits for these are
+/// refused before memory is taken.
 class KXCOMMON_API KxImgUtility
 {
 public:
@@ -55,7 +56,9 @@ public:
                                            int option);
 
     /// Writes a picture to a file in the format of its extension (as SaveImageToMemory), with
-    /// settings for files meant to be kept. The file appears under its name only when whole.
+    /// settings for files meant to be kept. The file appears under its name only when whole. PNG
+    /// and TIFF are written as they are encoded, with memory for a few rows beside the picture.
+    /// JPEG has no more than 65500 pixels a side, WebP 16383.
     /// @param option  0
     /// @return 1 on success
     static unsigned char SaveImageFile(const KxImageData* image, const KxString& path, int option);

@@ -86,8 +86,6 @@ public:
           m_columnIndex(full.m_width, chosen.m_width, georeference.Turn()),
           m_rowIndex(full.m_height, chosen.m_height, std::numeric_limits<double>::infinity())
     {
-        m_map.m_columns.resize(kTilePixels);
-        m_map.m_rows.resize(kTilePixels);
     }
 
     void FillEven(const TileCentres& centres);
@@ -126,16 +124,9 @@ void MapMaker::FillEven(const TileCentres& centres)
     // A column's longitude with a latitude that exists, a row's latitude with some longitude.
     const Line columns = LineOf(centres, m_columnIndex, {1, 0, 0}, &KxPoint3d::x);
     const Line rows = LineOf(centres, m_rowIndex, {0, 1, 0}, &KxPoint3d::y);
-    auto column = m_map.m_columns.begin();
-    auto row = m_map.m_rows.begin();
-    for (const int index : rows) {
-        const bool isOutside = index == PixelMap::kOutside;
-        for (const int columnIndex : columns) {
-            const bool isNone = isOutside || columnIndex == PixelMap::kOutside;
-            *column++ = isNone ? PixelMap::kOutside : columnIndex;
-            *row++ = isNone ? PixelMap::kOutside : index;
-        }
-    }
+    m_map.m_isEven = true;
+    m_map.m_columns.assign(columns.begin(), columns.end());
+    m_map.m_rows.assign(rows.begin(), rows.end());
     const bool hasAllColumns = m_columns.TakeAll(columns);
     m_map.m_isFull = m_rows.TakeAll(rows) && hasAllColumns; // both look at theirs
 }
@@ -161,6 +152,8 @@ Line MapMaker::LineOf(const TileCentres& centres,
 
 void MapMaker::FillAny(const TileCentres& centres, double tolerance)
 {
+    m_map.m_columns.resize(kTilePixels);
+    m_map.m_rows.resize(kTilePixels);
     FillPositions(
         m_georeference, centres, tolerance, [this](int row, int column, double x, double y) {
             Set(static_cast<std::size_t>(row) * kTileSide + static_cast<std::size_t>(column),

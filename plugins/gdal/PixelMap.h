@@ -4,6 +4,7 @@
 #include "Georeference.h"
 #include "LevelRange.h"
 
+#include <cstddef>
 #include <vector>
 
 namespace KxC {
@@ -51,8 +52,26 @@ struct PixelMap
 {
     static constexpr int kOutside = -1;
 
-    /// Pixels of the chosen resolution; kOutside in both where there is none. Row by row from the
-    /// south.
+    /// A pixel of the chosen resolution.
+    struct Place
+    {
+        int m_column;
+        int m_row;
+
+        bool IsOutside() const { return m_column == kOutside || m_row == kOutside; }
+    };
+    Place At(int row, int column) const
+    {
+        const std::size_t i =
+            m_isEven ? static_cast<std::size_t>(column)
+                     : static_cast<std::size_t>(row) * kTileSide + static_cast<std::size_t>(column);
+        return {m_columns[i], m_rows[m_isEven ? static_cast<std::size_t>(row) : i]};
+    }
+
+    /// The raster's column depends on the tile's column alone, and its row on the tile's row.
+    bool m_isEven = false;
+    /// Columns and rows of the raster for each pixel of the tile, row by row from the south; of an
+    /// even map, columns for each column and rows for each row. kOutside where there is none.
     std::vector<int> m_columns;
     std::vector<int> m_rows;
     RasterWindow m_window = {}; ///< the least that holds them all

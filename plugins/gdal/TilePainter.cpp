@@ -13,6 +13,7 @@
 #include <cstring>
 #include <limits>
 #include <new>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -92,19 +93,48 @@ private:
         int top = left;
         int right = PixelMap::kOutside;
         int bottom = PixelMap::kOutside;
-        for (int row = part.m_row; row < part.m_row + part.m_side; ++row) {
-            const std::size_t first = IndexOf(row, part.m_column);
-            for (std::size_t i = first; i < first + static_cast<std::size_t>(part.m_side); ++i) {
-                if (m_map.m_rows[i] == PixelMap::kOutside)
-                    continue;
-                left = std::min(left, m_map.m_columns[i]);
-                right = std::max(right, m_map.m_columns[i]);
-                top = std::min(top, m_map.m_rows[i]);
-                bottom = std::max(bottom, m_map.m_rows[i]);
-            }
-        }
+        const auto take = [&](const PixelMap::Place& place) {
+            if (place.IsOutside())
+                return;
+            left = std::min(left, place.m_column);
+            right = std::max(right, place.m_column);
+            top = std::min(top, place.m_row);
+            bottom = std::max(bottom, place.m_row);
+        };
+        if (m_map.m_isEven)
+            VisitLines(part, take);
+        else
+            VisitAll(part, take);
         window = {left, top, right - left + 1, bottom - top + 1};
         return right != PixelMap::kOutside;
+    }
+
+    template <class Visit>
+    void VisitAll(const Part& part, const Visit& visit) const
+    {
+        for (int row = part.m_row; row < part.m_row + part.m_side; ++row)
+            for (int column = part.m_column; column < part.m_column + part.m_side; ++column)
+                visit(m_map.At(row, column));
+    }
+
+    /// Of an even map: one row and one column that lie on the raster hold all there is.
+    template <class Visit>
+    void VisitLines(const Part& part, const Visit& visit) const
+    {
+        const auto firstInside = [&](const std::vector<int>& line, int first) {
+            const auto begin = line.begin() + first;
+            return first + static_cast<int>(
+                               std::find_if(begin,
+                                            begin + part.m_side - 1,
+                                            [](int index) { return index != PixelMap::kOutside; }) -
+                               begin);
+        };
+        const int someRow = firstInside(m_map.m_rows, part.m_row);
+        const int someColumn = firstInside(m_map.m_columns, part.m_column);
+        for (int i = 0; i < part.m_side; ++i) {
+            visit(m_map.At(someRow, part.m_column + i));
+            visit(m_map.At(part.m_row + i, someColumn));
+        }
     }
 
     bool PaintQuarters(const Part& part)
@@ -121,12 +151,12 @@ private:
     {
         if (!m_samples.Read(window))
             return false;
-        for (int row = part.m_row; row < part.m_row + part.m_side; ++row) {
-            const std::size_t first = IndexOf(row, part.m_column);
-            for (std::size_t i = first; i < first + static_cast<std::size_t>(part.m_side); ++i)
-                if (m_map.m_rows[i] != PixelMap::kOutside)
-                    PaintPixel(i);
-        }
+        for (int row = part.m_row; row < part.m_row + part.m_side; ++row)
+            if (m_isPlain && m_map.m_isEven)
+                CopyRow(part, row);
+            else
+                for (int column = part.m_column; column < part.m_column + part.m_side; ++column)
+                    PaintPixel(row, column, m_map.At(row, column));
         return true;
     }
 
@@ -134,32 +164,64 @@ private:
     {
         for (int row = part.m_row + part.m_side - 1; row >= part.m_row; --row)
             for (int column = part.m_column; column < part.m_column + part.m_side; ++column) {
-                const std::size_t i = IndexOf(row, column);
-                if (m_map.m_rows[i] == PixelMap::kOutside)
+                const PixelMap::Place place = m_map.At(row, column);
+                if (place.IsOutside())
                     continue;
-                if (!m_samples.Read({m_map.m_columns[i], m_map.m_rows[i], 1, 1}))
+                if (!m_samples.Read({place.m_column, place.m_row, 1, 1}))
                     return false;
-                PaintPixel(i);
+                PaintPixel(row, column, place);
             }
         return true;
     }
 
-    void PaintPixel(std::size_t index)
+    void PaintPixel(int row, int column, const PixelMap::Place& place)
     {
-        const int column = m_map.m_columns[index];
-        const int row = m_map.m_rows[index];
-        unsigned char* to = m_data + index * m_pixelSize;
-        const Sample* values = m_samples.At(column, row);
-        if (m_isPlain) {
+        if (place.IsOutside())
+            return;
+        unsigned char* to = m_data + IndexOf(row, column) * m_pixelSize;
+        const Sample* values = m_samples.At(place.m_column, place.m_row);
+        if (m_isPlain)
+            return m_pixelSize == 4 ? CopyValues<4>(values, to) : CopyValues<3>(values, to);
+        unsigned char pixel[4];
+        m_colours.Paint(values, m_samples.MaskAt(place.m_column, place.m_row), pixel);
+        std::memcpy(to, pixel, m_pixelSize);
+    }
+
+    /// A row of an even map whose bytes are those of the tile.
+    void CopyRow(const Part& part, int row)
+    {
+        if (m_map.m_rows[static_cast<std::size_t>(row)] == PixelMap::kOutside)
+            return;
+        if (m_pixelSize == 4)
+            CopyRow<4>(part, row);
+        else
+            CopyRow<3>(part, row);
+    }
+
+    template <std::size_t PixelSize>
+    void CopyRow(const Part& part, int row)
+    {
+        // All in locals: bytes that are written could be anything's.
+        const int* const columns = m_map.m_columns.data();
+        const int left = m_samples.Window().m_left;
+        const Sample* const values =
+            m_samples.At(left, m_map.m_rows[static_cast<std::size_t>(row)]);
+        unsigned char* to = m_data + IndexOf(row, part.m_column) * PixelSize;
+        for (int i = part.m_column; i < part.m_column + part.m_side; ++i, to += PixelSize)
+            if (columns[i] != PixelMap::kOutside)
+                CopyValues<PixelSize>(values + std::ptrdiff_t{3} * (columns[i] - left), to);
+    }
+
+    template <std::size_t PixelSize>
+    static void CopyValues(const Sample* values, unsigned char* to)
+    {
+        if constexpr (std::is_same_v<Sample, unsigned char>)
+            std::memcpy(to, values, 3);
+        else
             for (std::size_t i = 0; i < 3; ++i)
                 to[i] = static_cast<unsigned char>(values[i]);
-            if (m_pixelSize == 4)
-                to[3] = 255;
-            return;
-        }
-        unsigned char pixel[4];
-        m_colours.Paint(values, m_samples.MaskAt(column, row), pixel);
-        std::memcpy(to, pixel, m_pixelSize);
+        if (PixelSize == 4)
+            to[3] = 255;
     }
 
     const PixelMap& m_map;
@@ -186,9 +248,12 @@ bool IsFair(GDALDataset& dataset, const BandPlan& plan, const PixelMap& map)
     int height = 1;
     band.GetBlockSize(&width, &height);
     std::vector<std::pair<int, int>> blocks;
-    for (std::size_t i = 0; i < map.m_rows.size(); ++i)
-        if (map.m_rows[i] != PixelMap::kOutside)
-            blocks.emplace_back(map.m_rows[i] / height, map.m_columns[i] / width);
+    for (int row = 0; row < kTileSide; ++row)
+        for (int column = 0; column < kTileSide; ++column) {
+            const PixelMap::Place place = map.At(row, column);
+            if (!place.IsOutside())
+                blocks.emplace_back(place.m_row / height, place.m_column / width);
+        }
     std::sort(blocks.begin(), blocks.end());
     const auto end = std::unique(blocks.begin(), blocks.end());
     const double bytes =

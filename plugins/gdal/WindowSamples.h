@@ -25,6 +25,7 @@ public:
     /// @return false when the file cannot be read there, or the budget is spent
     bool Read(const RasterWindow& window);
 
+    const RasterWindow& Window() const { return m_window; }
     /// The values of a pixel of the window, in the order of the plan's bands.
     const Sample* At(int column, int row) const { return &m_values[Index(column, row) * Bands()]; }
     /// 0 where the raster's mask says that there is nothing.

@@ -12,9 +12,12 @@
 #include "TileNumbers.h"
 #include "TransformGrid.h"
 
+#include <cstddef>
 #include <exception>
+#include <memory>
 #include <new>
 #include <optional>
+#include <vector>
 
 namespace KxC {
 
@@ -27,28 +30,47 @@ unsigned char FailWith(const char* text)
     return 0;
 }
 
-struct Size
+/// Where a picture's pixels are sampled.
+enum class PixelPlaces {
+    EdgeToEdge, ///< the first and last ones on the extent's edges
+    Centres,    ///< in the middle of what each covers
+};
+
+/// What a picture is to show.
+struct PictureGrid
 {
+    KxRect2d m_rect;
     int m_width;
     int m_height;
+    PixelPlaces m_places;
 
-    bool FitsPicture() const
+    std::vector<double> Columns() const { return Along(m_rect.m_dLeft, m_rect.m_dRight, m_width); }
+    std::vector<double> Rows() const { return Along(m_rect.m_dBottom, m_rect.m_dTop, m_height); }
+
+private:
+    std::vector<double> Along(double from, double to, int count) const
     {
-        return m_width >= 1 && m_height >= 1 && m_width <= KxImageData::kMaxSide &&
-               m_height <= KxImageData::kMaxSide &&
-               static_cast<long long>(m_width) * m_height <= KxImageData::kMaxPixels;
+        if (m_places == PixelPlaces::EdgeToEdge)
+            return SamplePositions(from, to, (to - from) / (count - 1), count);
+        std::vector<double> centres(static_cast<std::size_t>(count));
+        const double step = (to - from) / count;
+        for (std::size_t i = 0; i < centres.size(); ++i)
+            centres[i] = from + (static_cast<double>(i) + 0.5) * step;
+        return centres;
     }
 };
 
-Size SizeOf(const KxRect2d& rect, double resolution)
+/// What a picture is made from and of.
+struct Source
 {
-    return {TruncateToInt(rect.Width() / resolution), TruncateToInt(rect.Height() / resolution)};
-}
+    const KxString& m_dataPath;
+    const KxString& m_projString;
+    ProjectStringType m_projType;
+};
 
-/// An extent, and the raster tiles of one level under it.
+/// The raster tiles of one level under an extent.
 struct Cover
 {
-    const KxRect2d& m_rect;
     int m_level;
     TileRange m_range;
 };
@@ -67,32 +89,76 @@ std::optional<Cover> FindCover(KxRasterDataAccessor& accessor,
                                     TransformGrid(transform, level));
     if (!range.ClampTo(TilesPerAxis(level)) || !Covers(accessor, range, level))
         return std::nullopt;
-    return Cover{rect, level, range};
+    return Cover{level, range};
 }
 
-/// @return nothing where no tile under the extent has a picture
-std::optional<MosaicPicture> Sample(const RasterSource& raster,
-                                    const KxCoordSysTrans& transform,
-                                    const Cover& cover,
-                                    const Size& size)
+/// @return null where no tile under the extent has a picture
+std::unique_ptr<MosaicPicture> Sample(const RasterSource& raster,
+                                      const KxCoordSysTrans& transform,
+                                      const Cover& cover,
+                                      const PictureGrid& pixels)
 {
-    const KxRect2d& rect = cover.m_rect;
     const TransformGrid grid(transform, cover.m_level);
-    const auto positions = [](double from, double to, int count) {
-        return SamplePositions(from, to, (to - from) / (count - 1), count);
-    };
-    MosaicRows rows(grid, positions(rect.m_dLeft, rect.m_dRight, size.m_width));
+    MosaicRows rows(grid, pixels.Columns());
     MosaicTiles tiles(raster, cover.m_range, cover.m_level);
-    MosaicPicture picture(size.m_width, size.m_height);
-    for (const double y : positions(rect.m_dBottom, rect.m_dTop, size.m_height)) {
-        picture.AddRow(rows, y, tiles);
+    auto picture = std::make_unique<MosaicPicture>(pixels.m_width, pixels.m_height);
+    for (const double y : pixels.Rows()) {
+        picture->AddRow(rows, y, tiles);
         tiles.EndRow();
     }
     tiles.AskTheRest();
     if (!tiles.HasImage())
-        return std::nullopt;
-    picture.End(tiles.NeedsAlpha());
+        return nullptr;
+    picture->End(tiles.NeedsAlpha());
     return picture;
+}
+
+unsigned char
+WritePicture(const KxString& outputFile, const Source& source, const PictureGrid& pixels, int level)
+{
+    const KxCoordSysTrans* const transform =
+        m_gCoordSysTransManager.GetKxCoordSysTrans(source.m_projString, source.m_projType);
+    if (transform == nullptr)
+        return FailWith(LogTexts::kNoCoordSys);
+    KxRasterDataAccessor* const accessor =
+        m_gRasterAccessorManager.OpenDataAccessor(source.m_dataPath);
+    if (accessor == nullptr)
+        return FailWith(LogTexts::kRasterNotOpened);
+    const auto cover = FindCover(*accessor, *transform, pixels.m_rect, level);
+    if (!cover)
+        return 0;
+    const TileRange& range = cover->m_range;
+    if (range.Rows() <= 0 || range.Columns() <= 0)
+        return 1;
+    const RasterSource raster(*accessor, source.m_dataPath);
+    if (!MosaicPicture::IsPossible(pixels.m_width, pixels.m_height) ||
+        range.Rows() * range.Columns() > MosaicTiles::kMaxTiles)
+        return MayHavePicture(*accessor, raster, range, cover->m_level)
+                   ? FailWith(LogTexts::kPictureTooLarge)
+                   : 1;
+    const auto picture = Sample(raster, *transform, *cover, pixels);
+    return picture != nullptr ? KxImgUtility::SaveImageFile(&picture->Image(), outputFile, 0) : 1;
+}
+
+/// Nothing is thrown at hosts but the want of memory for the picture itself.
+/// @param write  answers what FetchImage does
+template <class Write>
+unsigned char WithinBoundary(Write write)
+try {
+    const Operation operation;
+    return write();
+} catch (const NoMemoryForPicture&) {
+    throw std::bad_alloc(); // of a type that hosts know
+} catch (const std::bad_alloc&) {
+    return FailWith(LogTexts::kPictureTooLarge);
+} catch (const std::exception&) {
+    return 0;
+}
+
+bool IsNoExtent(const PictureGrid& pixels)
+{
+    return pixels.m_width == 0 || pixels.m_height == 0 || pixels.m_rect.Width() <= 0 ||
+           pixels.m_rect.Height() <= 0;
 }
 
 } // namespace
@@ -103,34 +169,34 @@ unsigned char KxTileFetcher::FetchImage(const KxString& outputFile,
                                         double resolution,
                                         const KxString& projString,
                                         ProjectStringType projType)
-try {
-    const Operation operation;
-    const Size size = SizeOf(rect, resolution);
-    if (size.m_width == 0 || size.m_height == 0 || rect.Width() <= 0 || rect.Height() <= 0)
-        return FailWith(LogTexts::kNoExtent);
-    const KxCoordSysTrans* const transform =
-        m_gCoordSysTransManager.GetKxCoordSysTrans(projString, projType);
-    if (transform == nullptr)
-        return FailWith(LogTexts::kNoCoordSys);
-    KxRasterDataAccessor* const accessor = m_gRasterAccessorManager.OpenDataAccessor(dataPath);
-    if (accessor == nullptr)
-        return FailWith(LogTexts::kRasterNotOpened);
-    const auto cover = FindCover(*accessor, *transform, rect, CalcTSZLevel(resolution));
-    if (!cover)
-        return 0;
-    if (cover->m_range.Rows() <= 0 || cover->m_range.Columns() <= 0)
-        return 1;
-    if (!size.FitsPicture() ||
-        cover->m_range.Rows() * cover->m_range.Columns() > MosaicTiles::kMaxTiles)
-        return FailWith(LogTexts::kPictureTooLarge);
-    const auto picture = Sample(RasterSource(*accessor, dataPath), *transform, *cover, size);
-    return picture ? KxImgUtility::SaveImageFile(&picture->Image(), outputFile, 0) : 1;
-} catch (const NoMemoryForPicture&) {
-    throw std::bad_alloc(); // of a type that hosts know
-} catch (const std::bad_alloc&) {
-    return FailWith(LogTexts::kPictureTooLarge);
-} catch (const std::exception&) {
-    return 0;
+{
+    return WithinBoundary([&] {
+        const PictureGrid pixels{rect,
+                                 TruncateToInt(rect.Width() / resolution),
+                                 TruncateToInt(rect.Height() / resolution),
+                                 PixelPlaces::EdgeToEdge};
+        if (IsNoExtent(pixels))
+            return FailWith(LogTexts::kNoExtent);
+        return WritePicture(
+            outputFile, {dataPath, projString, projType}, pixels, CalcTSZLevel(resolution));
+    });
+}
+
+unsigned char KxTileFetcher::FetchImageOfPixels(const KxString& outputFile,
+                                                const KxString& dataPath,
+                                                const KxRect2d& rect,
+                                                int width,
+                                                int height,
+                                                int level,
+                                                const KxString& projString,
+                                                ProjectStringType projType)
+{
+    return WithinBoundary([&] {
+        const PictureGrid pixels{rect, width, height, PixelPlaces::Centres};
+        if (IsNoExtent(pixels) || width < 1 || height < 1)
+            return FailWith(LogTexts::kNoExtent);
+        return WritePicture(outputFile, {dataPath, projString, projType}, pixels, level);
+    });
 }
 
 } // namespace KxC

@@ -22,12 +22,12 @@ class MosaicRows
 {
 public:
     /// @param grid  must outlive this
-    /// @param xs    of the columns, as SamplePositions makes them
+    /// @param xs    of the columns: evenly spaced, but for the last
     MosaicRows(const TransformGrid& grid, std::vector<double> xs);
 
     /// Fills a row of the output. Pixels in places without a picture stay as they are.
-    /// @param output  with alpha
-    void Fill(KxImageData& output, int row, double y, MosaicTiles& tiles);
+    /// @param line  one row with alpha
+    void Fill(KxImageData& line, double y, MosaicTiles& tiles);
 
 private:
     /// Columns from m_first to m_first + 4 x m_spacing, with a node at each multiple of m_spacing.
@@ -45,8 +45,12 @@ private:
         double m_col;
         double m_row;
     };
+    class Painter;
 
-    void Want(std::size_t first, std::size_t end);
+    void FillBlock(KxImageData& line, double y, MosaicTiles& tiles);
+    void ForgetBlock();
+    void Want(std::size_t column);
+    void WantAll(std::size_t first, std::size_t end);
     void Transform(double y);
     void PutStretches();
     void TransformNodes(double y);
@@ -59,17 +63,21 @@ private:
                      const Stretch& stretch,
                      const Error& error,
                      MosaicTiles& tiles);
-    void SampleExact(KxImageData& output, int row, MosaicTiles& tiles);
+    void SampleExact(KxImageData& line, MosaicTiles& tiles);
 
     const TransformGrid& m_grid;
     std::vector<double> m_xs;
     double m_wobble; ///< the most by which columns are off from even spacing, in columns
     bool m_nearest;
+    // Of a block of columns, which count from its first:
+    std::size_t m_begin = 0; ///< that one
+    std::size_t m_count = 0;
     std::vector<GridPosition> m_places; ///< of the columns that are transformed
-    std::vector<bool> m_exact;          ///< columns that are transformed, or will be
+    std::vector<unsigned char> m_exact; ///< 1 for columns that are transformed, or will be
     std::vector<Stretch> m_open;
     std::vector<std::pair<Stretch, Error>> m_decided;
-    std::vector<std::size_t> m_wanted; ///< columns to transform
+    std::vector<std::size_t> m_wanted;      ///< columns to transform
+    std::vector<std::size_t> m_transformed; ///< columns that are
     std::vector<double> m_wantedXs;
     std::vector<GridPosition> m_wantedPlaces;
 };

@@ -2,7 +2,10 @@
 #include "MosaicTiles.h"
 
 #include "SourceTiles.h"
+#include "TileNumbers.h"
 
+#include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace KxC {
@@ -23,7 +26,47 @@ bool FitsCache(const TileRange& range)
     return tiles * kTileBytes <= m_gWMTileDataCacheManager.GetBudget() / 4;
 }
 
+long long TilesOf(const TileRange& range)
+{
+    return std::max(range.Rows(), 0LL) * std::max(range.Columns(), 0LL);
+}
+
+/// The part of a range that lies in a raster's bounds, where alone it has pictures.
+TileRange InBounds(const TileRange& range, const KxRect2d& bounds, int level)
+{
+    const double span = 360.0 / TilesPerAxis(level);
+    const auto index = [span](double degrees) {
+        return TruncateToInt(std::floor((degrees + 180.0) / span));
+    };
+    return {std::max(range.m_minRow, index(bounds.m_dBottom)),
+            std::max(range.m_minCol, index(bounds.m_dLeft)),
+            std::min(range.m_maxRow, index(bounds.m_dTop)),
+            std::min(range.m_maxCol, index(bounds.m_dRight))};
+}
+
+bool HasPicture(const RasterSource& raster, const SourceTile& address)
+{
+    return PictureOf(raster.Find(address)) != nullptr ||
+           PictureOf(raster.Read(address).get()) != nullptr;
+}
+
 } // namespace
+
+bool MayHavePicture(KxRasterDataAccessor& accessor,
+                    const RasterSource& raster,
+                    const TileRange& range,
+                    int level)
+{
+    const bool isFew = TilesOf(range) <= MosaicTiles::kMaxTiles;
+    const TileRange asked = isFew ? range : InBounds(range, accessor.GetLatLonBounds(), level);
+    if (TilesOf(asked) > MosaicTiles::kMaxTiles)
+        return true;
+    for (int row = asked.m_minRow; row <= asked.m_maxRow; ++row)
+        for (int col = asked.m_minCol; col <= asked.m_maxCol; ++col)
+            if (HasPicture(raster, {level, row, col}))
+                return true;
+    return false;
+}
 
 MosaicTiles::MosaicTiles(const RasterSource& raster, const TileRange& range, int level)
     : m_raster(raster), m_range(range), m_level(level), m_cached(FitsCache(range)),

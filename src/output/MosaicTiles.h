@@ -17,8 +17,8 @@ namespace KxC {
 class MosaicTiles
 {
 public:
-    /// More tiles than 64 million pixels take at any latitude up to 89.9 degrees.
-    static constexpr long long kMaxTiles = 1 << 22;
+    /// More tiles than 2 GiB of pixels take at any latitude up to 89.9 degrees.
+    static constexpr long long kMaxTiles = 1 << 25;
 
     /// @param raster  must outlive this
     /// @param range   at most kMaxTiles
@@ -75,5 +75,12 @@ private:
     int m_lastCol = -1;
     const KxImageData* m_lastImage = nullptr;
 };
+
+/// Whether some tile of a range has a picture, or may have one where the raster reaches under more
+/// than kMaxTiles of them.
+bool MayHavePicture(KxRasterDataAccessor& accessor,
+                    const RasterSource& raster,
+                    const TileRange& range,
+                    int level);
 
 } // namespace KxC

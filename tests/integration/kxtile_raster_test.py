@@ -213,6 +213,75 @@ class RasterTest(KxtileTestCase):
                 mosaic = Picture(self.folder / "m.tif")
                 self.assert_alike(mosaic, self.warped(self.made, mosaic, crs, made["level"]))
 
+    def test_long_pictures_have_the_asked_pixels_too(self):
+        for crs, bounds, resolution, size in [
+                ("EPSG:32633", [501000, 5536000, 511800, 5538600], 13.0, (830, 200)),
+                ("EPSG:32633", [505000, 5531500, 505500, 5539500], 12.5, (40, 640)),
+                ("EPSG:4326", [15.02, 49.97, 15.16, 49.98], 0.0001, (1400, 100)),
+                ("EPSG:3035", [4681000, 2995000, 4688000, 2995200], 12.5, (560, 16))]:
+            with self.subTest(crs=crs, size=size):
+                made = self.mosaic(self.made, bounds, crs, resolution, "m.tif")
+                self.assertEqual((made["width"], made["height"]), size)
+                mosaic = Picture(self.folder / "m.tif")
+                west, across, _, north, _, down = mosaic.info["geoTransform"]
+                for is_, wanted in zip((west, across, north, down),
+                                       (bounds[0], resolution, bounds[3], -resolution)):
+                    self.assertAlmostEqual(is_, wanted, delta=1e-15 * abs(wanted))
+                self.assert_alike(mosaic, self.warped(self.made, mosaic, crs, made["level"]))
+
+    def window(self, path, left, top, side, name):
+        """A square of a picture's pixels."""
+        run("gdal_translate", "-q", "-srcwin", left, top, side, side, path, self.folder / name)
+        return Picture(self.folder / name)
+
+    def test_pictures_beyond_64_million_pixels(self):
+        # The made raster's pixels on the equator, each eighteen times as wide and five times as
+        # high, with room for the tiles at the picture's edges.
+        wide = self.folder / "wide.vrt"
+        run("gdal_translate", "-q", "-of", "VRT", "-outsize", 21600, 4500, "-a_srs", "EPSG:3857",
+            "-a_ullr", 0, 45000, 216000, 0, self.made, wide)
+        bounds = [8000, 5500, 208000, 39500]
+        for name in ("m.tif", "m.png"):
+            command = [sys.argv[1], "mosaic", wide, "--bounds", ",".join(map(str, bounds)), "--crs",
+                       "EPSG:3857", "--resolution", 10, "-o", name]
+            child = subprocess.Popen([str(word) for word in command], cwd=self.folder,
+                                     env=self.environment, stdout=subprocess.DEVNULL)
+            _, status, usage = os.wait4(child.pid, 0)
+            child.returncode = os.waitstatus_to_exitcode(status)
+            self.assertEqual(child.returncode, 0)
+            info = json.loads(run("gdalinfo", "-json", self.folder / name))
+            self.assertEqual((info["size"], len(info["bands"])), ([20000, 3400], 3))
+            for left, top in [(0, 0), (19900, 3300), (9950, 1700), (0, 3300), (19900, 0)]:
+                shown = self.window(self.folder / name, left, top, 100, "part.tif")
+                for row in range(0, 100, 9):
+                    for column in range(0, 100, 9):
+                        x, y = place_of(shown.pixels[row * 100 + column])
+                        self.assertLessEqual(abs(x - (left + column + 800.5) / 18), 1.2)
+                        self.assertLessEqual(abs(y - (top + row + 550.5) / 5), 1.4)
+            if b"__asan_init" not in pathlib.Path(sys.argv[1]).read_bytes():
+                # The picture of 195 MiB, and what any mosaic takes.
+                self.assertLess(usage.ru_maxrss / 1024, 20000 * 3400 * 3 / 2 ** 20 + 128)
+
+    @unittest.skipUnless("KxGdalWriter" in PLUGIN_NAMES,
+                         "KxGdalWriter is not built: nothing knows .prj texts")
+    def test_geotiff_tells_a_system_without_code(self):
+        laea = "+proj=laea +lat_0=49.5 +lon_0=15.25 +x_0=1000 +y_0=2000 +datum=WGS84 +units=m"
+        prj = self.folder / "own.prj"
+        prj.write_bytes(run("gdalsrsinfo", "-o", "wkt_esri", "--single-line", laea))
+        west, south = self.project(laea, 15.05, 49.95)
+        for crs in (laea, prj):
+            self.mosaic(self.made, [west, south, west + 2000, south + 1000], str(crs), 10.0, "m.tif")
+            told = run("gdalsrsinfo", "-o", "proj4", self.folder / "m.tif").decode()
+            for word in laea.split():
+                self.assertIn(word, told)
+
+    @staticmethod
+    def project(crs, longitude, latitude):
+        told = subprocess.run(["gdaltransform", "-s_srs", "OGC:CRS84", "-t_srs", crs, "-output_xy"],
+                              input=f"{longitude} {latitude}\n", capture_output=True, check=True,
+                              text=True).stdout
+        return [float(word) for word in told.split()]
+
     @unittest.skipUnless(DATA, "KXTILE_TEST_DATA is not set: no public rasters to compare with")
     def test_mosaics_of_public_rasters_agree_with_gdalwarp(self):
         for name, crs, bounds, resolution in [
@@ -437,7 +506,13 @@ class RasterTest(KxtileTestCase):
         self.assertIn("are no bounds", message(bounds="1,2,3", status=2))
         self.assertIn("are empty", message(bounds="3,2,1,4", status=2))
         self.assertIn("narrower than one pixel", message(resolution="5000", status=2))
-        self.assertIn("at most 16384", message(resolution="0.01", status=2))
+        self.assertIn("200000 x 100000 pixels are more than the 2 GiB",
+                      message(resolution="0.01", status=2))
+        strip = "501000,5533000,503000,5533010"
+        self.assertIn("at most 65500 a side",
+                      message(bounds=strip, resolution="0.03", output="m.jpg", status=2))
+        self.assertIn("at most 16383 a side",
+                      message(bounds=strip, resolution="0.1", output="m.webp", status=2))
         self.assertIn("must be above 0", message(resolution="-1", status=2))
         self.assertIn("no picture is written as .bmp", message(output="m.bmp", status=2))
         self.assertIn("does not say what format", message(output="m", status=2))

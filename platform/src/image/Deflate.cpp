@@ -4,8 +4,10 @@
 #include <isa-l/crc.h>
 #include <isa-l/igzip_lib.h>
 #include <libdeflate.h>
+#include <zlib.h>
 
 #include <algorithm>
+#include <array>
 #include <limits>
 
 namespace KxC::Imaging {
@@ -15,7 +17,9 @@ namespace {
 // Measured in docs/decisions/0001-tile-encoders.md.
 constexpr std::uint32_t kTileLevel = 1;
 constexpr std::size_t kTileLevelBuffer = ISAL_DEF_LVL1_LARGE;
-constexpr int kKeepLevel = 6;
+constexpr int kKeepLevel = 5;
+/// Where the quick encoder fails.
+constexpr int kFallbackLevel = 1;
 
 constexpr std::size_t kStoredBlock = 65535;
 constexpr std::size_t kStoredBlockOverhead = 5;
@@ -27,10 +31,10 @@ struct FreeCompressor
     void operator()(libdeflate_compressor* c) const { libdeflate_free_compressor(c); }
 };
 
-std::size_t CompressSmall(ByteSpan bytes, std::span<unsigned char> out)
+std::size_t CompressOtherwise(ByteSpan bytes, std::span<unsigned char> out)
 {
     const std::unique_ptr<libdeflate_compressor, FreeCompressor> compressor(
-        libdeflate_alloc_compressor(kKeepLevel));
+        libdeflate_alloc_compressor(kFallbackLevel));
     if (compressor == nullptr)
         return 0;
     return libdeflate_zlib_compress(
@@ -68,15 +72,62 @@ std::size_t ZlibBound(std::size_t count)
     return count + (count / kStoredBlock + 1) * kStoredBlockOverhead + kStreamOverhead;
 }
 
-std::size_t ZlibCompress(ByteSpan bytes, std::span<unsigned char> out, Purpose purpose)
+std::size_t ZlibCompress(ByteSpan bytes, std::span<unsigned char> out)
 {
-    const std::size_t length = purpose == Purpose::Tile ? CompressFast(bytes, out) : 0;
-    return length > 0 ? length : CompressSmall(bytes, out);
+    const std::size_t length = CompressFast(bytes, out);
+    return length > 0 ? length : CompressOtherwise(bytes, out);
 }
 
 std::uint32_t Crc32(ByteSpan bytes)
 {
     return crc32_gzip_refl(0, bytes.data(), bytes.size());
+}
+
+struct ZlibStream::State
+{
+    z_stream m_stream = {};
+    int m_flush = Z_NO_FLUSH;
+    ByteSpan m_rest; ///< what the stream, which counts in 32 bits, has not been given yet
+    std::array<unsigned char, 65536> m_out;
+};
+
+ZlibStream::ZlibStream() : m_state(std::make_unique<State>())
+{
+    m_failed = deflateInit(&m_state->m_stream, kKeepLevel) != Z_OK;
+}
+
+ZlibStream::~ZlibStream()
+{
+    deflateEnd(&m_state->m_stream); // also of one that was not begun
+}
+
+void ZlibStream::Begin(ByteSpan bytes, bool isEnd)
+{
+    m_state->m_rest = bytes;
+    m_state->m_flush = isEnd ? Z_FINISH : Z_NO_FLUSH;
+}
+
+ByteSpan ZlibStream::Next(bool& goesOn)
+{
+    constexpr std::size_t kMost = 1U << 30;
+    State& state = *m_state;
+    z_stream& stream = state.m_stream;
+    const ByteSpan in = state.m_rest.first(std::min(state.m_rest.size(), kMost));
+    const bool isLast = in.size() == state.m_rest.size();
+    // The interface takes its input without const; it only reads it.
+    stream.next_in = const_cast<unsigned char*>(in.data());
+    stream.avail_in = static_cast<unsigned int>(in.size());
+    stream.next_out = state.m_out.data();
+    stream.avail_out = static_cast<unsigned int>(state.m_out.size());
+    const int result =
+        m_failed ? Z_STREAM_ERROR : deflate(&stream, isLast ? state.m_flush : Z_NO_FLUSH);
+    m_failed = m_failed || result == Z_STREAM_ERROR;
+    state.m_rest = state.m_rest.subspan(in.size() - stream.avail_in);
+    const std::size_t made = state.m_out.size() - stream.avail_out;
+    // A full piece may have been cut off.
+    goesOn =
+        !m_failed && result != Z_STREAM_END && (stream.avail_out == 0 || !state.m_rest.empty());
+    return ByteSpan(state.m_out).first(made);
 }
 
 } // namespace KxC::Imaging

@@ -75,14 +75,14 @@ Format FormatOfExtension(const KxString& extension);
 bool IsComplete(Format format, ByteSpan bytes);
 bool IsCompleteJpeg(ByteSpan bytes);
 
-/// Whether a picture lies within KxImageData's limits.
+/// Whether a picture from outside, or a tile, lies within its limits.
 constexpr bool IsSizeAllowed(long long width, long long height)
 {
     return width >= 1 && height >= 1 && width <= KxImageData::kMaxSide &&
            height <= KxImageData::kMaxSide && width * height <= KxImageData::kMaxPixels;
 }
 
-/// A picture of these pixels, null when beyond KxImageData's limits or out of memory.
+/// A picture of these pixels, null when beyond the limits of those from outside or out of memory.
 std::unique_ptr<KxImageData> NewPicture(long long width, long long height, bool alpha);
 /// First byte of a picture's row counted from the north edge.
 unsigned char* RowFromNorth(KxImageData& picture, int row);
@@ -93,11 +93,18 @@ std::unique_ptr<KxImageData> DecodeJpeg(ByteSpan bytes);
 std::unique_ptr<KxImageData> DecodeWebp(ByteSpan bytes);
 std::unique_ptr<KxImageData> DecodeGif(ByteSpan bytes);
 
-/// Encoders; the picture lies within KxImageData's limits.
-Encoded EncodePng(const PixelRows& rows, Purpose purpose);
+class ByteSink;
+
+/// Encoders of tiles, in memory; null on failure.
+Encoded EncodePng(const PixelRows& rows);
+Encoded EncodeTiff(const PixelRows& rows);
+/// Encoders of both; null on failure.
 Encoded EncodeJpeg(const PixelRows& rows, Purpose purpose);
 Encoded EncodeWebp(const PixelRows& rows, Purpose purpose);
-Encoded EncodeTiff(const PixelRows& rows);
-Encoded Encode(Format format, const PixelRows& rows, Purpose purpose);
+/// Encoders of files, which give their bytes away as they are made: beside the picture they need
+/// memory for a few of its rows only.
+/// @return false when the sink gave up
+bool WritePng(const PixelRows& rows, ByteSink& sink);
+bool WriteTiff(const PixelRows& rows, ByteSink& sink);
 
 } // namespace KxC::Imaging

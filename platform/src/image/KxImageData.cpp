@@ -30,6 +30,28 @@ int PixelSizeOf(int formatCode)
     }
 }
 
+/// Whether a picture of these rows, 1 or more of 1 byte or more each, is within the limit.
+bool AreBytesAllowed(long long rowBytes, int height)
+{
+    return rowBytes >= 1 && height >= 1 && rowBytes <= KxImageData::kMaxBytes / height;
+}
+
+long long WholeWords(long long bits)
+{
+    return (bits + 31) / 32 * 4;
+}
+
+/// Gives a row of pixels of three bytes alpha.
+/// @param to  may overlap `from`, but does not lie before it
+void WidenRow(const unsigned char* from, unsigned char* to, int width)
+{
+    for (std::ptrdiff_t column = width - 1; column >= 0; --column) {
+        const unsigned char pixel[4] = {
+            from[3 * column], from[3 * column + 1], from[3 * column + 2], kOpaque};
+        std::memcpy(to + 4 * column, pixel, sizeof pixel);
+    }
+}
+
 /// The whole number in [0, count - 1] nearest below `position`; infinities clamp too.
 int ClampedFloor(double position, int count)
 {
@@ -105,10 +127,10 @@ KxImageData::KxImageData(int width, int height, int formatCode, int rowBytes)
     : m_nWidth(0), m_nHeight(0), m_nRowBytes(0), m_nPixelSize(0), m_pData(nullptr)
 {
     const int pixelSize = PixelSizeOf(formatCode);
-    if (pixelSize == 0 || !Imaging::IsSizeAllowed(width, height))
-        return;
-    const int wantedRowBytes = rowBytes == 0 ? width * pixelSize : rowBytes;
-    if (wantedRowBytes < width * pixelSize)
+    const long long leastRowBytes = static_cast<long long>(width) * pixelSize;
+    const long long wantedRowBytes = rowBytes == 0 ? leastRowBytes : rowBytes;
+    if (pixelSize == 0 || wantedRowBytes < leastRowBytes ||
+        !AreBytesAllowed(wantedRowBytes, height))
         return;
     m_pData = static_cast<unsigned char*>(
         std::calloc(static_cast<std::size_t>(height), static_cast<std::size_t>(wantedRowBytes)));
@@ -116,7 +138,7 @@ KxImageData::KxImageData(int width, int height, int formatCode, int rowBytes)
         return;
     m_nWidth = width;
     m_nHeight = height;
-    m_nRowBytes = wantedRowBytes;
+    m_nRowBytes = static_cast<int>(wantedRowBytes);
     m_nPixelSize = pixelSize;
 }
 
@@ -208,11 +230,36 @@ unsigned char KxImageData::SetValue(int row, int column, const unsigned char* pi
     return 1;
 }
 
+unsigned char KxImageData::AddAlpha(int opaqueRows)
+{
+    if (m_nPixelSize != 3)
+        return m_nPixelSize == 4 ? 1 : 0;
+    const long long rowBytes = std::max<long long>(4LL * m_nWidth, m_nRowBytes);
+    if (!AreBytesAllowed(rowBytes, m_nHeight))
+        return 0;
+    void* const grown = std::realloc(
+        m_pData, static_cast<std::size_t>(rowBytes) * static_cast<std::size_t>(m_nHeight));
+    if (grown == nullptr)
+        return 0;
+    m_pData = static_cast<unsigned char*>(grown);
+    // From the north, because rows move there: none lands on one that is still to be read.
+    const std::ptrdiff_t opaque = std::clamp(opaqueRows, 0, m_nHeight);
+    std::memset(m_pData + opaque * rowBytes,
+                0,
+                static_cast<std::size_t>(rowBytes) * static_cast<std::size_t>(m_nHeight - opaque));
+    for (std::ptrdiff_t row = opaque - 1; row >= 0; --row)
+        WidenRow(m_pData + row * m_nRowBytes, m_pData + row * rowBytes, m_nWidth);
+    m_nRowBytes = static_cast<int>(rowBytes);
+    m_nPixelSize = 4;
+    return 1;
+}
+
 void KxImageData::DropAlpha()
 {
     if (m_nPixelSize != 4)
         return;
-    const int rowBytes = GetAlignWidth4Bytes(m_nWidth * 24);
+    // No more than it has: a pixel's four bytes become three, and the row was whole words before.
+    const auto rowBytes = static_cast<int>(WholeWords(24LL * m_nWidth));
     // No pixel moves beyond one that is still to be read.
     for (std::ptrdiff_t row = 0; row < m_nHeight; ++row) {
         const unsigned char* from = m_pData + row * m_nRowBytes;
@@ -245,7 +292,7 @@ int KxImageData::GetAlignWidth4Bytes(int bits)
 {
     if (bits < 0)
         return 0;
-    return static_cast<int>((static_cast<long long>(bits) + 31) / 32 * 4);
+    return static_cast<int>(WholeWords(bits));
 }
 
 } // namespace KxC

@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "KxImgUtility.h"
 
+#include "ByteSinks.h"
 #include "ImageCodecs.h"
 #include "KxFile.h"
+#include "KxWholeFile.h"
 
 #include <algorithm>
+#include <exception>
 #include <limits>
 #include <new>
 #include <string_view>
@@ -111,21 +114,66 @@ unsigned char* RowFromNorth(KxImageData& picture, int row)
            static_cast<std::ptrdiff_t>(picture.GetHeight() - 1 - row) * picture.GetRowBytes();
 }
 
-Encoded Encode(Format format, const PixelRows& rows, Purpose purpose)
+namespace {
+
+Encoded EncodeTile(Format format, const PixelRows& rows)
 {
     switch (format) {
     case Format::Png:
-        return EncodePng(rows, purpose);
+        return EncodePng(rows);
     case Format::Jpeg:
-        return EncodeJpeg(rows, purpose);
+        return EncodeJpeg(rows, Purpose::Tile);
     case Format::Webp:
-        return EncodeWebp(rows, purpose);
+        return EncodeWebp(rows, Purpose::Tile);
     case Format::Tiff:
         return EncodeTiff(rows);
     default:
         return {};
     }
 }
+
+bool WriteEncoded(const Encoded& encoded, ByteSink& sink)
+{
+    return encoded.bytes != nullptr && sink.Write({encoded.bytes.get(), encoded.size});
+}
+
+bool IsWritten(Format format)
+{
+    return format != Format::Unknown && format != Format::Gif;
+}
+
+/// Writes a picture as a file that is kept.
+bool WritePicture(Format format, const PixelRows& rows, ByteSink& sink)
+{
+    switch (format) {
+    case Format::Png:
+        return WritePng(rows, sink);
+    case Format::Tiff:
+        return WriteTiff(rows, sink);
+    case Format::Jpeg:
+        return WriteEncoded(EncodeJpeg(rows, Purpose::Keep), sink);
+    case Format::Webp:
+        return WriteEncoded(EncodeWebp(rows, Purpose::Keep), sink);
+    default:
+        return false;
+    }
+}
+
+bool WritePicture(Format format, const PixelRows& rows, KxWholeFile& file)
+{
+    if (file.IsSeekable() != 0) {
+        FileSink sink(file);
+        return WritePicture(format, rows, sink);
+    }
+    // A TIFF is not written from its first byte to its last, but a pipe must be.
+    MemorySink sink;
+    if (!WritePicture(format, rows, sink))
+        return false;
+    const Encoded encoded = sink.Take();
+    return file.Write(encoded.bytes.get(), encoded.size) != 0;
+}
+
+} // namespace
 
 } // namespace Imaging
 
@@ -195,7 +243,7 @@ try {
                          width,
                          height,
                          pixelSize};
-    Encoded encoded = Encode(FormatOfExtension(ext), rows, Purpose::Tile);
+    Encoded encoded = EncodeTile(FormatOfExtension(ext), rows);
     if (encoded.bytes == nullptr || encoded.size > std::numeric_limits<unsigned int>::max())
         return 0;
     data = encoded.bytes.release();
@@ -215,11 +263,12 @@ try {
                          image->GetWidth(),
                          image->GetHeight(),
                          image->GetPixelSize()};
-    const Encoded encoded = Encode(FormatOfExtension(KxFile::GetExt(path)), rows, Purpose::Keep);
-    if (encoded.bytes == nullptr)
+    const Format format = FormatOfExtension(KxFile::GetExt(path));
+    if (!IsWritten(format))
         return 0;
-    return KxFile::SaveWhole(path, encoded.bytes.get(), encoded.size);
-} catch (const std::bad_alloc&) {
+    KxWholeFile file(path);
+    return WritePicture(format, rows, file) && file.Finish() != 0 ? 1 : 0;
+} catch (const std::exception&) {
     return 0;
 }
 

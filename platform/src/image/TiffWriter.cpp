@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
+#include "ByteSinks.h"
 #include "Deflate.h"
+#include "Difference.h"
 #include "ImageCodecs.h"
 
 #include <tiffio.h>
@@ -13,79 +15,51 @@ namespace KxC::Imaging {
 
 namespace {
 
-/// A file in memory, as libtiff's callbacks see it.
-struct MemoryFile
+/// A file as libtiff's callbacks see it, which only write what they are given.
+struct WrittenFile
 {
-    Encoded content;
-    std::size_t capacity = 0;
-    std::size_t position = 0;
-
-    bool Reserve(std::size_t wanted)
-    {
-        if (wanted <= capacity)
-            return true;
-        const std::size_t newCapacity = std::max(wanted, capacity + capacity / 2);
-        void* grown = std::realloc(content.bytes.get(), newCapacity);
-        if (grown == nullptr)
-            return false;
-        static_cast<void>(content.bytes.release());
-        content.bytes.reset(static_cast<unsigned char*>(grown));
-        capacity = newCapacity;
-        return true;
-    }
+    ByteSink& sink;
+    std::uint64_t position = 0;
 };
 
-MemoryFile& FileOf(thandle_t handle)
+WrittenFile& FileOf(thandle_t handle)
 {
-    return *static_cast<MemoryFile*>(handle);
+    return *static_cast<WrittenFile*>(handle);
 }
 
-tmsize_t ReadMemory(thandle_t handle, void* out, tmsize_t count)
+tmsize_t ReadNothing(thandle_t /*handle*/, void* /*out*/, tmsize_t /*count*/)
 {
-    MemoryFile& file = FileOf(handle);
-    const std::size_t left = file.content.size - std::min(file.position, file.content.size);
-    const std::size_t taken = std::min(left, static_cast<std::size_t>(count));
-    if (taken > 0)
-        std::memcpy(out, file.content.bytes.get() + file.position, taken);
-    file.position += taken;
-    return static_cast<tmsize_t>(taken);
+    return -1;
 }
 
-tmsize_t WriteMemory(thandle_t handle, void* bytes, tmsize_t count)
+tmsize_t WriteToSink(thandle_t handle, void* bytes, tmsize_t count)
 {
-    MemoryFile& file = FileOf(handle);
-    const std::size_t length = static_cast<std::size_t>(count);
-    const std::size_t end = file.position + length;
-    if (!file.Reserve(end))
+    WrittenFile& file = FileOf(handle);
+    const auto length = static_cast<std::size_t>(count);
+    if (!file.sink.WriteAt(file.position, {static_cast<const unsigned char*>(bytes), length}))
         return -1;
-    // A seek past the end leaves a gap.
-    if (file.position > file.content.size)
-        std::memset(
-            file.content.bytes.get() + file.content.size, 0, file.position - file.content.size);
-    std::memcpy(file.content.bytes.get() + file.position, bytes, length);
-    file.position = end;
-    file.content.size = std::max(file.content.size, end);
+    file.position += length;
     return count;
 }
 
-toff_t SeekMemory(thandle_t handle, toff_t offset, int origin)
+toff_t Seek(thandle_t handle, toff_t offset, int origin)
 {
-    MemoryFile& file = FileOf(handle);
-    const std::size_t base = origin == SEEK_CUR   ? file.position
-                             : origin == SEEK_END ? file.content.size
-                                                  : 0;
-    file.position = base + static_cast<std::size_t>(offset);
+    WrittenFile& file = FileOf(handle);
+    const std::uint64_t base = origin == SEEK_CUR   ? file.position
+                               : origin == SEEK_END ? file.sink.Size()
+                                                    : 0;
+    file.position = base + offset;
     return file.position;
 }
 
-int CloseMemory(thandle_t /*handle*/)
+int Close(thandle_t /*handle*/)
 {
     return 0;
 }
 
-toff_t SizeOfMemory(thandle_t handle)
+toff_t SizeOf(thandle_t handle)
 {
-    return FileOf(handle).content.size;
+    return FileOf(handle).sink.Size();
 }
 
 /// Answers "handled", so that libtiff's own handler, which prints, is not reached.
@@ -105,21 +79,21 @@ struct CloseTiff
 };
 using Tiff = std::unique_ptr<TIFF, CloseTiff>;
 
-Tiff OpenTiff(MemoryFile& file)
+Tiff OpenTiff(WrittenFile& file)
 {
     const std::unique_ptr<TIFFOpenOptions, FreeOptions> options(TIFFOpenOptionsAlloc());
     if (options == nullptr)
         return nullptr;
     TIFFOpenOptionsSetErrorHandlerExtR(options.get(), IgnoreMessage, nullptr);
     TIFFOpenOptionsSetWarningHandlerExtR(options.get(), IgnoreMessage, nullptr);
-    return Tiff(TIFFClientOpenExt("memory",
+    return Tiff(TIFFClientOpenExt("picture",
                                   "w",
                                   &file,
-                                  ReadMemory,
-                                  WriteMemory,
-                                  SeekMemory,
-                                  CloseMemory,
-                                  SizeOfMemory,
+                                  ReadNothing,
+                                  WriteToSink,
+                                  Seek,
+                                  Close,
+                                  SizeOf,
                                   nullptr,
                                   nullptr,
                                   options.get()));
@@ -154,14 +128,15 @@ bool SetTags(TIFF* tiff, const PixelRows& rows)
 }
 
 /// The horizontal predictor: each sample as its difference from that of the pixel before.
-void PredictRow(const unsigned char* pixels,
-                std::size_t count,
-                std::size_t pixelSize,
-                unsigned char* out)
+void PredictRows(const PixelRows& rows, int first, int count, unsigned char* out)
 {
-    std::memcpy(out, pixels, pixelSize);
-    for (std::size_t i = pixelSize; i < count; ++i)
-        out[i] = static_cast<unsigned char>(pixels[i] - pixels[i - pixelSize]);
+    const std::size_t rowBytes = rows.PixelBytes();
+    const auto pixelSize = static_cast<std::size_t>(rows.pixelSize);
+    for (int row = first; row < first + count; ++row, out += rowBytes) {
+        const unsigned char* const pixels = rows.RowFromNorth(row);
+        std::memcpy(out, pixels, pixelSize);
+        Subtract(pixels + pixelSize, pixels, rowBytes - pixelSize, out + pixelSize);
+    }
 }
 
 /// Compresses the strips itself: the quick encoder takes less time than libtiff's at its quickest.
@@ -174,13 +149,9 @@ bool WriteStrips(TIFF* tiff, const PixelRows& rows)
     std::uint32_t number = 0;
     for (int first = 0; first < rows.height; first += rowsPerStrip, ++number) {
         const int count = std::min(rowsPerStrip, rows.height - first);
-        for (int row = 0; row < count; ++row)
-            PredictRow(rows.RowFromNorth(first + row),
-                       rowBytes,
-                       static_cast<std::size_t>(rows.pixelSize),
-                       strip.data() + static_cast<std::size_t>(row) * rowBytes);
-        const std::size_t length = ZlibCompress(
-            {strip.data(), rowBytes * static_cast<std::size_t>(count)}, compressed, Purpose::Tile);
+        PredictRows(rows, first, count, strip.data());
+        const std::size_t length =
+            ZlibCompress({strip.data(), rowBytes * static_cast<std::size_t>(count)}, compressed);
         if (length == 0 ||
             TIFFWriteRawStrip(tiff, number, compressed.data(), static_cast<tmsize_t>(length)) < 0)
             return false;
@@ -190,20 +161,23 @@ bool WriteStrips(TIFF* tiff, const PixelRows& rows)
 
 } // namespace
 
+bool WriteTiff(const PixelRows& rows, ByteSink& sink)
+{
+    WrittenFile file{sink};
+    const Tiff tiff = OpenTiff(file);
+    // Closing writes no more, but may still call back.
+    return tiff != nullptr && SetTags(tiff.get(), rows) && WriteStrips(tiff.get(), rows) &&
+           TIFFFlush(tiff.get()) != 0;
+}
+
 Encoded EncodeTiff(const PixelRows& rows)
 {
-    MemoryFile file;
+    MemorySink sink;
     // Room for half the pixels: what photographs compress to, so that memory seldom grows.
-    if (!file.Reserve(rows.PixelBytes() * static_cast<std::size_t>(rows.height) / 2 + 4096))
+    if (!sink.Reserve(rows.PixelBytes() * static_cast<std::size_t>(rows.height) / 2 + 4096) ||
+        !WriteTiff(rows, sink))
         return {};
-    Tiff tiff = OpenTiff(file);
-    if (tiff == nullptr || !SetTags(tiff.get(), rows) || !WriteStrips(tiff.get(), rows) ||
-        TIFFFlush(tiff.get()) == 0)
-        return {};
-    // Closing writes no more, but may still call back.
-    tiff.reset();
-    ShrinkToSize(file.content);
-    return std::move(file.content);
+    return sink.Take();
 }
 
 } // namespace KxC::Imaging

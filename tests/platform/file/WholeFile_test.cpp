@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "KxFile.h"
+#include "KxWholeFile.h"
 #include "support/TempFolder.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <string>
 #include <thread>
 
@@ -81,6 +83,58 @@ TEST(SaveWhole, LeavesEverythingAsItWasWhereItCannotWrite)
     EXPECT_EQ(Save(folder.File("none/a"), "text"), 0);
     EXPECT_EQ(Save(folder.Path().string(), "text"), 0) << "a folder";
     EXPECT_EQ(Save("", "text"), 0);
+    EXPECT_EQ(FilesIn(folder), 0U);
+}
+
+const unsigned char* Bytes(const char* text)
+{
+    return reinterpret_cast<const unsigned char*>(text);
+}
+
+TEST(KxWholeFile, TakesPiecesInAnyOrderAndThenItsName)
+{
+    const TempFolder folder;
+    WriteFile(folder.File("a"), "old");
+    {
+        KxWholeFile file(folder.File("a").c_str());
+        ASSERT_EQ(file.IsSeekable(), 1);
+        EXPECT_EQ(file.Write(Bytes("____ef"), 6), 1);
+        EXPECT_EQ(file.WriteAt(0, Bytes("ab"), 2), 1);
+        EXPECT_EQ(file.Write(Bytes("gh"), 2), 1) << "behind all that was written";
+        EXPECT_EQ(file.WriteAt(2, Bytes("cd"), 2), 1);
+        EXPECT_EQ(ReadFile(folder.File("a")), "old");
+        EXPECT_EQ(file.Finish(), 1);
+        EXPECT_EQ(ReadFile(folder.File("a")), "abcdefgh");
+        EXPECT_EQ(file.Write(Bytes("i"), 1), 0) << "after its end";
+    }
+    EXPECT_EQ(ReadFile(folder.File("a")), "abcdefgh");
+    EXPECT_EQ(FilesIn(folder), 1U);
+}
+
+TEST(KxWholeFile, IsGoneWhereItWasNotFinished)
+{
+    const TempFolder folder;
+    WriteFile(folder.File("a"), "old");
+    {
+        KxWholeFile file(folder.File("a").c_str());
+        EXPECT_EQ(file.Write(Bytes("new"), 3), 1);
+        EXPECT_EQ(FilesIn(folder), 2U);
+    }
+    EXPECT_EQ(ReadFile(folder.File("a")), "old");
+    EXPECT_EQ(FilesIn(folder), 1U);
+}
+
+TEST(KxWholeFile, SaysLaterWhyItDidNotOpen)
+{
+    const TempFolder folder;
+    KxWholeFile file(folder.File("no-such-folder/a").c_str());
+    EXPECT_EQ(file.IsSeekable(), 0);
+    errno = 0;
+    EXPECT_EQ(file.Write(Bytes("a"), 1), 0);
+    EXPECT_EQ(errno, ENOENT);
+    errno = 0;
+    EXPECT_EQ(file.Finish(), 0);
+    EXPECT_EQ(errno, ENOENT);
     EXPECT_EQ(FilesIn(folder), 0U);
 }
 

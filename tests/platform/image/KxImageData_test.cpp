@@ -3,10 +3,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <climits>
 #include <cmath>
+#include <cstdint>
 #include <limits>
+#include <utility>
 #include <vector>
 
 namespace KxC {
@@ -81,9 +84,12 @@ TEST(KxImageData, RefusesSizesOutsideItsLimits)
     for (const Case& c : {Case{0, 1, 20, 0},
                           Case{1, 0, 20, 0},
                           Case{-1, 1, 20, 0},
-                          Case{16385, 1, 20, 0},
-                          Case{1, 16385, 21, 0},
-                          Case{16384, 3907, 20, 0}, // 64 012 288 pixels
+                          Case{21846, 32768, 20, 0}, // 64 KiB above 2 GiB
+                          Case{32768, 16384, 21, 0}, // 2 GiB
+                          Case{65536, 65536, 20, 0}, // counted in 32 bits, nothing
+                          Case{1, 16, 20, 1 << 28},
+                          Case{715827883, 1, 20, 0},
+                          Case{INT_MAX, 1, 21, 0},
                           Case{INT_MAX, INT_MAX, 20, 0},
                           Case{10, 10, 22, 0},
                           Case{10, 10, 20, 29},
@@ -95,6 +101,84 @@ TEST(KxImageData, RefusesSizesOutsideItsLimits)
         unsigned char pixel[4];
         EXPECT_EQ(0, image.GetValue2(0, 0, pixel, 3));
     }
+}
+
+TEST(KxImageData, MayBeLargerThanPicturesFromOutside)
+{
+    for (const auto& [width, height] : {std::pair(16385, 2), {2, 16385}, {8001, 8001}}) {
+        KxImageData image(width, height, KxPixelFormat_RGBA);
+        ASSERT_EQ(width, image.GetWidth());
+        const Pixel4 pixel = {1, 2, 3, 4};
+        ASSERT_EQ(1, image.SetValue(height - 1, width - 1, pixel.data(), 4));
+        EXPECT_EQ(pixel, Sample4(image, 1, 1));
+    }
+}
+
+/// What a picture of one pixel size holds, by row and column.
+std::vector<Pixel4> PixelsOf(const KxImageData& image)
+{
+    std::vector<Pixel4> pixels;
+    for (int row = 0; row < image.GetHeight(); ++row)
+        for (int column = 0; column < image.GetWidth(); ++column) {
+            const unsigned char* const at =
+                image.GetData() + row * image.GetRowBytes() + column * image.GetPixelSize();
+            pixels.push_back(
+                {at[0], at[1], at[2], image.GetPixelSize() == 4 ? at[3] : std::uint8_t{255}});
+        }
+    return pixels;
+}
+
+TEST(KxImageData, GetsAlphaInPlace)
+{
+    for (const int rowBytes : {0, 24, 40}) { // 7 pixels, and more than those with alpha take
+        KxImageData image(7, 5, KxPixelFormat_RGB, rowBytes);
+        PaintPositions(image);
+        std::vector<Pixel4> expected = PixelsOf(image);
+        std::fill(expected.begin() + 3 * 7, expected.end(), Pixel4{});
+        ASSERT_EQ(1, image.AddAlpha(3));
+        EXPECT_EQ(4, image.GetPixelSize());
+        EXPECT_EQ(expected, PixelsOf(image)) << rowBytes;
+        EXPECT_EQ(1, image.AddAlpha(0)) << "it has alpha";
+        EXPECT_EQ(expected, PixelsOf(image));
+    }
+}
+
+TEST(KxImageData, GetsAlphaInAllOrNoneOfItsRows)
+{
+    for (const int rows : {-1, 0, 5, 6}) {
+        KxImageData image(3, 5, KxPixelFormat_RGB);
+        PaintPositions(image);
+        std::vector<Pixel4> expected = PixelsOf(image);
+        if (rows <= 0)
+            std::fill(expected.begin(), expected.end(), Pixel4{});
+        ASSERT_EQ(1, image.AddAlpha(rows));
+        EXPECT_EQ(expected, PixelsOf(image));
+    }
+    KxImageData none(0, 0, KxPixelFormat_RGB);
+    EXPECT_EQ(0, none.AddAlpha(0));
+}
+
+TEST(KxImageData, StaysWithoutAlphaWhereThatWouldExceedTheLimit)
+{
+    // Its memory is never touched.
+    KxImageData image(600000000, 1, KxPixelFormat_RGB);
+    ASSERT_NE(nullptr, image.GetData());
+    EXPECT_EQ(0, image.AddAlpha(1));
+    EXPECT_EQ(3, image.GetPixelSize());
+    EXPECT_EQ(600000000, image.GetWidth());
+}
+
+TEST(KxImageData, LosesItsAlphaInPlace)
+{
+    KxImageData image(7, 5, KxPixelFormat_RGBA);
+    PaintPositions(image);
+    std::vector<Pixel4> expected = PixelsOf(image);
+    for (Pixel4& pixel : expected)
+        pixel[3] = 255;
+    image.DropAlpha();
+    EXPECT_EQ(3, image.GetPixelSize());
+    EXPECT_EQ(24, image.GetRowBytes()) << "21 bytes in whole words";
+    EXPECT_EQ(expected, PixelsOf(image));
 }
 
 TEST(KxImageData, NearestTakesThePixelThatContainsThePosition)

@@ -1,0 +1,193 @@
+// SPDX-License-Identifier: MIT
+// How large a mosaic can be, and where its pixels lie when their number is given.
+#include "MosaicPicture.h"
+#include "MosaicRows.h"
+#include "MosaicTiles.h"
+#include "Operation.h"
+#include "RasterSource.h"
+#include "TransformGrid.h"
+#include "unit/output/FetchImageTest.h"
+
+#include <cmath>
+
+namespace KxC {
+namespace {
+
+class FetchImageSizes : public FetchImage
+{
+protected:
+    bool LogSaysTooLarge() const
+    {
+        return Log().find(Gbk("输出的文件大太大，内存分配失败!")) != std::string::npos;
+    }
+    void HaveNoPictures()
+    {
+        m_rasters.m_image = [](int, int, int) { return std::unique_ptr<KxImageData>(); };
+    }
+};
+
+TEST_F(FetchImageSizes, AreRefusedAbove2GiBWhenATileHasAPicture)
+{
+    // 40075 x 20037 pixels of three bytes.
+    EXPECT_EQ(Fetch({0, 90 * kDegree, 180 * kDegree, 0}, 500), 0);
+    EXPECT_TRUE(LogSaysTooLarge());
+    EXPECT_EQ(TilesRead(), 1U) << "more is not needed to know";
+    EXPECT_FALSE(WroteFile());
+}
+
+TEST_F(FetchImageSizes, AreRefusedWhereTheirPixelsCannotBeCounted)
+{
+    m_rasters.m_maxLevel = 28;
+    EXPECT_EQ(Fetch({0, 90 * kDegree, 180 * kDegree, 0}, 0.001), 0) << "2e10 x 1e10";
+    EXPECT_TRUE(LogSaysTooLarge());
+    EXPECT_EQ(TilesRead(), 0U);
+}
+
+TEST_F(FetchImageSizes, DoNotMatterWhereNoTileHasAPicture)
+{
+    HaveNoPictures();
+    EXPECT_EQ(Fetch({0, 90 * kDegree, 180 * kDegree, 0}, 500), 1);
+    // Level 9 has 256 x 128 tiles there, and one row and column behind the edge's samples.
+    EXPECT_GE(TilesRead(), 256U * 128U);
+    EXPECT_EQ(Log(), "");
+    EXPECT_FALSE(WroteFile());
+}
+
+TEST_F(FetchImageSizes, DoNotMatterWhereTheRasterIsSmallAndHasNoPicture)
+{
+    // 2^29 tiles of level 16 and 2^53 of level 28 lie there, of which the raster has few.
+    HaveNoPictures();
+    m_rasters.m_maxLevel = 28;
+    for (const double resolution : {2.5, 0.001}) {
+        m_rasters.m_bounds = {10, 10.0001, 10.0001, 10};
+        m_raster = FreshName("raster", ".tif");
+        m_rasters.m_calls.clear();
+        EXPECT_EQ(Fetch({0, 90 * kDegree, 180 * kDegree, 0}, resolution), 1);
+        EXPECT_GE(TilesRead(), 1U);
+        EXPECT_LE(TilesRead(), 77U * 77U) << "tiles of level 28 are 1.34e-6 degrees";
+    }
+    EXPECT_EQ(Log(), "");
+}
+
+TEST(MosaicPicture, HoldsUpTo2GiBInWholeWords)
+{
+    // Rows of 26754 pixels are 80264 bytes, and 26754 of them 2147383056, below 2^31.
+    EXPECT_TRUE(MosaicPicture::IsPossible(26754, 26754));
+    // 80268 x 26755 = 2147570340.
+    EXPECT_FALSE(MosaicPicture::IsPossible(26755, 26755));
+    EXPECT_TRUE(MosaicPicture::IsPossible(1, 536870911));
+    EXPECT_FALSE(MosaicPicture::IsPossible(1, 536870912));
+    EXPECT_FALSE(MosaicPicture::IsPossible(715827883, 1));
+    EXPECT_FALSE(MosaicPicture::IsPossible(0, 1));
+    EXPECT_FALSE(MosaicPicture::IsPossible(1, -1));
+}
+
+/// A picture that is as large as can be without alpha.
+class LargePicture : public FetchImage
+{
+protected:
+    static constexpr int kSide = 26754;
+
+    /// Its first row, west of the grid, where nothing is.
+    void AddRowOffTheGrid()
+    {
+        const Operation operation;
+        const KxCoordSysTrans& transform = *m_gCoordSysTransManager.GetKxCoordSysTrans(
+            m_projection.c_str(), ProjectStringType_Proj4);
+        const TransformGrid grid(transform, 4);
+        const RasterSource raster(*m_gRasterAccessorManager.OpenDataAccessor(m_raster.c_str()),
+                                  m_raster.c_str());
+        MosaicTiles tiles(raster, {8, 0, 8, 1}, 4);
+        std::vector<double> xs(kSide);
+        for (std::size_t i = 0; i < xs.size(); ++i)
+            xs[i] = (-200 - static_cast<double>(i) / kSide) * kDegree;
+        MosaicRows rows(grid, xs);
+        MosaicPicture picture(kSide, kSide); // whose memory is hardly touched
+        picture.AddRow(rows, 5 * kDegree, tiles);
+        tiles.EndRow();
+        picture.AddRow(rows, 6 * kDegree, tiles);
+        picture.End(tiles.NeedsAlpha());
+        EXPECT_EQ(picture.Image().GetPixelSize(), 3);
+    }
+};
+
+TEST_F(LargePicture, StaysWithoutAlphaWhereEveryTileIsThere)
+{
+    AddRowOffTheGrid();
+    EXPECT_EQ(TilesRead(), 2U) << "none of which a pixel lies in";
+}
+
+TEST_F(LargePicture, IsTooLargeWhereATileNeedsAlpha)
+{
+    m_rasters.m_image = [](int level, int row, int col) {
+        return col == 0 ? Testing::AddressImage({level, row, col}, 256, 3) : nullptr;
+    };
+    EXPECT_THROW(AddRowOffTheGrid(), PictureTooLarge);
+}
+
+/// Pictures whose pixels are given.
+class FetchImageOfPixels : public FetchImage
+{
+protected:
+    unsigned char FetchPixels(const KxRect2d& rect, int width, int height, int level = 4)
+    {
+        return KxTileFetcher::FetchImageOfPixels(m_file.c_str(),
+                                                 m_raster.c_str(),
+                                                 rect,
+                                                 width,
+                                                 height,
+                                                 level,
+                                                 m_projection.c_str(),
+                                                 ProjectStringType_Proj4);
+    }
+};
+
+TEST_F(FetchImageOfPixels, AreSampledInTheirMiddles)
+{
+    // Whatever the shape, a degree and a quarter a pixel.
+    for (const auto& [width, height] : {std::pair(80, 20), {140, 5}, {6, 60}, {1, 1}, {70, 1}}) {
+        const double west = 3.3;
+        const double south = -41.7;
+        const double step = 1.25;
+        ASSERT_EQ(FetchPixels({west * kDegree,
+                               (south + height * step) * kDegree,
+                               (west + width * step) * kDegree,
+                               south * kDegree},
+                              width,
+                              height),
+                  1);
+        const auto picture = Picture();
+        ASSERT_NE(picture, nullptr);
+        ASSERT_EQ(picture->GetWidth(), width);
+        ASSERT_EQ(picture->GetHeight(), height);
+        for (int row = 0; row < height; ++row)
+            for (int column = 0; column < width; ++column) {
+                // In pixels of the level, of which a tile's 22.5 degrees have 256.
+                const double across = (west + (column + 0.5) * step + 180) / 22.5 * 256;
+                const double up = (south + (row + 0.5) * step + 180) / 22.5 * 256;
+                const SourceTile tile{
+                    4, static_cast<int>(up) / 256, static_cast<int>(across) / 256};
+                ASSERT_EQ(Testing::PixelAt(*picture, row, column),
+                          Testing::AddressPixel(
+                              tile, static_cast<int>(up) % 256, static_cast<int>(across) % 256))
+                    << row << ' ' << column << " of " << width << " x " << height;
+            }
+    }
+}
+
+TEST_F(FetchImageOfPixels, FailAsThoseOfAResolutionDo)
+{
+    const KxRect2d rect(0, 10 * kDegree, 10 * kDegree, 0);
+    EXPECT_EQ(FetchPixels(rect, 0, 10), 0);
+    EXPECT_EQ(FetchPixels(rect, 10, -1), 0);
+    EXPECT_EQ(FetchPixels({0, 0, 10, 10}, 10, 10), 0);
+    EXPECT_NE(Log().find(Gbk("输出的图片范围有问题")), std::string::npos);
+    EXPECT_EQ(FetchPixels(rect, 10, 10, 21), 0) << "a level that the raster does not have";
+    EXPECT_EQ(FetchPixels(rect, 10, 10, -1), 0);
+    EXPECT_FALSE(WroteFile());
+    EXPECT_EQ(FetchPixels(rect, 10, 10), 1);
+    EXPECT_TRUE(WroteFile());
+}
+
+} // namespace
+} // namespace KxC
