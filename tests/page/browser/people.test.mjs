@@ -1,35 +1,11 @@
 // SPDX-License-Identifier: MIT
 // The page on a phone, in the dark, and by keyboard.
 import assert from 'node:assert/strict';
-import { after, before, describe, it } from 'node:test';
-import { kLaptop, kPhone, launch, MapPage } from '../support/browser.mjs';
-import { startGateway, startOrigin } from '../support/programs.mjs';
-import { definitionsOf } from '../support/sources.mjs';
+import { describe, it } from 'node:test';
+import { kLaptop, kPhone } from '../support/browser.mjs';
+import { startWorld } from '../support/world.mjs';
 
-let origin;
-let gateway;
-let browser;
-
-before(async () => {
-  origin = await startOrigin();
-  gateway = await startGateway(definitionsOf(origin.address));
-  browser = await launch();
-});
-after(async () => {
-  await browser?.close();
-  await gateway?.stop();
-  await origin?.stop();
-});
-
-async function on(hash, options, run) {
-  const map = await MapPage.open(browser, gateway.address, hash, options);
-  try {
-    await run(map);
-    assert.deepEqual(map.faults, []);
-  } finally {
-    await map.close();
-  }
-}
+const { on } = startWorld();
 
 /** Everything to be clicked that is visible, with where it is. */
 const controls = (page) => page.locator('button:visible, input:visible, a:visible').evaluateAll((elements) =>
@@ -70,13 +46,13 @@ const contrastOf = (page, selector) => page.locator(selector).first().evaluate((
 const kTexts = ['.source-name', '.tag', '.source-credit', '.credit', '.facts', '.tool', '.coordinates dt', '#at-wgs84', '#search', '.count'];
 
 describe('a phone', () => {
-  it('has every control in view', () => on('#4/31/116&left=marble&right=graticule&show=graticule', kPhone, async (map) => {
+  it('has every control in view', () => on('#4/31/116&left=marble&right=graticule&show=graticule', async (map) => {
     await assertNothingSticksOut(map);
     const frame = await map.frame();
     assert.ok(frame.height > 500, `the map has ${frame.height} pixels`);
-  }));
+  }, { options: kPhone }));
 
-  it('opens the sources over the map, and shows the chosen one', () => on('#4/31/116&left=marble', kPhone, async (map) => {
+  it('opens the sources over the map, and shows the chosen one', () => on('#4/31/116&left=marble', async (map) => {
     await map.page.tap('#open-sources');
     await map.page.waitForSelector('#sidebar.shown');
     await map.page.locator('#sidebar').evaluate((sheet) => Promise.all(sheet.getAnimations().map((animation) => animation.finished)));
@@ -85,9 +61,9 @@ describe('a phone', () => {
     await map.waitForHash(/left=shifted/);
     await map.page.tap('#close-sources');
     await map.page.waitForSelector('#sidebar:not(.shown)', { state: 'attached' });
-  }));
+  }, { options: kPhone }));
 
-  it('holds the place that is tapped, with its coordinates on three datums', () => on('#4/31/116&left=marble', kPhone, async (map) => {
+  it('holds the place that is tapped, with its coordinates on three datums', () => on('#4/31/116&left=marble', async (map) => {
     const { x, y } = await map.frame();
     await map.page.touchscreen.tap(x + 100, y + 200);
     await map.page.waitForSelector('#coordinates.held:not(.waiting)');
@@ -95,32 +71,32 @@ describe('a phone', () => {
       assert.match(await map.page.locator(`#at-${datum}`).innerText(), /^-?\d+\.\d{6}, -?\d+\.\d{6}$/);
     await map.settle();
     await assertNothingSticksOut(map);
-  }));
+  }, { options: kPhone }));
 
-  it('has room for the drawer', () => on('#4/31/116&left=marble', kPhone, async (map) => {
+  it('has room for the drawer', () => on('#4/31/116&left=marble', async (map) => {
     for (const name of ['extent', 'use', 'keys']) {
       await map.page.tap(`#open-${name}`);
       await map.page.waitForSelector('#drawer:not([hidden])');
       await assertNothingSticksOut(map);
       await map.page.tap('#drawer-close');
     }
-  }));
+  }, { options: kPhone }));
 });
 
 describe('laptops', () => {
   for (const width of [800, 1024, 1280, 1920]) {
     it(`of ${width} pixels have every control in view`, () =>
-      on('#4/31/116&left=shifted&right=past&show=tiles', { viewport: { width, height: 720 } }, async (map) => {
+      on('#4/31/116&left=shifted&right=past&show=tiles', async (map) => {
         await assertNothingSticksOut(map);
         await map.page.click('#open-extent');
         await assertNothingSticksOut(map);
-      }));
+      }, { options: { viewport: { width, height: 720 } } }));
   }
 });
 
 describe('light and dark', () => {
   for (const colorScheme of ['light', 'dark']) {
-    it(`${colorScheme} texts can be read`, () => on('#4/31/116&left=marble', { ...kLaptop, colorScheme }, async (map) => {
+    it(`${colorScheme} texts can be read`, () => on('#4/31/116&left=marble', async (map) => {
       for (const selector of kTexts) {
         const contrast = await contrastOf(map.page, selector);
         assert.ok(contrast >= 4.5, `${selector}: ${contrast.toFixed(2)}`);
@@ -128,14 +104,14 @@ describe('light and dark', () => {
       const ground = await map.page.locator('.sidebar').evaluate((element) => getComputedStyle(element).backgroundColor);
       const brightness = ground.match(/\d+/g).slice(0, 3).reduce((sum, value) => sum + Number(value), 0) / 3;
       assert.equal(brightness < 64, colorScheme === 'dark', ground);
-    }));
+    }, { options: { ...kLaptop, colorScheme } }));
   }
 });
 
 describe('the keyboard', () => {
   const focused = (map) => map.page.evaluate(() => document.activeElement.id || document.activeElement.dataset.key || document.activeElement.className);
 
-  it('reaches everything in the order of reading', () => on('#4/31/116&left=shifted', kLaptop, async (map) => {
+  it('reaches everything in the order of reading', () => on('#4/31/116&left=shifted', async (map) => {
     const order = [];
     for (let i = 0; i < 60 && order.at(-1) !== 'zoom-out'; ++i) {
       await map.page.keyboard.press('Tab');
@@ -146,7 +122,7 @@ describe('the keyboard', () => {
     assert.deepEqual(order.filter((name) => wanted.includes(name)), wanted);
   }));
 
-  it('searches, chooses and goes on without a mouse', () => on('#4/31/116&left=marble', kLaptop, async (map) => {
+  it('searches, chooses and goes on without a mouse', () => on('#4/31/116&left=marble', async (map) => {
     await map.page.keyboard.press('/');
     assert.equal(await focused(map), 'search');
     await map.page.keyboard.type('graticule');
@@ -165,7 +141,7 @@ describe('the keyboard', () => {
     await map.waitForHash(/#8\//);
   }));
 
-  it('toggles by letters, but not while one types', () => on('#4/31/116&left=marble', kLaptop, async (map) => {
+  it('toggles by letters, but not while one types', () => on('#4/31/116&left=marble', async (map) => {
     await map.page.keyboard.press('l');
     await map.waitForHash(/show=graticule/);
     await map.page.keyboard.press('t');
@@ -177,7 +153,7 @@ describe('the keyboard', () => {
     assert.ok(await map.page.isHidden('#drawer'));
   }));
 
-  it('lists every key, and gives the focus back on Escape', () => on('#4/31/116&left=marble', kLaptop, async (map) => {
+  it('lists every key, and gives the focus back on Escape', () => on('#4/31/116&left=marble', async (map) => {
     await map.page.focus('#open-keys');
     await map.page.keyboard.press('?');
     await map.page.waitForSelector('#drawer:not([hidden])');

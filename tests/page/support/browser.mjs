@@ -113,3 +113,10 @@ export function pixelOf(lon, lat, { center, zoom }, { width, height }) {
   };
   return [width / 2 + ((lon - center[0]) / 360) * world, height / 2 + row(lat) - row(center[1])];
 }
+
+/** Red, green, blue at a place of the map. */
+export async function colourAt(map, lon, lat, view, options) {
+  const pixels = await map.pixels(options);
+  const [x, y] = pixelOf(lon, lat, view, pixels);
+  return pixels.at(Math.floor(x), Math.floor(y));
+}
