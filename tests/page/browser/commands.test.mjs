@@ -5,8 +5,9 @@ import { mkdtemp, readdir, readFile, rm } from 'node:fs/promises';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { describe, it } from 'node:test';
+import { MapPage } from '../support/browser.mjs';
 import { decodePng } from '../support/png.mjs';
-import { kxtile } from '../support/programs.mjs';
+import { kxtile, startGateway } from '../support/programs.mjs';
 import { kBlueDay } from '../support/sources.mjs';
 import { startWorld } from '../support/world.mjs';
 
@@ -92,6 +93,66 @@ describe('the commands for what is in view', () => {
     })));
   }
 
+  it('make a file of every form', () => on('#7/47/8&left=marble', (map) => inFolder(async (folder) => {
+    await map.page.keyboard.press('e');
+    await map.page.fill('[data-key="to level"]', '7');
+    await map.page.keyboard.press('Tab');
+    const kBeginnings = { mbtiles: 'SQLite format 3', pmtiles: 'PMTiles', tif: 'II' };
+    for (const [form, beginning] of Object.entries(kBeginnings)) {
+      await map.page.click(`[data-key="form-${form}"]`);
+      await map.page.waitForFunction((end) => document.querySelector('[aria-label="kxtile export"]').textContent.endsWith(end), `marble-cut.${form}`);
+      paste(await map.text('[aria-label="kxtile export"]'), folder);
+      const bytes = await readFile(join(folder, `marble-cut.${form}`));
+      assert.equal(bytes.toString('latin1', 0, beginning.length), beginning);
+    }
+  })));
+
+  it('say that the gateway is asked', () => on('#7/47/8&left=marble', async (map) => {
+    await map.page.keyboard.press('e');
+    assert.match(await map.text('.keep-running'), /ask this gateway for the tiles: leave kxtile serve running/);
+  }));
+
+  /** What the panel of a gateway with one raster says, with the command for the file itself. */
+  async function textsOf(address) {
+    const map = await MapPage.open(world.browser, address, '#7/46.5/8.5');
+    try {
+      await map.page.keyboard.press('e');
+      await map.page.waitForSelector('[aria-label="kxtile mosaic of the file"]');
+      await map.page.fill('[data-key="to level"]', '7');
+      await map.page.keyboard.press('Tab');
+      await map.page.waitForFunction(() => document.querySelector('[aria-label="kxtile files"]').textContent.includes('--levels 7 '));
+      assert.deepEqual(map.faults, []);
+      return { ...await panelOf(map), ofFile: await map.text('[aria-label="kxtile mosaic of the file"]') };
+    } finally {
+      await map.close();
+    }
+  }
+
+  it('run for a raster whose name a shell would take apart', () => inFolder(async (folder) => {
+    const name = "-it's $(a) map; of *.mbtiles";
+    execFileSync(kxtile, ['export', `${world.gateway.address}/marble/{$z}/{$x}/{$y}.png`, '--bounds', '5,44,12,49', '--levels', '0-7',
+      '-o', join(folder, name)], { env: { ...process.env, KXTILE_CACHE_DIR: join(folder, 'cache') }, stdio: 'pipe' });
+    const gateway = await startGateway({}, [join(folder, name)]);
+    let texts;
+    try {
+      texts = await textsOf(gateway.address);
+      await inFolder(async (other) => {
+        for (const command of [texts.files, texts.export, texts.mosaic]) paste(command, other);
+        const made = await readdir(other, { recursive: true });
+        assert.equal(made.filter((path) => /-tiles\/.*\.(png|jpe?g)$/.test(path)).length, texts.total);
+        const picture = decodePng(await readFile(join(other, made.find((path) => path.endsWith('-cut.png')))));
+        assert.deepEqual(texts.size, [picture.width, picture.height]);
+      });
+    } finally {
+      await gateway.stop();
+    }
+    // The file itself is read where it lies, and without the gateway.
+    paste(texts.ofFile, folder);
+    const [made] = (await readdir(folder)).filter((path) => path.endsWith('.png'));
+    const picture = decodePng(await readFile(join(folder, made)));
+    assert.deepEqual(texts.size, [picture.width, picture.height]);
+  }));
+
   it('follow the view and the levels that are wanted', () => on('#8/47/8&left=marble', async (map) => {
     await map.page.keyboard.press('e');
     const before = await map.text('[aria-label="kxtile export"]');
@@ -138,5 +199,33 @@ describe('the texts for other programs', () => {
     await map.page.click('[aria-label="Copy: XYZ connection"]');
     await map.page.waitForFunction(() => document.querySelector('#announcer').textContent === 'Copied.');
     assert.equal(await map.page.evaluate(() => navigator.clipboard.readText()), `${world.gateway.address}/marble/{z}/{x}/{y}.png`);
+  }));
+
+  /** As on a page that is neither on loopback nor on TLS. */
+  const takeClipboard = (map) => map.page.evaluate(() =>
+    Object.defineProperty(navigator, 'clipboard', { value: undefined, configurable: true }));
+
+  it('are copied where the clipboard cannot be asked', () => on('#4/47/8&left=marble', async (map) => {
+    await takeClipboard(map);
+    await map.page.keyboard.press('u');
+    await map.page.click('[aria-label="Copy: XYZ connection"]');
+    await map.page.waitForFunction(() => document.querySelector('#announcer').textContent === 'Copied.');
+    await map.page.focus('#search');
+    await map.page.keyboard.press('Control+v');
+    assert.equal(await map.page.inputValue('#search'), `${world.gateway.address}/marble/{z}/{x}/{y}.png`);
+  }));
+
+  it('are selected where the browser lets no page copy', () => on('#4/47/8&left=marble', async (map) => {
+    await takeClipboard(map);
+    await map.page.evaluate(() => { document.execCommand = () => false; });
+    await map.page.keyboard.press('u');
+    const selected = () => map.page.evaluate(() => getSelection().toString().trim());
+    await map.page.click('[aria-label="Copy: XYZ connection"]');
+    await map.page.waitForSelector('.copy-hint:visible');
+    assert.equal(await selected(), `${world.gateway.address}/marble/{z}/{x}/{y}.png`);
+    assert.match(await map.text('.copy-hint'), /^Selected\. Press /);
+    assert.match(await map.text('#announcer'), /^Selected\. Press /);
+    await map.page.click('[aria-label="Copy WGS 84"]');
+    assert.equal(await selected(), await map.text('#at-wgs84'));
   }));
 });

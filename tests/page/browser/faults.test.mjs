@@ -31,6 +31,21 @@ describe('faults', () => {
     assert.ok(colours.size > 20, 'words with soft edges');
   }, { allowed: isBadAnswer }));
 
+  it('are said in full for a tile that is pointed at, and covers nothing once it is pinned', () => on('#4/31/116&left=faulty', async (map) => {
+    const words = (await (await fetch(`${world.gateway.address}/faulty/4/13/6.png`)).text()).trim();
+    assert.ok(await map.page.isHidden('#place-fault'));
+    const { x, y, width, height } = await map.frame();
+    await map.page.mouse.move(x + width / 2, y + height / 2 + 20);
+    await map.page.waitForSelector('#place-fault:not([hidden])');
+    assert.ok((await map.text('#place-fault')).endsWith(words));
+    assert.deepEqual(await map.frame(), { x, y, width, height });
+    await map.page.mouse.click(x + width / 2, y + height / 2 + 20);
+    await map.page.waitForSelector('#coordinates.held');
+    await map.settle();
+    const [fault, zoom] = [await map.page.locator('#place-fault').boundingBox(), await map.page.locator('#zoom-out').boundingBox()];
+    assert.ok(zoom.y + zoom.height <= fault.y);
+  }, { allowed: isBadAnswer }));
+
   it('are asked for again', () => on('#4/31/116&left=faulty', async (map) => {
     await map.page.waitForSelector('#notices button');
     const again = map.page.waitForRequest((request) => request.url().includes('/faulty/4/13/6.png'));

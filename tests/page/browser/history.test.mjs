@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 import assert from 'node:assert/strict';
 import { describe, it } from 'node:test';
-import { colourAt } from '../support/browser.mjs';
+import { colourAt, kPhone } from '../support/browser.mjs';
 import { kBlueDay } from '../support/sources.mjs';
 import { isBadAnswer, startWorld } from '../support/world.mjs';
 
@@ -23,7 +23,7 @@ describe('history', () => {
     for (let i = 0; i < back; ++i) await map.page.click('[aria-label="Earlier picture"]');
     await map.waitForHash(new RegExp(`left=past~~${kBlueDay}`));
     await map.settle();
-    assert.equal(await map.text('.date-label'), kBlueDay);
+    assert.equal(await map.page.inputValue('.date-list'), kBlueDay);
     assert.ok(map.requests.some((url) => url.includes(`?date=${kBlueDay}`)));
     assert.ok(await blueness() > usual + 20, `${usual} ${await blueness()}`);
   }));
@@ -84,8 +84,90 @@ describe('history', () => {
     await noted('The days are not known: the service is away');
     await map.page.unroute('**/dates.json*');
     await map.page.click('#toggle-swipe');
-    await noted(' here, from ');
+    await noted(' days here, ');
   }, { allowed: isBadAnswer }));
+
+  /** Lets a place have these days, whatever the service says. */
+  const serveDays = (map, dates) =>
+    map.page.route('**/dates.json*', (route) => route.fulfill({ contentType: 'application/json', body: JSON.stringify({ dates }) }));
+
+  /** A day of every month, and of the last two years of every week. */
+  const kDense = [
+    ...Array.from({ length: 120 }, (_, i) => new Date(Date.UTC(2010, i, 3))),
+    ...Array.from({ length: 104 }, (_, i) => new Date(Date.UTC(2020, 0, 6 + 7 * i))),
+  ].map((date) => date.toISOString().slice(0, 10));
+
+  it('finds one of hundreds of days in a list by year', () => on('#5/31/116&left=marble', async (map) => {
+    await serveDays(map, kDense);
+    await map.choose('Imagery of the past');
+    await waitForDays(map, kDense.length);
+    const years = await map.page.locator('.date-list optgroup').evaluateAll((groups) => groups.map(({ label }) => label));
+    assert.deepEqual(years, Array.from({ length: 12 }, (_, i) => String(2021 - i)));
+    const newest = await map.page.locator('.date-list optgroup').first().locator('option').first().textContent();
+    assert.equal(newest, kDense.at(-1));
+    await map.page.selectOption('.date-list', '2013-05-03');
+    await map.waitForHash(/left=past~~2013-05-03/);
+    assert.equal(await map.page.inputValue('.dates input'), String(kDense.indexOf('2013-05-03')));
+    await map.page.selectOption('.date-list', { label: 'Current' });
+    await map.page.waitForFunction(() => !location.hash.includes('~~'));
+  }));
+
+  it('steps by keys on the slider, far and near, as one entry of the back button', () => on('#5/31/116&left=marble', async (map) => {
+    await serveDays(map, kDense);
+    await map.choose('Imagery of the past');
+    await waitForDays(map, kDense.length);
+    const before = await map.page.evaluate(() => history.length);
+    await map.page.focus('.dates input');
+    const wait = (index) => map.waitForHash(new RegExp(`left=past~~${kDense[index]}`));
+    await map.page.keyboard.press('ArrowLeft');
+    await wait(kDense.length - 1);
+    await map.page.keyboard.press('ArrowLeft');
+    await wait(kDense.length - 2);
+    assert.equal(await map.page.getAttribute('.dates input', 'aria-valuetext'), kDense.at(-2));
+    await map.page.keyboard.press('Home');
+    await wait(0);
+    await map.page.keyboard.press('End');
+    await map.page.waitForFunction(() => !location.hash.includes('~~'));
+    assert.equal(await map.page.getAttribute('.dates input', 'aria-valuetext'), 'Current');
+    assert.equal(await map.page.evaluate(() => history.length), before + 1);
+  }));
+
+  it('is stepped from anywhere by keys of its own', () => on('#5/31/116&left=past', async (map) => {
+    const { dates } = await served('/past/dates.json?at=116,31&zoom=5');
+    dates.sort();
+    await waitForDays(map, dates.length);
+    await map.page.keyboard.press(',');
+    await map.waitForHash(new RegExp(`left=past~~${dates.at(-1)}`));
+    await map.page.keyboard.press('.');
+    await map.page.waitForFunction(() => !location.hash.includes('~~'));
+  }));
+
+  it('says so where there are no days, and offers nothing that does nothing', () => on('#5/31/116&left=marble', async (map) => {
+    await serveDays(map, []);
+    await map.choose('Imagery of the past');
+    await map.page.waitForFunction(() => document.querySelector('.date-note').textContent.startsWith('No earlier pictures'));
+    for (const selector of ['.dates input', '.date-list', '.dates button'])
+      assert.ok(await map.page.locator(selector).first().isHidden(), selector);
+  }));
+
+  it('lets go of a day that a place without days is come to with', () => on(`#5/31/116&left=marble`, async (map) => {
+    await serveDays(map, []);
+    await map.page.evaluate((day) => { location.hash = `#5/31/116&left=past~~${day}`; }, kBlueDay);
+    await map.page.waitForFunction(() => document.querySelector('.date-note')?.textContent.startsWith('No earlier pictures'));
+    assert.equal(await map.page.inputValue('.date-list'), kBlueDay);
+    await map.page.click('[aria-label="Later picture"]');
+    await map.page.waitForFunction(() => !location.hash.includes('~~'));
+    assert.ok(await map.page.locator('.date-list').isHidden());
+  }));
+
+  it('stands below the map on a phone, where both are seen', () => on('#5/31/116&left=past', async (map) => {
+    await map.page.waitForSelector('#map-dates .dates input');
+    const [slider, frame] = [await map.page.locator('#map-dates').boundingBox(), await map.frame()];
+    assert.ok(slider.y >= frame.y + frame.height - 1 && slider.y + slider.height <= kPhone.viewport.height);
+    await map.page.waitForSelector('#map-dates .dates input:not([max="0"])');
+    await map.page.tap('#map-dates [aria-label="Earlier picture"]');
+    await map.waitForHash(/left=past~~2/);
+  }, { options: kPhone }));
 
   it('gives other programs the day that is shown, or nothing', () => on(`#5/31/116&left=past~~${kBlueDay}`, async (map) => {
     await map.page.keyboard.press('u');

@@ -124,7 +124,7 @@ describe('going to a place', () => {
     await map.goTo('31°15′N 121°30′E');
     await map.waitForHash(/#12\/31\.25\d*\/121\.5/);
     assert.equal(await map.text('#at-wgs84'), '121.500000, 31.250000');
-    assert.equal(await map.text('#place-kind'), 'Held place');
+    assert.equal(await map.text('#place-kind'), 'Pinned');
   }));
 
   it('shows a tile whole and alone in the middle', () => on('#4/0/0&left=graticule', async (map) => {
@@ -203,6 +203,28 @@ describe('the swipe', () => {
     await map.page.keyboard.press('Home');
     await map.waitForHash(/split=0/);
     assert.ok(isGraticule(await colourAt(map, 108, 30.3, view)));
+  }));
+
+  for (const [percent, to] of [[0, 30], [100, 70]]) {
+    it(`keeps its handle within the map at ${percent} %, where it is grabbed`, () => on(kHash.replace('split=50', `split=${percent}`), async (map) => {
+      const frame = await map.frame();
+      const grip = await map.page.locator('#swipe .grip').boundingBox();
+      assert.ok(grip.x >= frame.x && grip.x + grip.width <= frame.x + frame.width, `${grip.x} of ${frame.x}`);
+      const [x, y] = [grip.x + grip.width / 2, grip.y + grip.height / 2];
+      await map.page.mouse.move(x, y);
+      await map.page.mouse.down();
+      // It does not jump to where it was grabbed.
+      await map.page.mouse.move(x + (percent ? -1 : 1), y);
+      await map.waitForHash(new RegExp(`split=${percent}$`));
+      await map.page.mouse.move(x + ((to - percent) / 100) * frame.width, y, { steps: 4 });
+      await map.page.mouse.up();
+      await map.waitForHash(new RegExp(`split=${to}$`));
+    }));
+  }
+
+  it('says its place and both sides to who hears it', () => on('#5/31/116&left=shifted&right=shifted~raw&split=40', async (map) => {
+    const handle = map.page.getByRole('slider', { name: 'Swipe: where the two sides meet' });
+    assert.equal(await handle.getAttribute('aria-valuetext'), '40 %; left Shifted graticule, right Shifted graticule · raw');
   }));
 
   it('shows raw beside aligned tiles of a shifted service', () => on('#5/31/116&left=shifted', async (map) => {

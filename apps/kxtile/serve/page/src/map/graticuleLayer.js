@@ -35,11 +35,15 @@ function degreesOf([west, south, east, north]) {
   return [toLon(west), Math.max(-kLatitudeEnd, toLat(south)), toLon(east), Math.min(kLatitudeEnd, toLat(north))];
 }
 
-function draw(context, frame, insets) {
+/** Which lines are in view. */
+function linesOf(frame) {
   const spacing = spacingAt(kHalf / 180 / frame.resolution, kDistance);
   const [west, south, east, north] = degreesOf(frame.extent);
-  const meridians = linesBetween(west, east, spacing);
-  const parallels = linesBetween(south, north, spacing);
+  return { spacing, meridians: linesBetween(west, east, spacing), parallels: linesBetween(south, north, spacing) };
+}
+
+function drawLines(context, frame) {
+  const { meridians, parallels } = linesOf(frame);
   const top = Math.max(0, frame.toRow(kHalf));
   const bottom = Math.min(frame.height, frame.toRow(-kHalf));
   const path = new Path2D();
@@ -52,6 +56,10 @@ function draw(context, frame, insets) {
     path.lineTo(frame.width, frame.toRow(toY(lat)));
   }
   stroke(context, path);
+}
+
+function drawLabels(context, frame, insets) {
+  const { spacing, meridians, parallels } = linesOf(frame);
   context.font = kFont;
   context.textBaseline = 'middle';
   const { left, above } = insets();
@@ -61,10 +69,15 @@ function draw(context, frame, insets) {
     label(context, lineLabel(lon, spacing.decimals, 'E', 'W'), frame.toColumn(toX(lon)), above + kEdge + 8, 'center');
 }
 
+/** Lines at round degrees of WGS 84. */
+export function graticuleLayer() {
+  return canvasLayer(drawLines, 'overlay-graticule');
+}
+
 /**
- * Lines at round degrees of WGS 84, labelled at the upper and the left edge.
+ * What stands at these lines, at the upper and the left edge: a layer for itself, above all others.
  * @param {() => {left: number, above: number}} insets  pixels at the edges that controls cover
  */
-export function graticuleLayer(insets) {
-  return canvasLayer((context, frame) => draw(context, frame, insets), 'overlay-graticule');
+export function degreesLayer(insets) {
+  return canvasLayer((context, frame) => drawLabels(context, frame, insets), 'overlay-degrees');
 }

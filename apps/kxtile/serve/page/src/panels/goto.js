@@ -17,6 +17,8 @@ export class GoTo {
   constructor(elements, store, mapView, coordinates) {
     Object.assign(this, { elements, store, mapView, coordinates });
     this.usual = elements.hint.textContent;
+    // What it takes, the hint says as soon as one types.
+    if (matchMedia('(max-width: 760px)').matches) elements.input.placeholder = 'Go to…';
     elements.form.addEventListener('submit', (event) => {
       event.preventDefault();
       this.go();

@@ -40,7 +40,8 @@ export class SourceList {
     const { list, search, count } = this.elements;
     const found = this.sources.filter((source) => matches(source, search.value.trim()));
     count.textContent = search.value ? `${found.length} of ${this.sources.length}` : `${this.sources.length}`;
-    const none = h('li', { class: 'none' }, `No source has “${search.value}” in it.`);
+    const none = h('li', { class: 'none' }, this.sources.length ? `No source has “${search.value}” in it.`
+      : 'This gateway has no source yet. With --watch it takes those that come into its folders; else start kxtile serve with a definition or a raster.');
     replace(list, ...(found.length ? found.map((source) => this.item(source)) : [none]));
   }
 
@@ -60,6 +61,11 @@ export class SourceList {
       source.error ? h('span', { class: 'source-error' }, icon('warning'), source.error) : null));
   }
 
+  clear() {
+    this.elements.search.value = '';
+    this.draw();
+  }
+
   buttons() {
     return [...this.elements.list.querySelectorAll('button')];
   }
@@ -69,6 +75,7 @@ export class SourceList {
     const [first] = this.buttons();
     if (event.key === 'ArrowDown') first?.focus();
     else if (event.key === 'Enter') first?.click();
+    else if (event.key === 'Escape' && this.elements.search.value) this.clear();
     else return;
     event.preventDefault();
   }
