@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 import assert from 'node:assert/strict';
 import { describe, it } from 'node:test';
-import { MapPage, pixelOf } from '../support/browser.mjs';
+import { kLaptop, kPhone, MapPage, pixelOf } from '../support/browser.mjs';
 import { startGateway } from '../support/programs.mjs';
 import { definitionsOf } from '../support/sources.mjs';
 import { isBadAnswer, startWorld } from '../support/world.mjs';
@@ -97,4 +97,50 @@ describe('faults', () => {
   it('of an address that names no source are said', () => on('#4/31/116&left=nowhere', async (map) => {
     assert.match(await map.text('#sides'), /This gateway has no source “nowhere”/);
   }));
+});
+
+describe('a gateway that is not there', () => {
+  /** Opens the page while the list of sources has another answer. */
+  async function openWith(answer, run, options = kLaptop) {
+    const context = await world.browser.newContext(options);
+    try {
+      const page = await context.newPage();
+      const map = new MapPage(page, world.gateway.address);
+      await page.route('**/sources.json', answer);
+      await page.goto(world.gateway.address);
+      await run(map);
+    } finally {
+      await context.close();
+    }
+  }
+
+  for (const options of [kLaptop, kPhone]) {
+    it(`is said in the middle of the map, and tried again, at ${options.viewport.width} pixels`, () => openWith((route) => route.abort(), async (map) => {
+      await map.page.waitForSelector('#start-failure button');
+      assert.match(await map.text('#start-failure'), /The gateway does not answer\. Is kxtile serve still running\?/);
+      assert.equal(await map.page.getAttribute('#map', 'aria-busy'), 'false');
+      await map.page.unroute('**/sources.json');
+      await map.page.click('#start-failure button');
+      await map.page.waitForSelector('body[data-state="ready"]');
+      assert.ok(await map.page.isHidden('#start-failure'));
+    }, options));
+  }
+
+  it('is told from one that refuses, whose words are shown', () =>
+    openWith((route) => route.fulfill({ status: 403, body: 'this name is none of the gateway\'s\n' }), async (map) => {
+      await map.page.waitForSelector('#start-failure button');
+      assert.match(await map.text('#start-failure'), /The gateway says: this name is none of the gateway's/);
+    }));
+
+  it('is told from one without a source, which says how it gets some', () =>
+    openWith((route) => route.fulfill({ contentType: 'application/json', body: '{"sources": [], "version": "1"}' }), async (map) => {
+      await map.page.waitForSelector('body[data-state="ready"]');
+      assert.match(await map.text('#sources'), /no source yet\. Start kxtile serve with/);
+      assert.ok(!(await map.text('body')).includes('“”'));
+      assert.deepEqual(map.faults, []);
+      // The first one that comes is shown.
+      await map.page.unroute('**/sources.json');
+      await map.page.evaluate(() => document.dispatchEvent(new Event('visibilitychange')));
+      await map.page.waitForSelector('.card-name');
+    }));
 });

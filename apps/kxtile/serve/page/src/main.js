@@ -22,14 +22,16 @@ import { fetchSources } from './state/gateway.js';
 import { followAddress } from './state/history.js';
 import { Sources } from './state/sources.js';
 import { Store } from './state/store.js';
-import { byId, debounce } from './ui/dom.js';
+import { byId, debounce, h } from './ui/dom.js';
 import { fillIcons } from './ui/icons.js';
 
-/** How much of the map the bar above it covers, for labels that keep clear of it. */
+/** How much of the map's left part is covered above and below, for labels that keep clear of it. */
 function insets() {
-  const bar = byId('topbar').getBoundingClientRect();
   const map = byId('map').getBoundingClientRect();
-  return { left: 0, above: Math.max(0, bar.bottom - map.top) };
+  const bar = byId('topbar').getBoundingClientRect();
+  const foot = Math.min(...['legend', 'scale'].map(byId).filter((element) => !element.hidden)
+    .map((element) => element.getBoundingClientRect().top));
+  return { above: Math.max(0, bar.bottom - map.top), below: Math.max(0, map.bottom - foot + 8) };
 }
 
 function makeDrawer({ store, mapView, comparison, sourceById, shortcuts, version }) {
@@ -178,11 +180,19 @@ function begin({ sources: listed, version }) {
     drawer.redraw();
   });
   byId('version').textContent = version;
+  byId('topbar').inert = false;
   document.body.dataset.state = 'ready';
 }
 
-fillIcons();
-fetchSources().then(begin).catch((error) => {
+/** Without the list there is nothing to show, but why. */
+function fail(error) {
   document.body.dataset.state = 'failed';
-  byId('start-failure').textContent = `The list of sources did not come: ${error.message}. Reload the page once the gateway runs.`;
-});
+  byId('map').setAttribute('aria-busy', 'false');
+  const why = error instanceof TypeError ? 'The gateway does not answer. Is kxtile serve still running?' : `The gateway says: ${error.message}`;
+  byId('start-failure').replaceChildren(
+    h('strong', {}, 'The list of sources did not come.'), h('span', {}, why),
+    h('button', { type: 'button', class: 'quiet-button', on: { click: () => location.reload() } }, 'Try again'));
+}
+
+fillIcons();
+fetchSources().then(begin, fail);

@@ -6,10 +6,12 @@ import { canvasLayer } from './canvasLayer.js';
 const kDistance = 96;
 const kFont = '600 11px system-ui, sans-serif';
 const kEdge = 4;
+/** Pixels of the upper edge that the meridians' labels take. */
+const kStrip = 30;
 
 /** A line that can be seen on bright and on dark ground. */
 function stroke(context, path) {
-  context.strokeStyle = 'rgba(255, 255, 255, 0.55)';
+  context.strokeStyle = 'rgba(255, 255, 255, 0.7)';
   context.lineWidth = 3;
   context.stroke(path);
   context.strokeStyle = 'rgba(13, 33, 55, 0.9)';
@@ -62,11 +64,19 @@ function drawLabels(context, frame, insets) {
   const { spacing, meridians, parallels } = linesOf(frame);
   context.font = kFont;
   context.textBaseline = 'middle';
-  const { left, above } = insets();
-  for (const lat of parallels)
-    label(context, lineLabel(lat, spacing.decimals, 'N', 'S'), left + kEdge, frame.toRow(toY(lat)), 'left');
-  for (const lon of meridians)
-    label(context, lineLabel(lon, spacing.decimals, 'E', 'W'), frame.toColumn(toX(lon)), above + kEdge + 8, 'center');
+  const { above, below } = insets();
+  for (const lat of parallels) {
+    const row = frame.toRow(toY(lat));
+    // The corner is the meridians'.
+    if (row > above + kStrip && row < frame.height - below)
+      label(context, lineLabel(lat, spacing.decimals, 'N', 'S'), kEdge, row, 'left');
+  }
+  for (const lon of meridians) {
+    const text = lineLabel(lon, spacing.decimals, 'E', 'W');
+    const column = frame.toColumn(toX(lon));
+    const half = context.measureText(text).width / 2 + kEdge;
+    if (column > half && column < frame.width - half) label(context, text, column, above + kEdge + 8, 'center');
+  }
 }
 
 /** Lines at round degrees of WGS 84. */
@@ -76,7 +86,7 @@ export function graticuleLayer() {
 
 /**
  * What stands at these lines, at the upper and the left edge: a layer for itself, above all others.
- * @param {() => {left: number, above: number}} insets  pixels at the edges that controls cover
+ * @param {() => {above: number, below: number}} insets  pixels at the edges that controls cover
  */
 export function degreesLayer(insets) {
   return canvasLayer((context, frame) => drawLabels(context, frame, insets), 'overlay-degrees');

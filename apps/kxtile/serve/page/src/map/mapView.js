@@ -26,7 +26,7 @@ export class MapView {
    * @param {HTMLElement} target
    * @param {import('../state/store.js').Store} store
    * @param {Map<string, import('../types.js').Source>} sources  by id
-   * @param {() => {left: number, above: number}} insets  what controls cover of the map
+   * @param {() => {above: number, below: number}} insets  what controls cover of the map
    */
   constructor(target, store, sources, insets) {
     this.store = store;

@@ -72,6 +72,7 @@ export class SideCards {
 
   cards() {
     const { left, right } = this.store.view;
+    if (!left.id) return [];
     if (!right) return [this.card('left', left)];
     return [this.card('left', left), this.exchange(), this.card('right', right)];
   }

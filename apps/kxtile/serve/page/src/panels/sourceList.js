@@ -41,7 +41,8 @@ export class SourceList {
     const found = this.sources.filter((source) => matches(source, search.value.trim()));
     count.textContent = search.value ? `${found.length} of ${this.sources.length}` : `${this.sources.length}`;
     const none = h('li', { class: 'none' }, this.sources.length ? `No source has “${search.value}” in it.`
-      : 'This gateway has no source yet. With --watch it takes those that come into its folders; else start kxtile serve with a definition or a raster.');
+      : 'This gateway has no source yet. Start kxtile serve with a definition, a raster or a folder of them; ' +
+        'with the option -\u2060-\u2060watch it also takes what comes into a folder later.');
     replace(list, ...(found.length ? found.map((source) => this.item(source)) : [none]));
   }
 
