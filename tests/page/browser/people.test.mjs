@@ -52,6 +52,15 @@ describe('a phone', () => {
     assert.ok(frame.height > 500, `the map has ${frame.height} pixels`);
   }, { options: kPhone }));
 
+  it('that lies has every control in view, and a map', () => on('#4/31/116&left=past&right=graticule&show=graticule,tiles', async (map) => {
+    await map.page.waitForSelector('#map-dates .dates input:not([max="0"])');
+    await assertNothingSticksOut(map);
+    const frame = await map.frame();
+    assert.ok(frame.height > 200 && frame.width === 844, `${frame.width} x ${frame.height}`);
+    await map.page.tap('#open-extent');
+    await assertNothingSticksOut(map);
+  }, { options: { ...kPhone, viewport: { width: 844, height: 390 } } }));
+
   it('opens the sources over the map, and shows the chosen one', () => on('#4/31/116&left=marble', async (map) => {
     await map.page.tap('#open-sources');
     await map.page.waitForSelector('#sidebar.shown');

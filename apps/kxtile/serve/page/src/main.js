@@ -29,7 +29,7 @@ import { fillIcons } from './ui/icons.js';
 function insets() {
   const map = byId('map').getBoundingClientRect();
   const bar = byId('topbar').getBoundingClientRect();
-  const foot = Math.min(...['legend', 'scale'].map(byId).filter((element) => !element.hidden)
+  const foot = Math.min(...['legend', 'scale'].map(byId).filter((element) => element.offsetHeight)
     .map((element) => element.getBoundingClientRect().top));
   return { above: Math.max(0, bar.bottom - map.top), below: Math.max(0, map.bottom - foot + 8) };
 }

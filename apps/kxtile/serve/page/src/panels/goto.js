@@ -2,6 +2,7 @@
 import { describePlace, parsePlace } from '../text/place.js';
 import { tileExtent, toLat, toLon } from '../text/mercator.js';
 import { announce } from '../ui/copyButton.js';
+import { smallScreen } from '../ui/dom.js';
 
 /** From farther away than this a coordinate is gone to at this level. */
 const kCloseEnough = 12;
@@ -18,7 +19,7 @@ export class GoTo {
     Object.assign(this, { elements, store, mapView, coordinates });
     this.usual = elements.hint.textContent;
     // What it takes, the hint says as soon as one types.
-    if (matchMedia('(max-width: 760px)').matches) elements.input.placeholder = 'Go to…';
+    if (smallScreen().matches) elements.input.placeholder = 'Go to…';
     elements.form.addEventListener('submit', (event) => {
       event.preventDefault();
       this.go();

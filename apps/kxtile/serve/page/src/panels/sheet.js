@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+import { smallScreen } from '../ui/dom.js';
 
 /** The list of sources on a small screen, where it covers the map only while it is wanted. */
 export class Sheet {
@@ -11,7 +12,7 @@ export class Sheet {
     elements.open.addEventListener('click', () => this.show());
     elements.close.addEventListener('click', () => this.hide());
     // On a window that grew the list stands beside the map.
-    matchMedia('(max-width: 760px)').addEventListener('change', () => this.hide());
+    smallScreen().addEventListener('change', () => this.hide());
   }
 
   get isShown() {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-import { h, keepFocus } from '../ui/dom.js';
+import { h, keepFocus, smallScreen } from '../ui/dom.js';
 import { icon } from '../ui/icons.js';
 import { firstAddress, linked, outerLink } from '../ui/links.js';
 import { DateSlider } from './dateSlider.js';
@@ -21,7 +21,7 @@ export class SideCards {
    */
   constructor(elements, store, sources, comparison, mapView) {
     Object.assign(this, { elements, store, sources, comparison });
-    this.small = matchMedia('(max-width: 760px)');
+    this.small = smallScreen();
     this.small.addEventListener('change', () => this.draw());
     this.lastDate = -Infinity;
     const place = () => mapView.place();
