@@ -132,6 +132,25 @@ describe('history', () => {
     assert.equal(await map.page.evaluate(() => history.length), before + 1);
   }));
 
+  it('says which picture is near a day without one, and steps to it', () => on('#5/31/116&left=marble', async (map) => {
+    await serveDays(map, ['2012-03-04', '2014-05-06']);
+    await map.page.evaluate(() => { location.hash = '#5/31/116&left=past~~2013-01-01'; });
+    const noted = (words) => map.page.waitForFunction((text) => document.querySelector('.date-note')?.textContent === text, words);
+    await noted('No picture of 2013-01-01 here; the one before is of 2012-03-04.');
+    await map.page.click('[aria-label="Earlier picture"]');
+    await map.waitForHash(/left=past~~2012-03-04/);
+    assert.ok(await map.page.isDisabled('[aria-label="Earlier picture"]'));
+    await map.page.evaluate(() => { location.hash = '#5/31/116&left=past~~2013-01-01'; });
+    await noted('No picture of 2013-01-01 here; the one before is of 2012-03-04.');
+    await map.page.click('[aria-label="Later picture"]');
+    await map.waitForHash(/left=past~~2014-05-06/);
+    await map.page.evaluate(() => { location.hash = '#5/31/116&left=past~~2011-01-01'; });
+    await noted('No picture of 2011-01-01 here; the first is of 2012-03-04.');
+    assert.ok(await map.page.isDisabled('[aria-label="Earlier picture"]'));
+    await map.page.click('[aria-label="Later picture"]');
+    await map.waitForHash(/left=past~~2012-03-04/);
+  }));
+
   it('is stepped from anywhere by keys of its own', () => on('#5/31/116&left=past', async (map) => {
     const { dates } = await served('/past/dates.json?at=116,31&zoom=5');
     dates.sort();

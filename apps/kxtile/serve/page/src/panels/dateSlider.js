@@ -72,7 +72,19 @@ export class DateSlider {
   /** While the days are on their way, a step waits for them. */
   step(by) {
     if (this.isWaiting) this.pending += by;
-    else this.take(Number(this.range.value) + by);
+    else this.take(this.indexFrom(by));
+  }
+
+  /** From a day that is not listed here, the first step goes to its neighbour. */
+  indexFrom(by) {
+    const at = this.indexOf(this.date);
+    const isBetween = this.date && this.dates[at] !== this.date;
+    return at + by + (isBetween && by < 0 ? 1 : 0);
+  }
+
+  /** Of a day, or the last one before it; -1 when there is none before. */
+  indexOf(date) {
+    return date ? this.dates.findLastIndex((day) => day <= date) : this.last;
   }
 
   /** Without days the range has no other value, and does not tell of keys by itself. */
@@ -129,29 +141,30 @@ export class DateSlider {
     }
     this.isWaiting = false;
     this.show();
-    if (this.pending) this.take(Number(this.range.value) + this.pending);
+    if (this.pending) this.take(this.indexFrom(this.pending));
     this.pending = 0;
   }
 
   show() {
     // A day that is not listed here stays chosen; the slider rests at the last one before it.
-    const at = this.date ? this.dates.findLastIndex((day) => day <= this.date) : this.last;
+    const at = this.indexOf(this.date);
     this.range.max = String(this.last);
     this.range.value = String(Math.max(0, at));
     this.range.setAttribute('aria-valuetext', this.date || kCurrent);
     this.fillList();
-    this.enable(at);
+    this.enable();
     this.note.textContent = this.failure || this.describe();
-    this.note.classList.toggle('listed', !this.failure && !this.isWaiting && this.last > 0);
+    const isListed = this.last > 0 && (!this.date || this.dates.includes(this.date));
+    this.note.classList.toggle('listed', !this.failure && !this.isWaiting && isListed);
   }
 
   /** What does nothing here is not there; a day of elsewhere can always be left. */
-  enable(at) {
+  enable() {
     const hadFocus = this.controls.contains(document.activeElement);
     const hasDays = this.isWaiting || this.last > 0;
     this.controls.hidden = !hasDays && !this.date;
     this.range.hidden = !hasDays;
-    this.earlier.disabled = !this.isWaiting && (this.last === 0 || at <= 0);
+    this.earlier.disabled = !this.isWaiting && this.indexFrom(-1) < 0;
     this.later.disabled = !this.date;
     // A control that can do no more gives the focus on, so that it is not lost.
     const focused = document.activeElement;
@@ -173,9 +186,14 @@ export class DateSlider {
   describe() {
     if (this.isWaiting) return 'Looking for earlier pictures…';
     if (!this.dates.length) return 'No earlier pictures at the centre of the map. Other places may have some.';
-    if (this.date && !this.dates.includes(this.date)) return `No picture of ${this.date} is listed here.`;
+    if (this.date && !this.dates.includes(this.date)) return this.describeNeighbour();
     const word = this.dates.length === 1 ? 'day' : 'days';
     return `${this.dates.length} ${word} here, ${this.dates[0]} to ${this.dates.at(-1)}`;
+  }
+
+  describeNeighbour() {
+    const before = this.dates[this.indexOf(this.date)];
+    return `No picture of ${this.date} here; ${before ? `the one before is of ${before}` : `the first is of ${this.dates[0]}`}.`;
   }
 }
 
