@@ -74,8 +74,8 @@ describe('a dense screen', () => {
   it('is noticed when the window comes to it', () => on('#5/31/116&left=marble', async (map) => {
     assert.ok(!tilesOf(map, 'marble').some(isSharp));
     const asked = map.page.waitForRequest((request) => isSharp(request.url()));
-    const session = await map.page.context().newCDPSession(map.page);
-    await session.send('Emulation.setDeviceMetricsOverride', { width: 1300, height: 700, deviceScaleFactor: 2, mobile: false });
+    const devtools = await map.page.context().newCDPSession(map.page);
+    await devtools.send('Emulation.setDeviceMetricsOverride', { width: 1300, height: 700, deviceScaleFactor: 2, mobile: false });
     // The browser looks at its media when it draws.
     await map.page.evaluate(() => new Promise(requestAnimationFrame));
     await asked;

@@ -180,10 +180,23 @@ describe('history', () => {
   }));
 
   it('stands below the map on a phone, where both are seen', () => on('#5/31/116&left=past', async (map) => {
-    await map.page.waitForSelector('#map-dates .dates input');
-    const [slider, frame] = [await map.page.locator('#map-dates').boundingBox(), await map.frame()];
+    const boxes = async () => {
+      await map.page.waitForSelector('#map-dates .dates input:not([max="0"])');
+      return [await map.page.locator('#map-dates').boundingBox(), await map.frame()];
+    };
+    const [slider, frame] = await boxes();
     assert.ok(slider.y >= frame.y + frame.height - 1 && slider.y + slider.height <= kPhone.viewport.height);
-    await map.page.waitForSelector('#map-dates .dates input:not([max="0"])');
+    // While the days of another place are looked for, the map stays as large as it is.
+    await map.page.evaluate(() => {
+      const shown = document.querySelector('#map');
+      window.heights = new Set();
+      new ResizeObserver(() => window.heights.add(shown.offsetHeight)).observe(shown);
+    });
+    await map.page.focus('#map');
+    await map.page.keyboard.press('ArrowRight');
+    await map.page.waitForSelector('#map-dates .dates input[max="0"]');
+    await boxes();
+    assert.deepEqual(await map.page.evaluate(() => [...window.heights]), [frame.height]);
     await map.page.tap('#map-dates [aria-label="Earlier picture"]');
     await map.waitForHash(/left=past~~2/);
   }, { options: kPhone }));

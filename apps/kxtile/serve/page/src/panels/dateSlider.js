@@ -155,7 +155,7 @@ export class DateSlider {
     this.enable();
     this.note.textContent = this.failure || this.describe();
     const isListed = this.last > 0 && (!this.date || this.dates.includes(this.date));
-    this.note.classList.toggle('listed', !this.failure && !this.isWaiting && isListed);
+    this.note.classList.toggle('usual', !this.failure && (this.isWaiting || isListed));
   }
 
   /** What does nothing here is not there; a day of elsewhere can always be left. */
