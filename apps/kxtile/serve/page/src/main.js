@@ -52,7 +52,8 @@ function makeDrawer({ store, mapView, comparison, sourceById, shortcuts, version
     document.body.classList.toggle('has-drawer', Boolean(open));
   });
   const follow = debounce(80, redraw);
-  mapView.map.on('moveend', follow);
+  // Only one of the panels speaks of the extent; drawn anew, the others would lose what is selected.
+  mapView.map.on('moveend', () => drawer.open === 'extent' && follow());
   store.subscribe((view, previous) => {
     if (view.left !== previous.left || view.right !== previous.right) follow();
   });
