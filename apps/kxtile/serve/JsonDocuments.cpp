@@ -9,6 +9,7 @@
 #include <nlohmann/json.hpp>
 
 #include <array>
+#include <chrono>
 
 namespace KxTileHost::Serve {
 
@@ -69,11 +70,20 @@ Json FileNameOf(const Source& source)
     return TextOrNull(WithoutFolders(source.m_path));
 }
 
+/// Another text for each state of the source, also in a later run of the program: who shows its
+/// tiles asks for them anew when it changes.
+std::string StateOf(const Source& source)
+{
+    static const auto kStarted = std::chrono::system_clock::now().time_since_epoch().count();
+    return fmt::format("{:x}-{}", kStarted, source.m_generation);
+}
+
 Json Describe(const Source& source)
 {
     const KxC::KxTSDParamItem* const item = source.m_item.get();
     return {{"id", source.m_id},
             {"name", source.m_name},
+            {"state", StateOf(source)},
             {"kind", NameOf(source.m_kind)},
             {"file", FileNameOf(source)},
             {"format", ExtensionOf(source.m_format)},

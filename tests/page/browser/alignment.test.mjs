@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
 // Where the lines of the pictures lie, and where those lie that the page draws.
 import assert from 'node:assert/strict';
-import { after, before, describe, it } from 'node:test';
-import { launch, MapPage, pixelOf } from '../support/browser.mjs';
-import { startGateway, startOrigin } from '../support/programs.mjs';
-import { definitionsOf } from '../support/sources.mjs';
+import { describe, it } from 'node:test';
+import { pixelOf } from '../support/browser.mjs';
+import { startWorld } from '../support/world.mjs';
 
 /** Levels where every line that the page draws is also one of the picture's. */
 const kViews = [
@@ -21,23 +20,10 @@ const kFarthest = 1.5;
 const kBand = 160;
 const kLeast = 24;
 
-let origin;
-let gateway;
-let browser;
-
-before(async () => {
-  origin = await startOrigin();
-  gateway = await startGateway(definitionsOf(origin.address));
-  browser = await launch();
-});
-after(async () => {
-  await browser?.close();
-  await gateway?.stop();
-  await origin?.stop();
-});
+const world = startWorld();
 
 async function look({ center, zoom }, side, show) {
-  const map = await MapPage.open(browser, gateway.address, `#${zoom}/${center[1]}/${center[0]}&left=${side}${show}`);
+  const map = await world.open(`#${zoom}/${center[1]}/${center[0]}&left=${side}${show}`);
   const pixels = await map.pixels();
   assert.deepEqual(map.faults, []);
   await map.close();

@@ -1,38 +1,14 @@
 // SPDX-License-Identifier: MIT
 // The page on a phone, in the dark, and by keyboard.
 import assert from 'node:assert/strict';
-import { after, before, describe, it } from 'node:test';
-import { kLaptop, kPhone, launch, MapPage } from '../support/browser.mjs';
-import { startGateway, startOrigin } from '../support/programs.mjs';
-import { definitionsOf } from '../support/sources.mjs';
+import { describe, it } from 'node:test';
+import { kLaptop, kPhone } from '../support/browser.mjs';
+import { startWorld } from '../support/world.mjs';
 
-let origin;
-let gateway;
-let browser;
-
-before(async () => {
-  origin = await startOrigin();
-  gateway = await startGateway(definitionsOf(origin.address));
-  browser = await launch();
-});
-after(async () => {
-  await browser?.close();
-  await gateway?.stop();
-  await origin?.stop();
-});
-
-async function on(hash, options, run) {
-  const map = await MapPage.open(browser, gateway.address, hash, options);
-  try {
-    await run(map);
-    assert.deepEqual(map.faults, []);
-  } finally {
-    await map.close();
-  }
-}
+const { on } = startWorld();
 
 /** Everything to be clicked that is visible, with where it is. */
-const controls = (page) => page.locator('button:visible, input:visible, a:visible').evaluateAll((elements) =>
+const controls = (page) => page.locator('button:visible, input:visible, select:visible, a:visible').evaluateAll((elements) =>
   elements.filter((element) => element.checkVisibility({ visibilityProperty: true })).map((element) => {
     const { left, top, right, bottom } = element.getBoundingClientRect();
     const name = [element.getAttribute('aria-label'), element.textContent, element.labels?.[0]?.textContent]
@@ -70,24 +46,70 @@ const contrastOf = (page, selector) => page.locator(selector).first().evaluate((
 const kTexts = ['.source-name', '.tag', '.source-credit', '.credit', '.facts', '.tool', '.coordinates dt', '#at-wgs84', '#search', '.count'];
 
 describe('a phone', () => {
-  it('has every control in view', () => on('#4/31/116&left=marble&right=graticule&show=graticule', kPhone, async (map) => {
+  it('has every control in view', () => on('#4/31/116&left=marble&right=graticule&show=graticule', async (map) => {
     await assertNothingSticksOut(map);
     const frame = await map.frame();
     assert.ok(frame.height > 500, `the map has ${frame.height} pixels`);
-  }));
+  }, { options: kPhone }));
 
-  it('opens the sources over the map, and shows the chosen one', () => on('#4/31/116&left=marble', kPhone, async (map) => {
+  it('that lies has every control in view, and a map', () => on('#4/31/116&left=past&right=graticule&show=graticule,tiles', async (map) => {
+    await map.page.waitForSelector('#map-dates .dates input:not([max="0"])');
+    await assertNothingSticksOut(map);
+    const frame = await map.frame();
+    assert.ok(frame.height > 200 && frame.width === 844, `${frame.width} x ${frame.height}`);
+    await map.page.tap('#open-extent');
+    await assertNothingSticksOut(map);
+  }, { options: { ...kPhone, viewport: { width: 844, height: 390 } } }));
+
+  it('opens the sources over the map, and shows the chosen one', () => on('#4/31/116&left=marble', async (map) => {
     await map.page.tap('#open-sources');
     await map.page.waitForSelector('#sidebar.shown');
     await map.page.locator('#sidebar').evaluate((sheet) => Promise.all(sheet.getAnimations().map((animation) => animation.finished)));
     await assertNothingSticksOut(map);
     await map.page.locator('#sources .source', { hasText: 'Shifted' }).tap();
     await map.waitForHash(/left=shifted/);
-    await map.page.tap('#close-sources');
     await map.page.waitForSelector('#sidebar:not(.shown)', { state: 'attached' });
-  }));
+    assert.equal(await map.text('#shown-name'), 'Shifted graticule');
+  }, { options: kPhone }));
 
-  it('holds the place that is tapped, with its coordinates on three datums', () => on('#4/31/116&left=marble', kPhone, async (map) => {
+  it('reaches nothing that the sources cover, and goes back to the map on Escape', () => on('#4/31/116&left=marble', async (map) => {
+    await map.page.tap('#open-sources');
+    const inside = () => map.page.evaluate(() => document.activeElement === document.body || Boolean(document.activeElement.closest('#sidebar')));
+    for (let i = 0; i < 40; ++i) {
+      await map.page.keyboard.press('Tab');
+      assert.ok(await inside());
+    }
+    await map.page.keyboard.press('Escape');
+    await map.page.waitForSelector('#sidebar:not(.shown)', { state: 'attached' });
+    assert.equal(await map.page.evaluate(() => document.activeElement.id), 'open-sources');
+    await map.page.focus('#map');
+  }, { options: kPhone }));
+
+  for (const [name, prepare] of Object.entries({
+    map: async () => {},
+    'map with a pinned place': async (map) => {
+      const { x, y } = await map.frame();
+      await map.page.touchscreen.tap(x + 100, y + 100);
+      await map.page.waitForSelector('#coordinates.held');
+    },
+    'list of sources': (map) => map.page.tap('#open-sources'),
+    commands: (map) => map.page.tap('#open-extent'),
+    'texts for other programs': (map) => map.page.tap('#open-use'),
+  })) {
+    it(`has controls for fingers: ${name}`, () => on('#4/31/116&left=shifted&right=past&split=40&show=tiles', async (map) => {
+      await map.page.waitForSelector('#map-dates .dates input:not([max="0"])');
+      await prepare(map);
+      // Links stand in texts; what scrolls is looked at as it is.
+      const small = await map.page.locator('button:visible, input:visible, select:visible, .grip:visible').evaluateAll((elements) =>
+        elements.filter((element) => element.checkVisibility({ visibilityProperty: true, opacityProperty: true })).map((element) => {
+          const { width, height } = element.getBoundingClientRect();
+          return [element.getAttribute('aria-label') ?? element.textContent, width, height];
+        }).filter(([, width, height]) => width < 40 || height < 40));
+      assert.deepEqual(small, []);
+    }, { options: { ...kPhone, viewport: { width: 360, height: 640 } } }));
+  }
+
+  it('holds the place that is tapped, with its coordinates on three datums', () => on('#4/31/116&left=marble', async (map) => {
     const { x, y } = await map.frame();
     await map.page.touchscreen.tap(x + 100, y + 200);
     await map.page.waitForSelector('#coordinates.held:not(.waiting)');
@@ -95,32 +117,33 @@ describe('a phone', () => {
       assert.match(await map.page.locator(`#at-${datum}`).innerText(), /^-?\d+\.\d{6}, -?\d+\.\d{6}$/);
     await map.settle();
     await assertNothingSticksOut(map);
-  }));
+  }, { options: kPhone }));
 
-  it('has room for the drawer', () => on('#4/31/116&left=marble', kPhone, async (map) => {
-    for (const name of ['extent', 'use', 'keys']) {
+  it('has room for the drawer', () => on('#4/31/116&left=marble', async (map) => {
+    assert.ok(await map.page.isHidden('#open-keys'), 'fingers have no keys');
+    for (const name of ['extent', 'use']) {
       await map.page.tap(`#open-${name}`);
       await map.page.waitForSelector('#drawer:not([hidden])');
       await assertNothingSticksOut(map);
       await map.page.tap('#drawer-close');
     }
-  }));
+  }, { options: kPhone }));
 });
 
 describe('laptops', () => {
   for (const width of [800, 1024, 1280, 1920]) {
     it(`of ${width} pixels have every control in view`, () =>
-      on('#4/31/116&left=shifted&right=past&show=tiles', { viewport: { width, height: 720 } }, async (map) => {
+      on('#4/31/116&left=shifted&right=past&show=tiles', async (map) => {
         await assertNothingSticksOut(map);
         await map.page.click('#open-extent');
         await assertNothingSticksOut(map);
-      }));
+      }, { options: { viewport: { width, height: 720 } } }));
   }
 });
 
 describe('light and dark', () => {
   for (const colorScheme of ['light', 'dark']) {
-    it(`${colorScheme} texts can be read`, () => on('#4/31/116&left=marble', { ...kLaptop, colorScheme }, async (map) => {
+    it(`${colorScheme} texts can be read`, () => on('#4/31/116&left=marble', async (map) => {
       for (const selector of kTexts) {
         const contrast = await contrastOf(map.page, selector);
         assert.ok(contrast >= 4.5, `${selector}: ${contrast.toFixed(2)}`);
@@ -128,14 +151,14 @@ describe('light and dark', () => {
       const ground = await map.page.locator('.sidebar').evaluate((element) => getComputedStyle(element).backgroundColor);
       const brightness = ground.match(/\d+/g).slice(0, 3).reduce((sum, value) => sum + Number(value), 0) / 3;
       assert.equal(brightness < 64, colorScheme === 'dark', ground);
-    }));
+    }, { options: { ...kLaptop, colorScheme } }));
   }
 });
 
 describe('the keyboard', () => {
   const focused = (map) => map.page.evaluate(() => document.activeElement.id || document.activeElement.dataset.key || document.activeElement.className);
 
-  it('reaches everything in the order of reading', () => on('#4/31/116&left=shifted', kLaptop, async (map) => {
+  it('reaches everything in the order of reading', () => on('#4/31/116&left=shifted', async (map) => {
     const order = [];
     for (let i = 0; i < 60 && order.at(-1) !== 'zoom-out'; ++i) {
       await map.page.keyboard.press('Tab');
@@ -146,7 +169,7 @@ describe('the keyboard', () => {
     assert.deepEqual(order.filter((name) => wanted.includes(name)), wanted);
   }));
 
-  it('searches, chooses and goes on without a mouse', () => on('#4/31/116&left=marble', kLaptop, async (map) => {
+  it('searches, chooses and goes on without a mouse', () => on('#4/31/116&left=marble', async (map) => {
     await map.page.keyboard.press('/');
     assert.equal(await focused(map), 'search');
     await map.page.keyboard.type('graticule');
@@ -165,7 +188,7 @@ describe('the keyboard', () => {
     await map.waitForHash(/#8\//);
   }));
 
-  it('toggles by letters, but not while one types', () => on('#4/31/116&left=marble', kLaptop, async (map) => {
+  it('toggles by letters, but not while one types', () => on('#4/31/116&left=marble', async (map) => {
     await map.page.keyboard.press('l');
     await map.waitForHash(/show=graticule/);
     await map.page.keyboard.press('t');
@@ -177,15 +200,98 @@ describe('the keyboard', () => {
     assert.ok(await map.page.isHidden('#drawer'));
   }));
 
-  it('lists every key, and gives the focus back on Escape', () => on('#4/31/116&left=marble', kLaptop, async (map) => {
+  it('shows where it is, on everything that it reaches', () => on('#4/31/116&left=shifted&right=past', async (map) => {
+    await map.page.waitForSelector('.dates input:not([max="0"])');
+    await map.page.keyboard.press('e');
+    await map.page.waitForSelector('#drawer:not([hidden])');
+    await map.page.evaluate(() => document.activeElement.blur());
+    const seen = new Set();
+    for (let i = 0; i < 90; ++i) {
+      await map.page.keyboard.press('Tab');
+      const { key, ring } = await map.page.evaluate(() => {
+        const element = document.activeElement;
+        const shown = element.id === 'swipe' ? element.querySelector('.grip') : element;
+        const { outlineStyle, outlineWidth } = getComputedStyle(shown);
+        return {
+          key: element.id || element.dataset.key || element.textContent || element.getAttribute('aria-label'),
+          ring: element === document.body || element.id === 'drawer-title' || (outlineStyle !== 'none' && parseFloat(outlineWidth) >= 1),
+        };
+      });
+      assert.ok(ring, `${key} shows no focus`);
+      seen.add(key);
+    }
+    for (const key of ['swipe', 'left-Raw', 'right-date', 'right-day', 'zoom-in', 'drawer-close', 'From level', 'Copy: kxtile mosaic'])
+      assert.ok(seen.has(key), key);
+  }));
+
+  it('reaches every function by a key', () => on('#5/31/116&left=shifted', async (map) => {
+    await map.page.keyboard.press('a');
+    await map.waitForHash(/left=shifted~raw/);
+    await map.page.keyboard.press('a');
+    await map.page.waitForFunction(() => !location.hash.includes('raw'));
+    await map.page.keyboard.press('s');
+    await map.waitForHash(/right=shifted~raw/);
+    await map.page.keyboard.press('x');
+    await map.waitForHash(/left=shifted~raw&right=shifted&/);
+    await map.page.context().grantPermissions(['clipboard-read', 'clipboard-write']);
+    await map.page.keyboard.press('c');
+    await map.page.waitForFunction(() => document.querySelector('#announcer').textContent === 'Copied.');
+    assert.equal(await map.page.evaluate(() => navigator.clipboard.readText()), '116.000000, 31.000000');
+  }));
+
+  it('closes one thing after the other by Escape', () => on('#4/31/116&left=marble', async (map) => {
+    await map.page.fill('#search', 'graticule');
+    await map.page.keyboard.press('Escape');
+    assert.equal(await map.page.inputValue('#search'), '');
+    assert.equal(await focused(map), 'search');
+    await map.goTo('116.4, 39.9');
+    await map.page.waitForSelector('#coordinates.held');
+    for (const key of ['e', 'u', '?']) {
+      await map.page.keyboard.press(key);
+      await map.page.waitForSelector('#drawer:not([hidden])');
+      await map.page.keyboard.press('Escape');
+      await map.page.waitForSelector('#drawer', { state: 'hidden' });
+      assert.ok(await map.page.isVisible('#coordinates.held'));
+    }
+    await map.page.keyboard.press('Escape');
+    await map.page.waitForSelector('#coordinates:not(.held)');
+  }));
+
+  it('lists every key, and gives the focus back on Escape', () => on('#4/31/116&left=marble', async (map) => {
     await map.page.focus('#open-keys');
     await map.page.keyboard.press('?');
     await map.page.waitForSelector('#drawer:not([hidden])');
     assert.equal(await focused(map), 'drawer-title');
     const keys = await map.page.locator('.keys kbd').allTextContents();
-    for (const key of ['/', 'g', 'm', 's', 'x', 'l', 't', 'e', 'u', 'r', '?', 'Esc']) assert.ok(keys.includes(key), key);
+    for (const key of ['/', 'g', 'm', 's', 'x', 'l', 't', 'e', 'u', 'r', 'a', ',', '.', 'c', '?', 'Esc']) assert.ok(keys.includes(key), key);
     await map.page.keyboard.press('Escape');
     await map.page.waitForSelector('#drawer', { state: 'hidden' });
     assert.equal(await focused(map), 'open-keys');
   }));
+});
+
+describe('who wants nothing to move by itself', () => {
+  const options = { ...kLaptop, reducedMotion: 'reduce' };
+
+  it('has a map that is at another level at once', () => on('#4/31/116&left=marble', async (map) => {
+    const levels = await map.page.evaluate(async () => {
+      const seen = [];
+      document.querySelector('#zoom-in').click();
+      document.querySelector('#map').focus();
+      for (let i = 0; i < 4; ++i) {
+        await new Promise(requestAnimationFrame);
+        seen.push(document.querySelector('#zoom-level').textContent);
+      }
+      return seen;
+    });
+    assert.equal(levels.at(-1), '5', String(levels));
+  }, { options }));
+
+  it('sees no transition and no animation', () => on('#4/31/116&left=marble', async (map) => {
+    const moving = await map.page.locator('*').evaluateAll((elements) => elements.flatMap((element) => ['', '::before', '::after'].filter((part) => {
+      const { animationName, transitionDuration } = getComputedStyle(element, part || null);
+      return animationName !== 'none' || transitionDuration !== '0s';
+    }).map((part) => element.className + part)));
+    assert.deepEqual(moving, []);
+  }, { options }));
 });

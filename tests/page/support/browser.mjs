@@ -14,6 +14,20 @@ export function launch() {
   return chromium.launch({ executablePath: process.env.CHROMIUM_PROGRAM, args: ['--no-sandbox'] });
 }
 
+const kPatienceMs = 20000;
+
+/**
+ * Asks again and again until an answer is what is waited for. (The page's own waitForFunction takes
+ * the promise of an answer for one.)
+ */
+export async function until(condition) {
+  const end = Date.now() + kPatienceMs;
+  while (!await condition()) {
+    if (Date.now() > end) throw new Error(`waited in vain for ${condition}`);
+    await new Promise(setImmediate);
+  }
+}
+
 /** A page of the gateway, with what goes wrong on it. */
 export class MapPage {
   /**
@@ -83,8 +97,8 @@ export class MapPage {
 
   /** The map's pixels as they are seen, without what floats over it. */
   async pixels({ overlays = true } = {}) {
-    const hidden = ['.map-foot', '.notices', '.swipe', '.swipe-label'];
-    if (!overlays) hidden.push('.overlay-graticule', '.overlay-tiles', '.overlay-marks');
+    const hidden = ['.map-foot', '.notices', '.progress', '.place-fault', '.swipe', '.swipe-line', '.swipe-label'];
+    if (!overlays) hidden.push('.overlay-graticule', '.overlay-degrees', '.overlay-tiles', '.overlay-marks');
     // Not by a style sheet, which the page's own policy would refuse; and so that nothing loses the focus.
     const show = (opacity) => this.page.locator(hidden.join()).evaluateAll((elements, value) => {
       for (const element of elements) element.style.setProperty('opacity', value);
@@ -112,4 +126,11 @@ export function pixelOf(lon, lat, { center, zoom }, { width, height }) {
     return ((1 - Math.log(Math.tan(radians) + 1 / Math.cos(radians)) / Math.PI) / 2) * world;
   };
   return [width / 2 + ((lon - center[0]) / 360) * world, height / 2 + row(lat) - row(center[1])];
+}
+
+/** Red, green, blue at a place of the map. */
+export async function colourAt(map, lon, lat, view, options) {
+  const pixels = await map.pixels(options);
+  const [x, y] = pixelOf(lon, lat, view, pixels);
+  return pixels.at(Math.floor(x), Math.floor(y));
 }

@@ -5,7 +5,7 @@ import { describe, it } from 'node:test';
 import vm from 'node:vm';
 import { kClients } from '../../../apps/kxtile/serve/page/src/text/clients.js';
 import {
-  argumentOf, countLevels, exportCommand, filesCommand, mosaicCommand, mosaicOfServiceCommand, mosaicSize, nameOfFile,
+  argumentOf, countLevels, exportCommand, filesCommand, mosaicCommand, mosaicOfTilesCommand, mosaicSize, nameOfFile,
 } from '../../../apps/kxtile/serve/page/src/text/commands.js';
 import { markup, scriptText, shellWord } from '../../../apps/kxtile/serve/page/src/text/quote.js';
 
@@ -54,19 +54,29 @@ describe('commands', () => {
     assert.equal(filesCommand('city', [1, 2, 3, 4], [3, 3], 'tree'), 'kxtile files city --bounds 1,2,3,4 --levels 3 -o tree');
     assert.equal(exportCommand('city', [1, 2, 3, 4], [0, 5], 'city.pmtiles'), 'kxtile export city --bounds 1,2,3,4 --levels 0-5 -o city.pmtiles');
   });
+  it('say --yes to more than 10000 tiles only where they are made of a file', () => {
+    const world = [-180, -85, 180, 85];
+    // 4^0 to 4^6 are 5461 tiles, with level 7 they are 21845.
+    assert.ok(!words(filesCommand('a', world, [0, 6], 'a', true)).includes('--yes'));
+    assert.ok(words(filesCommand('a', world, [0, 7], 'a', true)).includes('--yes'));
+    assert.ok(words(exportCommand('a', world, [0, 7], 'a.mbtiles', true)).includes('--yes'));
+    assert.ok(!words(exportCommand('a', world, [0, 7], 'a.mbtiles')).includes('--yes'));
+  });
   it('name the tiles of the gateway in a form that definitions have', () => {
     assert.equal(argumentOf('http://127.0.0.1:8480', kSource, ''), 'http://127.0.0.1:8480/city/{$z}/{$x}/{$y}.png');
     assert.equal(argumentOf('http://h', kSource, '2019-09-08'), 'http://h/city/{$z}/{$x}/{$y}.png?date=2019-09-08');
   });
   it('keep whatever names a source one word', () => {
     for (const name of kHostile) {
+      // A file that is called like an option is none.
+      const file = name.startsWith('-') ? `./${name}` : name;
       const tree = words(filesCommand(name, [1, 2, 3, 4], [0, 1], name));
-      assert.deepEqual([tree[2], tree.at(-1)], [name, name]);
-      assert.equal(words(exportCommand(name, [1, 2, 3, 4], [0, 1], name)).at(-1), name);
-      assert.equal(words(mosaicCommand(name, [1, 2, 3, 4], 1, name))[2], name);
-      const [made, pictured] = shellCalls(mosaicOfServiceCommand(name, [1, 2, 3, 4], 1, name));
-      assert.deepEqual([made[1], made.at(-1)], [name, `${name}-1.mbtiles`]);
-      assert.deepEqual([pictured[1], pictured.at(-1)], [`${name}-1.mbtiles`, `${name}.png`]);
+      assert.deepEqual([tree[2], tree.at(-1)], [name, file]);
+      assert.equal(words(exportCommand(name, [1, 2, 3, 4], [0, 1], name)).at(-1), file);
+      assert.equal(words(mosaicCommand(name, [1, 2, 3, 4], 1, name))[2], file);
+      const [made, pictured] = shellCalls(mosaicOfTilesCommand(name, [1, 2, 3, 4], 1, name));
+      assert.deepEqual([made[1], made.at(-1)], [name, `${file}-1.mbtiles`]);
+      assert.deepEqual([pictured[1], pictured.at(-1)], [`${file}-1.mbtiles`, `${file}.png`]);
     }
   });
   it('ask for a mosaic in metres with the pixels of the level', () => {
@@ -90,7 +100,7 @@ describe('commands', () => {
     }
   });
   it('fetch the tiles of a service before they make its picture', () => {
-    const calls = shellCalls(mosaicOfServiceCommand('http://h/city', [1, 2, 3, 4], 7, 'city'));
+    const calls = shellCalls(mosaicOfTilesCommand('http://h/city', [1, 2, 3, 4], 7, 'city'));
     assert.deepEqual(calls.map(([name]) => name), ['export', 'mosaic']);
     assert.equal(calls[0][calls[0].indexOf('--levels') + 1], '7');
   });

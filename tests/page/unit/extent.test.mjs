@@ -65,6 +65,14 @@ describe('visibleExtent', () => {
     assert.deepEqual(visibleExtent(metres(0, 0, 60, 60), 3, [10, 20, 30, 40]), [10, 20, 30, 40]);
     assert.equal(visibleExtent(metres(0, 0, 5, 5), 3, [10, 20, 30, 40]), null);
   });
+  it('has no tile more than a source whose bounds are edges of tiles', () => {
+    for (const z of [3, 7, 12, 18]) {
+      const [west, south, east, north] = tileExtent({ z, x: 5, y: 3 });
+      const bounds = [(west / kHalf) * 180, toLat(south), (east / kHalf) * 180, toLat(north)];
+      const seen = visibleExtent(metres(-180, -89, 180, 89), z, bounds);
+      assert.equal(countTiles(seen, z), 1, `level ${z}: ${seen}`);
+    }
+  });
   it('stays within one world', () => {
     const [west, south, east, north] = visibleExtent(metres(-300, -80, 300, 80), 1, kWorld);
     assert.deepEqual([west, east], [-180, 180]);

@@ -15,6 +15,9 @@ describe('linesOf', () => {
     assert.equal(linesOf(kTile, { ...record, ms: 0.004 })[1], 'memory · <0.1 ms');
     assert.equal(linesOf(kTile, { ...record, ms: NaN })[1], 'memory');
   });
+  it('has the address that was asked for', () => {
+    assert.equal(linesOf(kTile, { status: 200, cache: 'disk', ms: 1, message: '', isSharp: true })[0], '5/26/12@2x');
+  });
   it('says the status where there is no tile', () => {
     assert.equal(linesOf(kTile, { status: 502, cache: '', ms: 12, message: 'why' })[1], '502 · 12 ms');
     assert.equal(linesOf(kTile, { status: 0, cache: '', ms: NaN, message: 'why' })[1], 'no answer');

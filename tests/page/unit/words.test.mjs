@@ -11,6 +11,7 @@ describe('wrap', () => {
   });
   it('breaks addresses behind slashes', () => {
     assert.deepEqual(wrap('see http://a.example/tiles', 17, measure), ['see http://', 'a.example/tiles']);
+    assert.deepEqual(wrap('neither https:// nor', 14, measure), ['neither', 'https:// nor']);
   });
   it('breaks words that fit no line', () => {
     assert.deepEqual(wrap('abcdefghij', 4, measure), ['abcd', 'efgh', 'ij']);

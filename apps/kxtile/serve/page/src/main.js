@@ -22,14 +22,16 @@ import { fetchSources } from './state/gateway.js';
 import { followAddress } from './state/history.js';
 import { Sources } from './state/sources.js';
 import { Store } from './state/store.js';
-import { byId, debounce } from './ui/dom.js';
+import { byId, debounce, h } from './ui/dom.js';
 import { fillIcons } from './ui/icons.js';
 
-/** How much of the map the bar above it covers, for labels that keep clear of it. */
+/** How much of the map's left part is covered above and below, for labels that keep clear of it. */
 function insets() {
-  const bar = byId('topbar').getBoundingClientRect();
   const map = byId('map').getBoundingClientRect();
-  return { left: 0, above: Math.max(0, bar.bottom - map.top) };
+  const bar = byId('topbar').getBoundingClientRect();
+  const foot = Math.min(...['legend', 'scale'].map(byId).filter((element) => element.offsetHeight)
+    .map((element) => element.getBoundingClientRect().top));
+  return { above: Math.max(0, bar.bottom - map.top), below: Math.max(0, map.bottom - foot + 8) };
 }
 
 function makeDrawer({ store, mapView, comparison, sourceById, shortcuts, version }) {
@@ -50,7 +52,8 @@ function makeDrawer({ store, mapView, comparison, sourceById, shortcuts, version
     document.body.classList.toggle('has-drawer', Boolean(open));
   });
   const follow = debounce(80, redraw);
-  mapView.map.on('moveend', follow);
+  // Only one of the panels speaks of the extent; drawn anew, the others would lose what is selected.
+  mapView.map.on('moveend', () => drawer.open === 'extent' && follow());
   store.subscribe((view, previous) => {
     if (view.left !== previous.left || view.right !== previous.right) follow();
   });
@@ -64,13 +67,26 @@ function markShown(list, store) {
   list.mark(marks);
 }
 
+/** On a small screen the button that opens the sources says what is shown. */
+function nameShown({ store, sourceById }) {
+  const draw = () => {
+    const { left, right } = store.view;
+    const names = [left, right].filter(Boolean).map(({ id }) => sourceById.get(id)?.name ?? id);
+    const text = [...new Set(names)].filter(Boolean).join(' | ') || 'Sources';
+    byId('shown-name').textContent = text;
+    byId('open-sources').setAttribute('aria-label', `${text}: choose among the sources`);
+  };
+  store.subscribe(draw);
+  draw();
+}
+
 /** On a small screen the search is behind the sheet's button. */
 function focusSearch(sheet) {
   if (byId('open-sources').offsetParent) sheet.show();
   byId('search').focus();
 }
 
-function makeShortcuts({ store, comparison, drawer, sheet, coordinates, mapView }) {
+function makeShortcuts({ store, comparison, drawer, cards, sheet, coordinates, mapView }) {
   const toggle = (name) => store.update({ [name]: !store.view[name] }, { step: true });
   const leave = () => {
     if (drawer().close() || sheet.hide() || coordinates.release()) return;
@@ -85,11 +101,15 @@ function makeShortcuts({ store, comparison, drawer, sheet, coordinates, mapView 
     { key: 'x', name: 'Exchange the two sides', run: () => comparison.exchange() },
     { key: 'l', name: 'Graticule', run: () => toggle('graticule') },
     { key: 't', name: 'Tiles with their addresses', run: () => toggle('tiles') },
-    { key: 'e', name: 'Take this extent', run: () => drawer().toggle('extent') },
+    { key: 'e', name: 'Commands for this view', run: () => drawer().toggle('extent') },
     { key: 'u', name: 'Use it in other programs', run: () => drawer().toggle('use') },
     { key: 'r', name: 'Ask for the tiles again', run: () => mapView.reload() },
     { key: '?', name: 'Keys', run: () => drawer().toggle('keys') },
-    { key: 'Escape', name: 'Close, let go', run: leave },
+    { key: 'a', name: 'Aligned tiles, or the raw ones of the service', run: () => comparison.changeForm() },
+    { key: ',', name: 'Earlier picture', run: () => cards().step(-1) },
+    { key: '.', name: 'Later picture', run: () => cards().step(1) },
+    { key: 'c', name: 'Copy the coordinates (WGS 84)', run: () => coordinates.copy() },
+    { key: 'Escape', name: 'Close, unpin', run: leave },
   ];
 }
 
@@ -105,6 +125,7 @@ function bindToolbar(store, comparison, drawer, mapView) {
     byId('toggle-swipe').setAttribute('aria-pressed', String(Boolean(right)));
     byId('toggle-graticule').setAttribute('aria-pressed', String(graticule));
     byId('toggle-tiles').setAttribute('aria-pressed', String(tiles));
+    byId('legend').hidden = !tiles;
     byId('zoom-level').textContent = String(Number(zoom.toFixed(1)));
   };
   store.subscribe(draw);
@@ -120,27 +141,34 @@ function begin({ sources: listed, version }) {
   followAddress(store, mend);
   const mapView = new MapView(byId('map'), store, sourceById, insets);
   const comparison = new Comparison(store, sources);
-  const sheet = new Sheet({ sheet: byId('sidebar'), open: byId('open-sources'), close: byId('close-sources') });
+  const sheet = new Sheet({
+    sheet: byId('sidebar'), open: byId('open-sources'), close: byId('close-sources'),
+    covered: [byId('stage'), byId('drawer'), byId('skip')],
+  });
   const coordinates = new Coordinates(mapView);
 
   const list = new SourceList({ list: byId('sources'), search: byId('search'), count: byId('source-count') },
-    sources, (source) => comparison.show(source));
+    sources, (source) => {
+      comparison.show(source);
+      sheet.hide();
+    });
   store.subscribe((view, previous) => {
     if (view.left !== previous.left || view.right !== previous.right) markShown(list, store);
   });
   markShown(list, store);
-  const cards = new SideCards(byId('sides'), store, sourceById, comparison, mapView);
+  const cards = new SideCards({ cards: byId('sides'), dates: byId('map-dates') }, store, sourceById, comparison, mapView);
   new Notices(byId('notices'), store, mapView);
   const describe = ({ id, raw, date }) =>
     ({ name: sourceById.get(id)?.name ?? id, form: [raw ? 'raw' : '', date].filter(Boolean).join(' · ') });
   new Swipe({
-    frame: byId('map'), handle: byId('swipe'), left: byId('swipe-left'), right: byId('swipe-right'),
+    frame: byId('map'), handle: byId('swipe'), line: byId('swipe-line'), left: byId('swipe-left'), right: byId('swipe-right'),
   }, store, describe);
   new GoTo({ form: byId('goto'), input: byId('goto-input'), hint: byId('goto-hint') }, store, mapView, coordinates);
   showCredits(byId('credits'), store, sourceById);
   showScale(byId('scale'), mapView);
+  nameShown({ store, sourceById });
 
-  const shortcuts = makeShortcuts({ store, comparison, drawer: () => drawer, sheet, coordinates, mapView });
+  const shortcuts = makeShortcuts({ store, comparison, drawer: () => drawer, cards: () => cards, sheet, coordinates, mapView });
   const drawer = makeDrawer({ store, mapView, comparison, sourceById, shortcuts, version });
   comparison.onChoice(() => drawer.redraw());
   bindToolbar(store, comparison, drawer, mapView);
@@ -153,11 +181,19 @@ function begin({ sources: listed, version }) {
     drawer.redraw();
   });
   byId('version').textContent = version;
+  byId('topbar').inert = false;
   document.body.dataset.state = 'ready';
 }
 
-fillIcons();
-fetchSources().then(begin).catch((error) => {
+/** Without the list there is nothing to show, but why. */
+function fail(error) {
   document.body.dataset.state = 'failed';
-  byId('start-failure').textContent = `The list of sources did not come: ${error.message}. Reload the page once the gateway runs.`;
-});
+  byId('map').setAttribute('aria-busy', 'false');
+  const why = error instanceof TypeError ? 'The gateway does not answer. Is kxtile serve still running?' : `The gateway says: ${error.message}`;
+  byId('start-failure').replaceChildren(
+    h('strong', {}, 'The list of sources did not come.'), h('span', {}, why),
+    h('button', { type: 'button', class: 'quiet-button', on: { click: () => location.reload() } }, 'Try again'));
+}
+
+fillIcons();
+fetchSources().then(begin, fail);

@@ -54,6 +54,7 @@
  * @property {string} cache     where the gateway had it from
  * @property {number} ms        that the gateway took for it, NaN when it does not say
  * @property {string} message   why there is no picture; empty where there is one
+ * @property {boolean} isSharp  whether it is one of twice the size
  */
 
 export {};

@@ -6,10 +6,12 @@ import { canvasLayer } from './canvasLayer.js';
 const kDistance = 96;
 const kFont = '600 11px system-ui, sans-serif';
 const kEdge = 4;
+/** Pixels of the upper edge that the meridians' labels take. */
+const kStrip = 30;
 
 /** A line that can be seen on bright and on dark ground. */
 function stroke(context, path) {
-  context.strokeStyle = 'rgba(255, 255, 255, 0.55)';
+  context.strokeStyle = 'rgba(255, 255, 255, 0.7)';
   context.lineWidth = 3;
   context.stroke(path);
   context.strokeStyle = 'rgba(13, 33, 55, 0.9)';
@@ -35,11 +37,15 @@ function degreesOf([west, south, east, north]) {
   return [toLon(west), Math.max(-kLatitudeEnd, toLat(south)), toLon(east), Math.min(kLatitudeEnd, toLat(north))];
 }
 
-function draw(context, frame, insets) {
+/** Which lines are in view. */
+function linesOf(frame) {
   const spacing = spacingAt(kHalf / 180 / frame.resolution, kDistance);
   const [west, south, east, north] = degreesOf(frame.extent);
-  const meridians = linesBetween(west, east, spacing);
-  const parallels = linesBetween(south, north, spacing);
+  return { spacing, meridians: linesBetween(west, east, spacing), parallels: linesBetween(south, north, spacing) };
+}
+
+function drawLines(context, frame) {
+  const { meridians, parallels } = linesOf(frame);
   const top = Math.max(0, frame.toRow(kHalf));
   const bottom = Math.min(frame.height, frame.toRow(-kHalf));
   const path = new Path2D();
@@ -52,19 +58,36 @@ function draw(context, frame, insets) {
     path.lineTo(frame.width, frame.toRow(toY(lat)));
   }
   stroke(context, path);
+}
+
+function drawLabels(context, frame, insets) {
+  const { spacing, meridians, parallels } = linesOf(frame);
   context.font = kFont;
   context.textBaseline = 'middle';
-  const { left, above } = insets();
-  for (const lat of parallels)
-    label(context, lineLabel(lat, spacing.decimals, 'N', 'S'), left + kEdge, frame.toRow(toY(lat)), 'left');
-  for (const lon of meridians)
-    label(context, lineLabel(lon, spacing.decimals, 'E', 'W'), frame.toColumn(toX(lon)), above + kEdge + 8, 'center');
+  const { above, below } = insets();
+  for (const lat of parallels) {
+    const row = frame.toRow(toY(lat));
+    // The corner is the meridians'.
+    if (row > above + kStrip && row < frame.height - below)
+      label(context, lineLabel(lat, spacing.decimals, 'N', 'S'), kEdge, row, 'left');
+  }
+  for (const lon of meridians) {
+    const text = lineLabel(lon, spacing.decimals, 'E', 'W');
+    const column = frame.toColumn(toX(lon));
+    const half = context.measureText(text).width / 2 + kEdge;
+    if (column > half && column < frame.width - half) label(context, text, column, above + kEdge + 8, 'center');
+  }
+}
+
+/** Lines at round degrees of WGS 84. */
+export function graticuleLayer() {
+  return canvasLayer(drawLines, 'overlay-graticule');
 }
 
 /**
- * Lines at round degrees of WGS 84, labelled at the upper and the left edge.
- * @param {() => {left: number, above: number}} insets  pixels at the edges that controls cover
+ * What stands at these lines, at the upper and the left edge: a layer for itself, above all others.
+ * @param {() => {above: number, below: number}} insets  pixels at the edges that controls cover
  */
-export function graticuleLayer(insets) {
-  return canvasLayer((context, frame) => draw(context, frame, insets), 'overlay-graticule');
+export function degreesLayer(insets) {
+  return canvasLayer((context, frame) => drawLabels(context, frame, insets), 'overlay-degrees');
 }

@@ -55,15 +55,27 @@ async function fetchPatiently(address, signal) {
   }
 }
 
+/** @param {number} status  of an answer without a tile: the gateway itself could not try */
+const isBusy = (status) => status === 503 || status === 504;
+
+/** A tile of twice the size; where there is none, a plain one, which may be there all the same. */
+async function fetchTile(template, tile, isSharp, signal) {
+  if (isSharp) {
+    const answer = await fetchPatiently(tileAddress(template, tile, '@2x'), signal);
+    if (answer.ok || isBusy(answer.status)) return { answer, isSharp };
+  }
+  return { answer: await fetchPatiently(tileAddress(template, tile), signal), isSharp: false };
+}
+
 function serverTime(headers) {
   const match = /(?:^|,)\s*tile\s*;[^,]*?dur=([\d.]+)/.exec(headers.get('Server-Timing') ?? '');
   return match ? Number(match[1]) : NaN;
 }
 
 /** @returns {Promise<import('../types.js').TileRecord & {image: CanvasImageSource}>} */
-async function read(answer) {
+async function read({ answer, isSharp }) {
   const { status, headers } = answer;
-  const known = { status, cache: headers.get('X-Cache') ?? '', ms: serverTime(headers), message: '' };
+  const known = { status, cache: headers.get('X-Cache') ?? '', ms: serverTime(headers), message: '', isSharp };
   if (!answer.ok) {
     const message = firstLine(await answer.text()) || answer.statusText || 'no reason given';
     return { ...known, message, image: wordsTile(titleOf(status), message, status === 404) };
@@ -74,14 +86,23 @@ async function read(answer) {
   return { ...known, image: await createImageBitmap(body, { colorSpaceConversion: 'none' }) };
 }
 
+/** By what the gateway means by them. */
+const kTitles = {
+  403: 'Not enabled',
+  404: 'No tile here',
+  502: 'The service failed',
+  503: 'The gateway is busy',
+  504: 'The service is too slow',
+};
+
 function titleOf(status) {
-  return status === 404 ? 'No tile here' : `No tile: status ${status}`;
+  return kTitles[status] ?? `No tile: status ${status}`;
 }
 
 function failed(error) {
   const isNetwork = error instanceof TypeError;
   const message = isNetwork ? kNoAnswer : `The tile is no picture that can be shown (${error.message}).`;
-  return { status: 0, cache: '', ms: NaN, message, image: wordsTile('No tile', message, false) };
+  return { status: 0, cache: '', ms: NaN, message, isSharp: false, image: wordsTile('No tile', message, false) };
 }
 
 /**
@@ -89,12 +110,13 @@ function failed(error) {
  * covered by a coarser picture.
  * @param {string} template  relative to the gateway's root
  * @param {TileRecords} records  told of every tile
+ * @param {(z: number) => boolean} isSharpAt  whether tiles of twice the size are wanted of a level
  */
-export function makeLoader(template, records) {
+export function makeLoader(template, records, isSharpAt) {
   return async (z, x, y, { signal } = {}) => {
     let outcome;
     try {
-      outcome = await read(await fetchPatiently(tileAddress(template, z, x, y), signal));
+      outcome = await read(await fetchTile(template, { z, x, y }, isSharpAt(z), signal));
     } catch (error) {
       if (signal?.aborted) throw error;
       outcome = failed(error);

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: MIT
 import OlMap from 'ol/Map.js';
 import View from 'ol/View.js';
-import { defaults as defaultInteractions } from 'ol/interaction/defaults.js';
 import { kHalf, toLat, toLon, toX, toY } from '../text/mercator.js';
 import { bordersLayer } from './bordersLayer.js';
-import { graticuleLayer } from './graticuleLayer.js';
+import { degreesLayer, graticuleLayer } from './graticuleLayer.js';
+import { interactions, isCalm } from './interactions.js';
 import { markLayer } from './markLayer.js';
+import { followPixelRatio, isDense } from './sharpness.js';
 import { SideLayer } from './sideLayer.js';
 
 const kDeepest = 24;
@@ -25,7 +26,7 @@ export class MapView {
    * @param {HTMLElement} target
    * @param {import('../state/store.js').Store} store
    * @param {Map<string, import('../types.js').Source>} sources  by id
-   * @param {() => {left: number, above: number}} insets  what controls cover of the map
+   * @param {() => {above: number, below: number}} insets  what controls cover of the map
    */
   constructor(target, store, sources, insets) {
     this.store = store;
@@ -35,7 +36,8 @@ export class MapView {
     this.marks = { point: null, extent: null };
     /** @type {(() => void)[]} */
     this.tileListeners = [];
-    this.graticule = graticuleLayer(insets);
+    this.graticule = graticuleLayer();
+    this.degrees = degreesLayer(insets);
     this.borders = bordersLayer(() => this.shownSides(), () => this.store.view.graticule);
     this.markings = markLayer(() => this.marks);
     const { center, zoom } = store.view;
@@ -55,8 +57,8 @@ export class MapView {
       target,
       view: this.view,
       controls: [],
-      layers: [this.graticule, this.borders, this.markings],
-      interactions: defaultInteractions({ altShiftDragRotate: false, pinchRotate: false }),
+      layers: [this.graticule, this.borders, this.degrees, this.markings],
+      interactions: interactions(),
       maxTilesLoading: 12,
     });
     this.map.on('moveend', () => this.tellMove());
@@ -64,6 +66,10 @@ export class MapView {
     this.map.on('rendercomplete', () => target.setAttribute('aria-busy', 'false'));
     store.subscribe((view) => this.show(view));
     this.show(store.view);
+    followPixelRatio(() => {
+      this.map.setPixelRatio(devicePixelRatio);
+      this.show(this.store.view);
+    });
   }
 
   /** The sides with the part of the map's width that each has. */
@@ -78,6 +84,7 @@ export class MapView {
   show(view) {
     for (const name of kNames) this.showSide(name, view[name]);
     this.graticule.setVisible(view.graticule);
+    this.degrees.setVisible(view.graticule);
     this.borders.setVisible(view.tiles);
     if (!isClose(view.center, view.zoom, this.place())) this.move(view.center, view.zoom);
     this.map.render();
@@ -86,14 +93,17 @@ export class MapView {
   showSide(name, side) {
     const source = side && this.sources.get(side.id);
     const current = this.sides[name];
-    if (source && current?.shows(source, side)) return;
+    if (source && current?.shows(source, side, isDense(devicePixelRatio))) return;
     if (current) this.map.removeLayer(current.layer);
     this.sides[name] = source ? this.makeSide(name, source, side) : null;
   }
 
   makeSide(name, source, side) {
-    const made = new SideLayer(source, side);
-    made.layer.on('prerender', (event) => this.clip(name, event.context));
+    const made = new SideLayer(source, side, isDense(devicePixelRatio));
+    made.layer.on('prerender', ({ context, frameState }) => {
+      this.clip(name, context);
+      context.imageSmoothingEnabled = !made.hasSquares(frameState.viewState.resolution / frameState.pixelRatio);
+    });
     made.layer.on('postrender', (event) => event.context.restore());
     for (const event of ['tileloadend', 'tileloaderror']) {
       made.tiles.on(event, () => {
@@ -137,9 +147,8 @@ export class MapView {
   }
 
   zoomBy(levels) {
-    const isCalm = matchMedia('(prefers-reduced-motion: reduce)').matches;
     this.view.cancelAnimations();
-    this.view.animate({ zoom: Math.round(this.view.getZoom()) + levels, duration: isCalm ? 0 : 200 });
+    this.view.animate({ zoom: Math.round(this.view.getZoom()) + levels, duration: isCalm() ? 0 : 200 });
   }
 
   /** West, south, east, north of what is in view, in metres. */

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 // How long a round number of metres is on the map.
 
-const kLongest = 120;
+/** Pixels; so long that the shortest bar, 2 where 5 is too much, has room for its words. */
+const kLongest = 160;
 
 /**
  * The longest round length that a bar has room for.
@@ -24,6 +25,7 @@ export function showScale(element, mapView) {
     const onGround = resolution * Math.cos((center[1] * Math.PI) / 180);
     const { text, pixels } = scaleOf(onGround);
     element.textContent = text;
+    element.setAttribute('aria-label', `Scale: ${text}`);
     element.style.setProperty('width', `${pixels.toFixed(1)}px`);
   };
   mapView.map.on('moveend', update);

@@ -32,7 +32,7 @@ export function wrap(text, width, measure) {
     if (fits) lines[lines.length - 1] += piece;
     return fits;
   };
-  for (const piece of text.match(/\s*[^\s/]*\/?/g) ?? []) {
+  for (const piece of text.match(/\s*[^\s/]*\/*/g) ?? []) {
     if (add(piece)) continue;
     const word = piece.trimStart();
     lines.push('');

@@ -21,9 +21,13 @@ export class Comparison {
     this.listeners.push(listener);
   }
 
-  /** The side that panels and commands speak of. */
+  /** @returns {import('../types.js').SideName} of the side that panels, keys and commands speak of */
+  get currentName() {
+    return this.store.view.right ? this.chosen : 'left';
+  }
+
   get current() {
-    return this.store.view.right ? this.store.view[this.chosen] : this.store.view.left;
+    return this.store.view[this.currentName];
   }
 
   /** @param {import('../types.js').SideName} name */
@@ -34,8 +38,14 @@ export class Comparison {
 
   /** Shows a source on the chosen side. */
   show(source) {
-    const name = this.store.view.right ? this.chosen : 'left';
-    this.store.updateSide(name, { id: source.id, raw: false, date: '' });
+    this.store.updateSide(this.currentName, { id: source.id, raw: false, date: '' });
+  }
+
+  /** Changes between the aligned and the service's own tiles, where there are both. */
+  changeForm() {
+    const { id, raw } = this.current;
+    const hasBoth = Boolean(this.sources.find((source) => source.id === id)?.raw);
+    if (hasBoth) this.store.updateSide(this.currentName, { raw: !raw });
   }
 
   toggle() {

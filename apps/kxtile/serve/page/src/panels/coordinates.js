@@ -5,7 +5,8 @@ import { copyButton } from '../ui/copyButton.js';
 import { byId, debounce } from '../ui/dom.js';
 
 const kQuietMs = 90;
-const kDatums = ['wgs84', 'gcj02', 'bd09'];
+const kNames = { wgs84: 'WGS 84', gcj02: 'GCJ-02', bd09: 'BD-09' };
+const kDatums = Object.keys(kNames);
 const kNoNumbers = '–';
 
 const turned = (lon) => ((((lon + 180) % 360) + 360) % 360) - 180;
@@ -24,10 +25,10 @@ export class Coordinates {
     this.bar = byId('coordinates');
     this.kind = byId('place-kind');
     this.tile = byId('place-tile');
+    this.fault = byId('place-fault');
     this.outputs = Object.fromEntries(kDatums.map((datum) => [datum, byId(`at-${datum}`)]));
     for (const datum of kDatums) {
-      const button = copyButton(`Copy ${datum.toUpperCase()}`, () => this.outputs[datum].textContent);
-      this.outputs[datum].after(button);
+      this.outputs[datum].after(copyButton(`Copy ${kNames[datum]}`, () => this.outputs[datum]));
     }
     byId('release').addEventListener('click', () => this.release());
     this.askDatums = debounce(kQuietMs, (place) => this.ask(place));
@@ -70,6 +71,10 @@ export class Coordinates {
     this.hold([toX(lon), toY(lat)]);
   }
 
+  copy() {
+    this.outputs.wgs84.nextElementSibling.click();
+  }
+
   release() {
     if (!this.held) return false;
     this.held = null;
@@ -80,7 +85,7 @@ export class Coordinates {
 
   show() {
     const place = this.place();
-    this.kind.textContent = this.held ? 'Held place' : this.pointer ? 'Pointer' : 'Middle';
+    this.kind.textContent = this.held ? 'Pinned' : this.pointer ? 'Pointer' : 'Map centre';
     this.bar.classList.toggle('held', Boolean(this.held));
     byId('release').hidden = !this.held;
     this.showTile();
@@ -101,6 +106,9 @@ export class Coordinates {
     const record = side?.layer.records.get(tile);
     this.tile.textContent = `${tile.z}/${tile.x}/${tile.y}${record?.message ? `: ${record.message}` : ''}`;
     this.tile.title = this.tile.textContent;
+    // Of the tile that is pointed at; that of the middle is nobody's question.
+    this.fault.hidden = !record?.message || !(this.held ?? this.pointer);
+    this.fault.textContent = this.fault.hidden ? '' : `${tile.z}/${tile.x}/${tile.y}: ${record.message}`;
   }
 
   /** The side of the map that the place is on. */

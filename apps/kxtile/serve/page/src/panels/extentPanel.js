@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 import {
-  argumentOf, countLevels, exportCommand, filesCommand, mosaicCommand, mosaicOfServiceCommand, mosaicSize, nameOfFile,
+  argumentOf, countLevels, exportCommand, filesCommand, kManyTiles, mosaicCommand, mosaicOfTilesCommand, mosaicSize,
+  nameOfFile,
 } from '../text/commands.js';
 import { root } from '../state/gateway.js';
 import { visibleExtent } from '../text/extent.js';
@@ -11,8 +12,6 @@ const kLevelsAhead = 2;
 /** A picture of fewer pixels shows nothing. */
 const kLeastPixels = 16;
 const kForms = { mbtiles: 'MBTiles', pmtiles: 'PMTiles', tif: 'GeoTIFF' };
-/** From here on kxtile wants to hear --yes for services of others. */
-const kManyTiles = 10000;
 
 const spaced = (number) => number.toLocaleString('en-GB').replaceAll(',', '\u202f');
 
@@ -26,7 +25,7 @@ export class ExtentPanel {
    */
   constructor(mapView, current, date, redraw) {
     Object.assign(this, { mapView, current, date, redraw });
-    this.title = 'Take this extent';
+    this.title = 'Commands for this view';
     this.form = 'mbtiles';
     /** Levels that the visitor set; else they follow the view. */
     this.wanted = null;
@@ -46,10 +45,12 @@ export class ExtentPanel {
     if (!bounds) return [h('p', {}, `${source.name} has nothing in this view.`)];
     const levels = this.levels(source, zoom);
     return [
-      h('p', { class: 'panel-lead' }, 'What is in view, of ', h('strong', {}, source.name), ', on the command line.'),
+      h('p', { class: 'panel-lead' }, 'Take what is in view of ', h('strong', {}, source.name), ' with you, as aligned tiles.'),
       this.extentTable(bounds),
       this.levelFields(source, levels),
-      this.tileTable(bounds, levels),
+      this.tileTable(source, bounds, levels),
+      h('p', { class: 'remark keep-running' }, 'For a terminal, in the folder that is to have the result. The commands ask this ' +
+        'gateway for the tiles: leave kxtile serve running meanwhile.'),
       ...this.commands(source, bounds, levels, Math.max(source.minzoom, Math.min(zoom, source.maxzoom))),
     ];
   }
@@ -57,7 +58,7 @@ export class ExtentPanel {
   extentTable(bounds) {
     const names = ['West', 'South', 'East', 'North'];
     return h('dl', { class: 'extent' }, ...names.map((name, i) =>
-      h('div', {}, h('dt', {}, name), h('dd', {}, String(bounds[i])))));
+      h('div', {}, h('dt', {}, name), h('dd', {}, String(Number(bounds[i].toFixed(6)))))));
   }
 
   levelFields(source, [from, to]) {
@@ -79,13 +80,13 @@ export class ExtentPanel {
     setTimeout(() => this.redraw());
   }
 
-  tileTable(bounds, range) {
+  tileTable(source, bounds, range) {
     const { levels, total } = countLevels(bounds, range);
     return h('table', { class: 'tile-counts' },
       h('caption', {}, h('strong', { id: 'tile-total' }, spaced(total)), total === 1 ? ' tile' : ' tiles'),
       h('tbody', {}, ...levels.map(({ z, count }) => h('tr', {},
         h('th', { scope: 'row' }, `Level ${z}`), h('td', {}, spaced(count))))),
-      total > kManyTiles ? h('tfoot', {}, h('tr', {}, h('td', { colspan: '2' },
+      total > kManyTiles && source.kind !== 'raster' ? h('tfoot', {}, h('tr', {}, h('td', { colspan: '2' },
         'With so many kxtile asks for --yes; look at the terms of the service first.'))) : null);
   }
 
@@ -94,10 +95,10 @@ export class ExtentPanel {
     const name = nameOfFile(source, this.date());
     return [
       h('h3', {}, 'A tree of tile files'),
-      copyBlock('kxtile files', filesCommand(argument, bounds, levels, `${name}-tiles`)),
+      copyBlock('kxtile files', filesCommand(argument, bounds, levels, `${name}-tiles`, source.kind === 'raster')),
       h('h3', {}, 'One file with all tiles'),
       this.formChoice(),
-      copyBlock('kxtile export', exportCommand(argument, bounds, levels, `${name}.${this.form}`)),
+      copyBlock('kxtile export', exportCommand(argument, bounds, levels, `${name}.${this.form}`, source.kind === 'raster')),
       h('h3', {}, 'One picture'),
       ...this.mosaic(source, bounds, zoom, argument, name),
     ];
@@ -110,18 +111,20 @@ export class ExtentPanel {
     const size = `${spaced(width)} × ${spaced(height)} pixels, as on the map at level ${zoom}.`;
     if (Math.min(width, height) < kLeastPixels)
       return [h('p', { class: 'remark' }, `${size} Zoom in for a larger one.`)];
-    // A raster is read where it lies; a mosaic of a service is one of tiles that were fetched.
-    if (source.kind === 'raster') {
-      const file = source.file ?? source.id;
-      return [
-        h('p', { class: 'remark' }, `${size} Run it in the folder of ${file}.`),
-        copyBlock('kxtile mosaic', mosaicCommand(file, bounds, zoom, `${name}.png`)),
-      ];
-    }
     const { total } = countLevels(bounds, [zoom, zoom]);
     return [
       h('p', { class: 'remark' }, `${size} Its ${spaced(total)} ${total === 1 ? 'tile is' : 'tiles are'} fetched first.`),
-      copyBlock('kxtile mosaic', mosaicOfServiceCommand(argument, bounds, zoom, name)),
+      copyBlock('kxtile mosaic', mosaicOfTilesCommand(argument, bounds, zoom, name)),
+      ...this.mosaicOfFile(source, bounds, zoom, name),
+    ];
+  }
+
+  /** Who has the raster itself needs no tiles. Where it lies the gateway tells nobody. */
+  mosaicOfFile({ kind, file }, bounds, zoom, name) {
+    if (kind !== 'raster' || !file) return [];
+    return [
+      h('p', { class: 'remark' }, `Or, in the folder that has ${file}, straight from it and without the gateway:`),
+      copyBlock('kxtile mosaic of the file', mosaicCommand(file, bounds, zoom, `${name}.png`)),
     ];
   }
 

@@ -2,6 +2,7 @@
 import { describePlace, parsePlace } from '../text/place.js';
 import { tileExtent, toLat, toLon } from '../text/mercator.js';
 import { announce } from '../ui/copyButton.js';
+import { smallScreen } from '../ui/dom.js';
 
 /** From farther away than this a coordinate is gone to at this level. */
 const kCloseEnough = 12;
@@ -17,6 +18,8 @@ export class GoTo {
   constructor(elements, store, mapView, coordinates) {
     Object.assign(this, { elements, store, mapView, coordinates });
     this.usual = elements.hint.textContent;
+    // What it takes, the hint says as soon as one types.
+    if (smallScreen().matches) elements.input.placeholder = 'Go to…';
     elements.form.addEventListener('submit', (event) => {
       event.preventDefault();
       this.go();

@@ -16,7 +16,7 @@ export class KeysPanel {
     return [
       h('dl', { class: 'keys' },
         ...this.shortcuts().map(({ key, name }) => row(key === 'Escape' ? 'Esc' : key, name)),
-        row('Arrows', 'On the map: move it. On the swipe handle: move the split'),
+        row('Arrows', 'On the map: move it. On the swipe handle: move it. In the list: up and down'),
         row('+ −', 'On the map: one level in, one level out')),
       h('h3', {}, 'Going to a place'),
       h('p', { class: 'remark' }, 'Longitude, latitude in degrees of WGS 84; with letters in either order ' +

@@ -40,7 +40,9 @@ export class SourceList {
     const { list, search, count } = this.elements;
     const found = this.sources.filter((source) => matches(source, search.value.trim()));
     count.textContent = search.value ? `${found.length} of ${this.sources.length}` : `${this.sources.length}`;
-    const none = h('li', { class: 'none' }, `No source has “${search.value}” in it.`);
+    const none = h('li', { class: 'none' }, this.sources.length ? `No source has “${search.value}” in it.`
+      : 'This gateway has no source yet. Start kxtile serve with a definition, a raster or a folder of them; ' +
+        'with the option -\u2060-\u2060watch it also takes what comes into a folder later.');
     replace(list, ...(found.length ? found.map((source) => this.item(source)) : [none]));
   }
 
@@ -60,6 +62,11 @@ export class SourceList {
       source.error ? h('span', { class: 'source-error' }, icon('warning'), source.error) : null));
   }
 
+  clear() {
+    this.elements.search.value = '';
+    this.draw();
+  }
+
   buttons() {
     return [...this.elements.list.querySelectorAll('button')];
   }
@@ -69,6 +76,7 @@ export class SourceList {
     const [first] = this.buttons();
     if (event.key === 'ArrowDown') first?.focus();
     else if (event.key === 'Enter') first?.click();
+    else if (event.key === 'Escape' && this.elements.search.value) this.clear();
     else return;
     event.preventDefault();
   }

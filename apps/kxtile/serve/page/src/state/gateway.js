@@ -4,9 +4,12 @@
 /** The gateway's address, without a slash at the end. */
 export const root = new URL('.', document.baseURI).href.replace(/\/$/, '');
 
-/** @param {string} template  relative to the gateway's root */
-export function tileAddress(template, z, x, y) {
-  return root + template.replace('{z}', z).replace('{x}', x).replace('{y}', y);
+/**
+ * @param {string} template  relative to the gateway's root
+ * @param {string} size      "@2x" for a tile of twice the size
+ */
+export function tileAddress(template, { z, x, y }, size = '') {
+  return root + template.replace('{z}', z).replace('{x}', x).replace('{y}', y + size);
 }
 
 async function ask(path, signal, cache = 'default') {

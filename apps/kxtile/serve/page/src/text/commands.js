@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 import { countTiles, toX, toY } from './mercator.js';
-import { shellWord } from './quote.js';
+import { fileWord, shellWord } from './quote.js';
 
 /** A level serves pixels of its own size and larger ones: by so much, kxtile finds the level. */
 const kAbove = 1 + 2e-9;
@@ -43,22 +43,32 @@ export function argumentOf(root, source, date) {
   return `${root}${template}${date ? `?date=${date}` : ''}`;
 }
 
-const sharedOptions = (bounds, [from, to]) =>
-  `--bounds ${bounds.map((degrees) => short(degrees, 8)).join(',')} --levels ${from === to ? from : `${from}-${to}`}`;
+/** Of degrees: bounds that lie on tiles' edges stay there on every level. */
+const kBoundsDigits = 12;
+
+/** From here on kxtile wants to hear --yes before it asks a service. */
+export const kManyTiles = 10000;
+
+function sharedOptions(bounds, [from, to], isOwn) {
+  const isMany = isOwn && countLevels(bounds, [from, to]).total > kManyTiles;
+  const levels = from === to ? from : `${from}-${to}`;
+  return `--bounds ${bounds.map((degrees) => short(degrees, kBoundsDigits)).join(',')} --levels ${levels}${isMany ? ' --yes' : ''}`;
+}
 
 /**
  * @param {string} argument   what names the source
  * @param {number[]} bounds   west, south, east, north in degrees
  * @param {number[]} levels   first, last
  * @param {string} folder     that the tree is to stand in
+ * @param {boolean} isOwn     whether the tiles are made of a file: nobody minds many of them
  */
-export function filesCommand(argument, bounds, levels, folder) {
-  return `kxtile files ${shellWord(argument)} ${sharedOptions(bounds, levels)} -o ${shellWord(folder)}`;
+export function filesCommand(argument, bounds, levels, folder, isOwn = false) {
+  return `kxtile files ${shellWord(argument)} ${sharedOptions(bounds, levels, isOwn)} -o ${fileWord(folder)}`;
 }
 
 /** @param {string} output  name of the file, whose ending says its form */
-export function exportCommand(argument, bounds, levels, output) {
-  return `kxtile export ${shellWord(argument)} ${sharedOptions(bounds, levels)} -o ${shellWord(output)}`;
+export function exportCommand(argument, bounds, levels, output, isOwn = false) {
+  return `kxtile export ${shellWord(argument)} ${sharedOptions(bounds, levels, isOwn)} -o ${fileWord(output)}`;
 }
 
 /**
@@ -72,15 +82,15 @@ export function mosaicCommand(raster, bounds, zoom, output) {
   const [west, north] = [toX(bounds[0]), toY(bounds[3])].map((value) => Number(short(value, 3)));
   const [east, south] = [west + width * resolution + kHalfDigit, north - height * resolution - kHalfDigit];
   const metres = [west, south, east, north].map((value) => short(value, 3));
-  return `kxtile mosaic ${shellWord(raster)} --bounds ${metres.join(',')} ` +
-    `--crs EPSG:3857 --resolution ${resolution} -o ${shellWord(output)}`;
+  return `kxtile mosaic ${fileWord(raster)} --bounds ${metres.join(',')} ` +
+    `--crs EPSG:3857 --resolution ${resolution} -o ${fileWord(output)}`;
 }
 
 /**
- * The same of a service: its tiles of the level first, then the picture of these.
+ * The same of the gateway's tiles: those of the level first, then the picture of these.
  * @param {string} name  of both files, without extension
  */
-export function mosaicOfServiceCommand(argument, bounds, zoom, name) {
+export function mosaicOfTilesCommand(argument, bounds, zoom, name) {
   const tiles = `${name}-${zoom}.mbtiles`;
   return `${exportCommand(argument, bounds, [zoom, zoom], tiles)} &&\n` +
     mosaicCommand(tiles, bounds, zoom, `${name}.png`);

@@ -21,7 +21,7 @@ function commonLongitudes(from, to, [west, , east]) {
 
 /**
  * The visible extent in degrees, within a source's bounds, rounded outwards to digits that tell
- * pixels apart.
+ * pixels apart; but not beyond these bounds, where the next tile would begin that the source has not.
  * @param {number[]} metres  west, south, east, north of the view on Web Mercator's plane
  * @param {number[]} bounds  of the source in degrees
  * @returns {?number[]} west, south, east, north; west beyond east where the antimeridian lies inside;
@@ -32,15 +32,17 @@ export function visibleExtent(metres, zoom, bounds) {
   const south = Math.max(toLat(metres[1]), bounds[1], -kLatitudeEnd);
   const north = Math.min(toLat(metres[3]), bounds[3], kLatitudeEnd);
   if (!longitudes || south >= north) return null;
-  return roundOutwards([longitudes[0], south, longitudes[1], north], digitsAt(zoom));
+  return roundOutwards([longitudes[0], south, longitudes[1], north], digitsAt(zoom), bounds);
 }
 
-function roundOutwards([west, south, east, north], digits) {
+function roundOutwards([west, south, east, north], digits, ends) {
   const power = 10 ** digits;
+  const down = (degrees, end) => (degrees === end ? end : Math.floor(degrees * power) / power);
+  const up = (degrees, end) => (degrees === end ? end : Math.ceil(degrees * power) / power);
   return [
-    Math.max(-180, Math.floor(west * power) / power),
-    Math.max(-90, Math.floor(south * power) / power),
-    Math.min(180, Math.ceil(east * power) / power),
-    Math.min(90, Math.ceil(north * power) / power),
+    Math.max(-180, down(west, ends[0])),
+    Math.max(-90, down(south, ends[1])),
+    Math.min(180, up(east, ends[2])),
+    Math.min(90, up(north, ends[3])),
   ];
 }

@@ -6,6 +6,11 @@ export function shellWord(text) {
   return /^[A-Za-z0-9_@%+=:,./-]+$/.test(text) ? text : `'${text.replaceAll("'", "'\\''")}'`;
 }
 
+/** A file's name as a word of a shell command: one that begins like an option is none for that. */
+export function fileWord(name) {
+  return shellWord(name.startsWith('-') ? `./${name}` : name);
+}
+
 /** A text in JavaScript that may stand in a page: no quote, tag or line ends it. */
 export function scriptText(text) {
   return JSON.stringify(text).replace(/[<\u2028\u2029]/g, (character) =>

@@ -19,7 +19,7 @@ function formatMs(ms) {
  * @param {import('../types.js').TileRecord} [record]  none while the tile is on its way
  */
 export function linesOf(tile, record) {
-  const address = `${tile.z}/${tile.x}/${tile.y}`;
+  const address = `${tile.z}/${tile.x}/${tile.y}${record?.isSharp ? '@2x' : ''}`;
   if (!record) return [address];
   const state = record.message ? record.status || 'no answer' : record.cache || record.status;
   const time = Number.isFinite(record.ms) ? ` · ${formatMs(record.ms)}` : '';

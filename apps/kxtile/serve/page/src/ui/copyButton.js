@@ -3,6 +3,8 @@ import { h } from './dom.js';
 import { icon } from './icons.js';
 
 const kThanksMs = 1600;
+/** As long as it takes to read what to do, and to do it. */
+const kHintMs = 6000;
 
 /** Copies where the clipboard's own operation is not there: pages that are not on loopback or TLS. */
 function copyBySelection(text) {
@@ -29,31 +31,47 @@ export function announce(text) {
   document.getElementById('announcer').textContent = text;
 }
 
+/** What is left to do once a text is selected. */
+function selectedHint() {
+  if (matchMedia('(pointer: coarse)').matches) return 'Selected. Choose Copy.';
+  return /Mac/.test(navigator.platform) ? 'Selected. Press ⌘C.' : 'Selected. Press Ctrl+C.';
+}
+
+/** Shows beside a button for a while how it ended. */
+function show(button, name, hint) {
+  clearTimeout(button.timer);
+  button.replaceChildren(icon(name), ...(hint ? [h('span', { class: 'copy-hint' }, hint)] : []));
+  button.classList.toggle('done', name === 'check');
+  button.timer = setTimeout(() => {
+    button.replaceChildren(icon('copy'));
+    button.classList.remove('done');
+  }, hint ? kHintMs : kThanksMs);
+}
+
 /**
+ * Where a browser lets no page copy, the text is selected for its visitor to copy.
  * @param {string} what  for the label: "Copy the command"
- * @param {() => string} text
+ * @param {() => HTMLElement} element  that holds the text
  */
-export function copyButton(what, text) {
+export function copyButton(what, element) {
   const button = h('button', {
     type: 'button', class: 'icon-button copy', 'aria-label': what, title: what, 'data-key': what,
   }, icon('copy'));
   button.addEventListener('click', async () => {
-    const isDone = await copy(text());
-    announce(isDone ? 'Copied.' : 'The browser did not allow copying.');
+    const isDone = await copy(element().textContent);
     button.focus();
-    button.replaceChildren(icon(isDone ? 'check' : 'warning'));
-    button.classList.toggle('done', isDone);
-    setTimeout(() => {
-      button.replaceChildren(icon('copy'));
-      button.classList.remove('done');
-    }, kThanksMs);
+    if (!isDone) getSelection().selectAllChildren(element());
+    const hint = isDone ? '' : selectedHint();
+    announce(hint || 'Copied.');
+    show(button, isDone ? 'check' : 'copy', hint);
   });
   return button;
 }
 
 /** A text to copy, with its button. */
 export function copyBlock(label, text) {
+  const code = h('code', {}, text);
   return h('div', { class: 'copy-block' },
-    h('pre', { tabindex: '0', 'aria-label': label }, h('code', {}, text)),
-    copyButton(`Copy: ${label}`, () => text));
+    h('pre', { tabindex: '0', 'aria-label': label }, code),
+    copyButton(`Copy: ${label}`, () => code));
 }

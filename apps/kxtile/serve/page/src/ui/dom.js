@@ -46,6 +46,9 @@ export function replace(element, ...children) {
   keepFocus(element, () => element.replaceChildren(...children.filter(Boolean)));
 }
 
+/** Phones and windows as small; what is asked here is asked in css/small.css, too. */
+export const smallScreen = () => matchMedia('(max-width: 760px), (max-height: 480px)');
+
 /** Calls a function once things have been quiet for a while. */
 export function debounce(ms, action) {
   let timer = 0;
