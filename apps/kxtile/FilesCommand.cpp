@@ -3,10 +3,13 @@
 #include "KxFile.h"
 #include "KxTileFetcher.h"
 #include "TileTree.h"
+#include "jobs/Coverage.h"
 #include "jobs/JobArguments.h"
 
 #include <CLI/CLI.hpp>
+#include <fmt/format.h>
 
+#include <cstdio>
 #include <memory>
 
 namespace KxTileHost {
@@ -64,6 +67,9 @@ void RunFiles(const GlobalOptions& global, const FilesArguments& arguments)
         tiles, [&tree](const HostTile& tile) { return tree.Make(tile); }, job);
     if (!end.m_isInterrupted) // that must be over soon, and the tree may be large
         tree.Tidy();
+    const std::string hint = HintAtCoverage(origin, tiles, end);
+    if (!hint.empty())
+        fmt::print(stderr, "kxtile: {}\n", Printable(hint));
     PrintJobEnd(options, end, tree.GetFolder(), job.m_failedList);
     ThrowUnlessComplete(end);
 }
@@ -80,9 +86,16 @@ void AddFilesCommand(CLI::App& app, const GlobalOptions& options)
                         arguments->m_folder,
                         "Folder of the tree (the cache folder); the disk cache is not used then");
     command->footer(
-        std::string("Tiles are Web Mercator tiles, FOLDER/KEY/LEVEL/ROW/COLUMN.EXT with rows from "
-                    "the north; KEY\nstands for the source. Tiles that are there already are left "
-                    "as they are.\n") +
+        std::string(
+            "Tiles are Web Mercator tiles, FOLDER/KEY/LEVEL/ROW/COLUMN.EXT with rows from "
+            "the north; KEY\nstands for the source (and the size, where --size is not its own). "
+            "Tiles that are there already are\nleft as they are.\n"
+            "Beside each tile lies a world file, .jgw or .pgw: its lines are pixel width, "
+            "0, 0, negative pixel\nheight, and the tile's north-west corner in metres "
+            "(EPSG:3857, which a GIS must be told). A GIS that\ntakes the last two lines "
+            "for the middle of the first pixel, as ESRI defines it and GDAL and QGIS\n"
+            "read it, shows tiles half a pixel further north-west; `export -o FILE.tif` is "
+            "exact everywhere.\n") +
         kJobExitCodes +
         "\nExamples:\n"
         "  kxtile files city.toml --bounds 116.2,39.8,116.6,40.0 --levels 8-14\n"

@@ -10,6 +10,7 @@
 #include <fmt/format.h>
 
 #include <cmath>
+#include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <numbers>
@@ -44,15 +45,47 @@ constexpr double kPixelsPerTile = 256;
         fmt::format("cannot open the raster '{}'{}{}", path, why.empty() ? "" : ": ", why));
 }
 
+void WarnOfAssumption(const std::string& path, const KxC::KxRasterDescription& description)
+{
+    if (description.m_bCrsAssumed)
+        fmt::print(stderr,
+                   "kxtile: warning: '{}' does not say its coordinate system; {} is assumed, "
+                   "because its numbers fit. A .prj file beside it would say it.\n",
+                   Printable(path),
+                   description.m_strCrsName.Cstr());
+}
+
 } // namespace
 
-KxC::KxRasterDataAccessor& OpenRasterFile(const std::string& path)
+KxC::KxRasterDataAccessor& OpenRasterFile(const std::string& path, AssumedCrs assumed)
 {
     KxC::KxRasterDataAccessor* const raster =
         KxC::m_gRasterAccessorManager.OpenDataAccessor(path.c_str());
     if (raster == nullptr)
         ThrowNotOpened(path, KxC::KxRasterDataAccessor::GetThreadError().Cstr());
+    if (assumed == AssumedCrs::Warn)
+        WarnOfAssumption(path, DescriptionOf(*raster));
     return *raster;
+}
+
+KxC::KxRasterDescription DescriptionOf(const KxC::KxRasterDataAccessor& raster)
+{
+    KxC::KxRasterDescription description;
+    if (const auto* const describer = dynamic_cast<const KxC::KxRasterDescriber*>(&raster))
+        describer->Describe(description);
+    return description;
+}
+
+GeoBounds ExtentOf(const KxC::KxRasterDataAccessor& raster)
+{
+    const KxC::KxRect2d& rect = raster.GetLatLonBounds();
+    GeoBounds bounds{rect.m_dLeft, rect.m_dBottom, rect.m_dRight, rect.m_dTop};
+    const KxC::KxRasterDescription description = DescriptionOf(raster);
+    if (description.m_bAcrossAntimeridian) {
+        bounds.m_west = description.m_dWest;
+        bounds.m_east = description.m_dEast;
+    }
+    return bounds;
 }
 
 double MetresPerPixel(int level)

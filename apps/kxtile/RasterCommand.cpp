@@ -42,31 +42,85 @@ const char* NameOf(KxC::KxEGeoReferenceType type)
     return "unknown";
 }
 
+nlohmann::ordered_json NumberOrNull(int number)
+{
+    return number > 0 ? nlohmann::ordered_json(number) : nlohmann::ordered_json(nullptr);
+}
+
+nlohmann::ordered_json CrsAsJson(const KxC::KxRasterDescription& description)
+{
+    if (description.m_strCrsName.IsEmpty() != 0)
+        return nullptr;
+    return {{"name", description.m_strCrsName.Cstr()},
+            {"epsg", NumberOrNull(description.m_nEpsg)},
+            {"assumed", description.m_bCrsAssumed}};
+}
+
 void PrintInfoAsJson(const std::string& path, KxC::KxRasterDataAccessor& raster)
 {
-    const KxC::KxRect2d& bounds = raster.GetLatLonBounds();
-    PrintJson({{"raster", path},
-               {"type", NameOf(raster.GetGeoReferenceType())},
-               {"min_level", raster.GetMinLevel()},
-               {"max_level", raster.GetMaxLevel()},
-               {"bounds", {bounds.m_dLeft, bounds.m_dBottom, bounds.m_dRight, bounds.m_dTop}},
-               {"min_metres_per_pixel", MetresPerPixel(raster.GetMaxLevel())}});
+    const GeoBounds bounds = ExtentOf(raster);
+    const KxC::KxRasterDescription description = DescriptionOf(raster);
+    nlohmann::ordered_json answer{
+        {"raster", path},
+        {"type", NameOf(raster.GetGeoReferenceType())},
+        {"crs", CrsAsJson(description)},
+        {"width", NumberOrNull(description.m_nWidth)},
+        {"height", NumberOrNull(description.m_nHeight)},
+        {"bands", NumberOrNull(description.m_nBands)},
+        {"band_type", description.m_strBandType.Cstr()},
+        {"min_level", raster.GetMinLevel()},
+        {"max_level", raster.GetMaxLevel()},
+        {"bounds", {bounds.m_west, bounds.m_south, bounds.m_east, bounds.m_north}},
+        {"min_metres_per_pixel", MetresPerPixel(raster.GetMaxLevel())}};
+    if (description.m_strBandType.IsEmpty() != 0)
+        answer["band_type"] = nullptr;
+    PrintJson(answer);
+}
+
+std::string CrsInWords(const KxC::KxRasterDescription& description)
+{
+    if (description.m_strCrsName.IsEmpty() != 0)
+        return "unknown";
+    std::string words = Printable(description.m_strCrsName.Cstr());
+    if (description.m_nEpsg > 0)
+        words += fmt::format(" (EPSG:{})", description.m_nEpsg);
+    if (description.m_bCrsAssumed)
+        words += ", assumed: the file does not say it (a .prj file beside it would)";
+    return words;
+}
+
+std::string SizeInWords(const KxC::KxRasterDescription& description)
+{
+    if (description.m_nWidth == 0)
+        return "unknown";
+    return fmt::format("{} x {} pixels, {} band{} of {}",
+                       description.m_nWidth,
+                       description.m_nHeight,
+                       description.m_nBands,
+                       description.m_nBands == 1 ? "" : "s",
+                       description.m_strBandType.Cstr());
 }
 
 void PrintInfo(const std::string& path, KxC::KxRasterDataAccessor& raster)
 {
-    const KxC::KxRect2d& bounds = raster.GetLatLonBounds();
+    const GeoBounds bounds = ExtentOf(raster);
+    const KxC::KxRasterDescription description = DescriptionOf(raster);
     fmt::print("{}\n"
                "  georeference  {}\n"
-               "  longitude     {:.9g} to {:.9g}\n"
+               "  system        {}\n"
+               "  size          {}\n"
+               "  longitude     {:.9g} to {:.9g}{}\n"
                "  latitude      {:.9g} to {:.9g}\n"
                "  levels        {} to {} (down to {} metres a pixel at the equator)\n",
                path,
                NameOf(raster.GetGeoReferenceType()),
-               bounds.m_dLeft,
-               bounds.m_dRight,
-               bounds.m_dBottom,
-               bounds.m_dTop,
+               CrsInWords(description),
+               SizeInWords(description),
+               bounds.m_west,
+               bounds.m_east,
+               bounds.CrossesAntimeridian() ? ", across the antimeridian" : "",
+               bounds.m_south,
+               bounds.m_north,
                raster.GetMinLevel(),
                raster.GetMaxLevel(),
                ShortNumber(MetresPerPixel(raster.GetMaxLevel())));
@@ -74,7 +128,7 @@ void PrintInfo(const std::string& path, KxC::KxRasterDataAccessor& raster)
 
 void RunInfo(const GlobalOptions& options, const RasterArguments& arguments)
 {
-    KxC::KxRasterDataAccessor& raster = OpenRasterFile(arguments.m_raster);
+    KxC::KxRasterDataAccessor& raster = OpenRasterFile(arguments.m_raster, AssumedCrs::Pass);
     const auto print = options.m_json ? PrintInfoAsJson : PrintInfo;
     print(arguments.m_raster, raster);
 }
@@ -142,13 +196,19 @@ void RunTile(const GlobalOptions& options, const RasterArguments& arguments)
 
 void AddInfo(CLI::App& raster, const GlobalOptions& options)
 {
-    CLI::App* command = raster.add_subcommand("info", "Tell a raster's levels, bounds and type");
+    CLI::App* command =
+        raster.add_subcommand("info", "Tell a raster's coordinate system, size, bounds and levels");
     const auto arguments = std::make_shared<RasterArguments>();
     command->add_option("FILE", arguments->m_raster, "Raster file, or a pack of tiles")->required();
-    command->footer("Bounds are degrees, WGS 84.\n"
-                    "Examples:\n"
-                    "  kxtile raster info world.tif\n"
-                    "  kxtile raster info world.tif --json");
+    command->footer(
+        "Bounds are degrees, WGS 84; a west greater than the east goes across the "
+        "antimeridian.\n"
+        "A coordinate system is assumed where neither the raster nor a .prj file beside "
+        "it names one:\nWGS 84 where its numbers fit into the world's degrees, else Web "
+        "Mercator.\n"
+        "Examples:\n"
+        "  kxtile raster info world.tif\n"
+        "  kxtile raster info world.tif --json");
     command->callback([&options, arguments] { RunInfo(options, *arguments); });
 }
 

@@ -110,10 +110,17 @@ Secrets::Secrets(const std::string& path)
     SortByLength();
 }
 
-Secrets Secrets::OfAddress(const std::string& address, const std::string& shown)
+Secrets Secrets::InAddress(const std::string& address)
 {
     Secrets secrets{std::string()};
     secrets.m_valuesAndNames = SecretPiecesOf(address, "***");
+    secrets.SortByLength();
+    return secrets;
+}
+
+Secrets Secrets::OfAddress(const std::string& address, const std::string& shown)
+{
+    Secrets secrets = InAddress(address);
     secrets.m_valuesAndNames.emplace_back(address, shown);
     secrets.SortByLength();
     return secrets;

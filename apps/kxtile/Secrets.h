@@ -24,6 +24,9 @@ public:
     /// @param shown  what stands for the whole address; "***" stands for pieces of it
     static Secrets OfAddress(const std::string& address, const std::string& shown);
 
+    /// Those in an address of which the rest may be shown; "***" stands for them.
+    static Secrets InAddress(const std::string& address);
+
     std::string Mask(std::string text) const;
     /// The names of the variables whose values are secret.
     std::vector<std::string> Names() const { return m_names; }

@@ -8,6 +8,7 @@
 #include "KxNetGetch.h"
 #include "KxTileFetcher.h"
 #include "UnfinishedFiles.h"
+#include "jobs/Outlook.h"
 
 #include <fmt/format.h>
 
@@ -83,6 +84,14 @@ bool MirrorsRows(const TileOrigin& origin)
     return origin.HandsOutOwnTiles() && origin.GetSource()->m_nSouthToNorth != 0;
 }
 
+/// Tiles of another size than the origin's own have a tree of their own: its world files could not
+/// tell them apart, nor could a run that goes on with it.
+std::string FolderNameOf(const TileOrigin& origin)
+{
+    return origin.HasOwnTileSize() ? origin.GetKey()
+                                   : fmt::format("{}-{}px", origin.GetKey(), origin.GetTileSize());
+}
+
 bool HasDateOfHistory(const KxC::KxTSDParamItem& source)
 {
     return source.m_nTileScheme == kSchemeEarthHistory && source.m_bHistoryDataUsed != 0;
@@ -92,8 +101,8 @@ bool HasDateOfHistory(const KxC::KxTSDParamItem& source)
 
 TileTree::TileTree(const TileOrigin& origin)
     : m_origin(origin),
-      m_folder(fmt::format("{}/{}", KxFile::m_strAppCachePath.Cstr(), origin.GetKey())),
-      m_usesOperations(origin.GetSource() != nullptr)
+      m_folder(fmt::format("{}/{}", KxFile::m_strAppCachePath.Cstr(), FolderNameOf(origin))),
+      m_usesOperations(origin.GetSource() != nullptr && origin.HasOwnTileSize())
 {
     const KxC::KxTSDParamItem* const source = origin.GetSource();
     if (source == nullptr)
@@ -234,7 +243,10 @@ std::optional<TileResult> TileTree::WhatTheRequestSays() const
         try {
             ThrowFetchFailure(*source);
         } catch (const CommandError& error) {
-            return TileResult{TileOutcome::Failed, 0, m_origin.WithoutSecrets(error.what())};
+            return TileResult{TileOutcome::Failed,
+                              0,
+                              m_origin.WithoutSecrets(error.what()),
+                              OutlookOfLastRequest()};
         }
     // Of a tile that is made of several the last one says little.
     const bool isHole = request.m_result == KxC::NetError_NoData || request.m_nBytes == 0;
@@ -243,13 +255,14 @@ std::optional<TileResult> TileTree::WhatTheRequestSays() const
     return std::nullopt;
 }
 
-/// For what the operations do not name right, for rasters, whose operation says of no tile whether
+/// For what the operations do not name right, for tiles of another size, which they would put among
+/// those of the origin's own, for rasters, whose operation says of no tile whether
 /// it is a hole, and to learn why a source's operation brought nothing.
 TileResult TileTree::MakeByOurselves(const HostTile& tile) const
 {
     const TileBytes fetched = m_origin.Fetch(tile);
     if (fetched.m_outcome != TileOutcome::Made)
-        return {fetched.m_outcome, 0, fetched.m_why};
+        return {fetched.m_outcome, 0, fetched.m_why, fetched.m_outlook};
     const KxC::KxRawData& bytes = *fetched.m_bytes;
     const std::string ext = m_askedExt.empty() ? bytes.GetExt().Cstr() : "." + m_askedExt;
     const std::string path = PathWithoutExt(tile) + ext;

@@ -12,7 +12,8 @@
 namespace KxTileHost {
 
 /// Tiles as files with world files beside them, written by the library's file operations:
-/// <cache folder>/<key of the origin>/<level>/<row from the north>/<column>.<extension>.
+/// <cache folder>/<key of the origin>/<level>/<row from the north>/<column>.<extension>. Of another
+/// tile size than the origin's own the folder is <key>-<size>px.
 /// Any thread, unless said otherwise.
 class TileTree
 {

@@ -29,6 +29,8 @@ struct KxNetRequestInfo
     double m_dSeconds = 0.0;         ///< from the call to its end, all attempts
     KxString m_strContentType;       ///< of the answer, empty when there was none
     KxString m_strCause;             ///< why it failed, in words; empty on success
+    /// No connection to the host, or none that may be trusted, came to stand in the last attempt.
+    bool m_bUnreached = false;
 };
 
 /// HTTP requests. Connections are kept alive and reused by the thread that made them. Only http

@@ -7,7 +7,8 @@
 
 namespace KxC {
 
-/// Tells where an archive has tiles. Their bytes are what readers of archives are for.
+/// Tells where an archive has tiles, and what they were made from. Their bytes are what readers of
+/// archives are for.
 class KXCOMMON_API KxTileArchivePlaces
 {
 public:
@@ -26,6 +27,12 @@ public:
                       Visitor visitor,
                       void* user,
                       KxString& error);
+
+    /// What KxTileArchiveWriter was told that the tiles were made from.
+    /// @param origin  receives it; empty where the archive does not say it
+    /// @param error   on failure, what is wrong with the file, for people
+    static bool
+    ReadOrigin(const KxString& path, KxTileArchiveFormat format, KxString& origin, KxString& error);
 };
 
 } // namespace KxC

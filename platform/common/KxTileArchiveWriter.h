@@ -2,6 +2,7 @@
 #pragma once
 
 #include "KxCommonExport.h"
+#include "KxPoint.h"
 #include "KxRect2d.h"
 #include "KxString.h"
 
@@ -21,6 +22,9 @@ struct KxTileArchiveMetadata
     KxString m_strName;        ///< for people
     KxString m_strDescription; ///< may be empty
     KxString m_strAttribution; ///< whom the tiles are owed to; may be empty
+    /// What the tiles were made from, for programs that go on with the archive; may be empty.
+    /// Control characters are lost.
+    KxString m_strOrigin = {};
 };
 
 /// What was written.
@@ -32,6 +36,8 @@ struct KxTileArchiveReport
     int m_nMinLevel = 0;
     int m_nMaxLevel = 0;
     KxRect2d m_bounds;    ///< of the last level's tiles; degrees, WGS 84
+    KxPoint2d m_centre;   ///< of the same: x is the longitude; amid tiles that lie on both sides of
+                          ///< the antimeridian, though the bounds go round the earth
     KxString m_strFormat; ///< "png", "jpg", "webp" or "gif": that of most tiles
 };
 

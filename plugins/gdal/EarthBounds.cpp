@@ -45,17 +45,22 @@ public:
         m_north = std::max(m_north, latitude);
     }
     bool IsEmpty() const { return !(m_west <= m_east) || !(m_south <= m_north); }
-    KxRect2d Rect() const
+    EarthBounds Bounds() const
     {
         constexpr double kRounding = 1e-9; // degrees; edges on the antimeridian do not cross it
         const double turns = 360 * std::floor((m_west + 180 + kRounding) / 360);
-        const double west = m_west - turns;
+        const double west = std::max(m_west - turns, -180.0);
         const double east = m_east - turns;
-        const bool isRound = east > 180 + kRounding;
-        return {isRound ? -180 : std::max(west, -180.0),
-                std::clamp(m_north, -90.0, 90.0),
-                isRound ? 180 : std::min(east, 180.0),
-                std::clamp(m_south, -90.0, 90.0)};
+        const bool isAcross = east > 180 + kRounding;
+        const bool isRound = east - west >= 360 - kRounding;
+        EarthBounds bounds;
+        bounds.m_rect = {isAcross ? -180 : west,
+                         std::clamp(m_north, -90.0, 90.0),
+                         isAcross ? 180 : std::min(east, 180.0),
+                         std::clamp(m_south, -90.0, 90.0)};
+        bounds.m_west = isRound ? -180 : west;
+        bounds.m_east = isRound ? 180 : isAcross ? east - 360 : std::min(east, 180.0);
+        return bounds;
     }
 
 private:
@@ -191,7 +196,7 @@ double PixelDegreesAt(const Georeference& georeference, double x, double y)
 
 } // namespace
 
-bool FindEarthBounds(const Georeference& georeference, int width, int height, KxRect2d& rect)
+bool FindEarthBounds(const Georeference& georeference, int width, int height, EarthBounds& bounds)
 {
     const PlaceNet net(georeference, width, height);
     Grower grower;
@@ -205,7 +210,8 @@ bool FindEarthBounds(const Georeference& georeference, int width, int height, Kx
     }
     if (grower.IsEmpty())
         return false;
-    rect = grower.Rect();
+    bounds = grower.Bounds();
+    const KxRect2d& rect = bounds.m_rect;
     return rect.m_dLeft < rect.m_dRight && rect.m_dBottom < rect.m_dTop;
 }
 

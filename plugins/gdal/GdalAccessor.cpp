@@ -175,6 +175,12 @@ void GdalAccessor::ReadTileImage(KxImageData*& image, int level, int row, int co
                    &NoteReadFailure);
 }
 
+void GdalAccessor::Describe(KxRasterDescription& description) const
+{
+    if (m_raster != nullptr)
+        WithoutThrowing([&] { m_raster->DescribeTo(description); });
+}
+
 int GdalAccessor::ReadTileData(
     int /*level*/, int /*row*/, int /*col*/, unsigned char*& bytes, unsigned int& size)
 {

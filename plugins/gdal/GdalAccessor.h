@@ -3,6 +3,7 @@
 
 #include "CrsText.h"
 #include "KxRasterDataAccessor.h"
+#include "KxRasterDescription.h"
 #include "OpenRaster.h"
 #include "Projection.h"
 
@@ -11,7 +12,7 @@
 namespace KxC {
 
 /// Projections through PROJ, rasters through GDAL.
-class GdalAccessor : public KxRasterDataAccessor
+class GdalAccessor : public KxRasterDataAccessor, public KxRasterDescriber
 {
 public:
     GdalAccessor();
@@ -40,6 +41,8 @@ public:
 
     void SrcPtsToWGS84Pts(const KxPoint3d* in, KxPoint3d* out, int count) override;
     void WGS84PtsToSrcPts(const KxPoint3d* in, KxPoint3d* out, int count) override;
+
+    void Describe(KxRasterDescription& description) const override;
 
 private:
     unsigned char Take(CrsForm form, const char* text);

@@ -22,6 +22,7 @@ public:
     /// @return null when the raster has none, or its coordinate system is not understood
     static std::unique_ptr<Georeference> Of(GDALDataset& dataset, const std::string& path);
 
+    const RasterCrs& Crs() const { return m_crs; }
     bool IsGeographic() const { return m_crs.m_isGeographic; }
     /// True when a pixel's column depends on longitude alone, its row on latitude alone, and both
     /// evenly.

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "OpenRaster.h"
 
-#include "EarthBounds.h"
 #include "FileCheck.h"
 #include "GdalScope.h"
 #include "KxMath.h"
@@ -9,10 +8,31 @@
 #include "Stretch.h"
 #include "TilePainter.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <system_error>
+#include <vector>
 
 namespace KxC {
+
+namespace {
+
+/// Each type once, in the order of the bands.
+std::string BandTypesOf(GDALDataset& dataset)
+{
+    std::vector<GDALDataType> types;
+    for (int band = 1; band <= dataset.GetRasterCount(); ++band) {
+        const GDALDataType type = dataset.GetRasterBand(band)->GetRasterDataType();
+        if (std::find(types.begin(), types.end(), type) == types.end())
+            types.push_back(type);
+    }
+    std::string names;
+    for (const GDALDataType type : types)
+        names.append(names.empty() ? "" : " ").append(GDALGetDataTypeName(type));
+    return names;
+}
+
+} // namespace
 
 std::unique_ptr<OpenRaster> OpenRaster::Open(const std::string& path)
 {
@@ -37,6 +57,7 @@ void OpenRaster::Describe(RasterFile& file, const std::string& path)
     GDALDataset& dataset = file.Dataset();
     m_size = SizeOf(dataset);
     m_bandCount = dataset.GetRasterCount();
+    m_bandTypes = BandTypesOf(dataset);
     m_georeference = Georeference::Of(dataset, path);
     std::optional<BandPlan> plan = MakeBandPlan(dataset);
     if (m_georeference == nullptr)
@@ -49,8 +70,26 @@ void OpenRaster::Describe(RasterFile& file, const std::string& path)
     if (!(pixel > 0) ||
         !FindEarthBounds(*m_georeference, m_size.m_width, m_size.m_height, m_bounds))
         throw RasterError("no part of it lies on the earth, as its georeference has it");
-    m_levels = FindLevels(m_bounds, pixel);
+    m_levels = FindLevels(m_bounds.m_rect, pixel);
     FindStretch(file, m_plan);
+}
+
+void OpenRaster::DescribeTo(KxRasterDescription& description) const
+{
+    const RasterCrs& crs = m_georeference->Crs();
+    description.m_nWidth = m_size.m_width;
+    description.m_nHeight = m_size.m_height;
+    description.m_nBands = m_bandCount;
+    description.m_bCrsAssumed = crs.m_isAssumed;
+    description.m_bAcrossAntimeridian = m_bounds.CrossesAntimeridian();
+    description.m_dWest = m_bounds.m_west;
+    description.m_dEast = m_bounds.m_east;
+    description.m_strBandType = m_bandTypes.c_str();
+    description.m_strCrsName = crs.m_name.c_str();
+    if (LiveHolders::Instance().IsClosed())
+        return;
+    const GdalScope scope;
+    description.m_nEpsg = FindEpsgCode(crs);
 }
 
 bool OpenRaster::IsOnTile(int level, int row, int col) const
@@ -60,8 +99,9 @@ bool OpenRaster::IsOnTile(int level, int row, int col) const
         return false;
     KxRect2d tile;
     KxMath::CalcTileBounds(tile, level, row, col);
-    return tile.m_dLeft < m_bounds.m_dRight && tile.m_dRight > m_bounds.m_dLeft &&
-           tile.m_dBottom < m_bounds.m_dTop && tile.m_dTop > m_bounds.m_dBottom;
+    const KxRect2d& bounds = Bounds();
+    return tile.m_dLeft < bounds.m_dRight && tile.m_dRight > bounds.m_dLeft &&
+           tile.m_dBottom < bounds.m_dTop && tile.m_dTop > bounds.m_dBottom;
 }
 
 void OpenRaster::CheckIsSame(RasterFile& file) const

@@ -3,8 +3,10 @@
 
 #include "BandPlan.h"
 #include "DatasetPool.h"
+#include "EarthBounds.h"
 #include "Georeference.h"
 #include "KxImageData.h"
+#include "KxRasterDescription.h"
 #include "KxRect2d.h"
 #include "LevelRange.h"
 
@@ -23,8 +25,11 @@ public:
     static std::unique_ptr<OpenRaster> Open(const std::string& path);
 
     bool IsGeographic() const { return m_georeference->IsGeographic(); }
-    const KxRect2d& Bounds() const { return m_bounds; }
+    const KxRect2d& Bounds() const { return m_bounds.m_rect; }
     const LevelRange& Levels() const { return m_levels; }
+
+    /// Fills what is known.
+    void DescribeTo(KxRasterDescription& description) const;
 
     /// @return null when there is nothing on the tile
     /// @throws RasterError when it cannot be read
@@ -43,7 +48,8 @@ private:
     BandPlan m_plan;
     RasterSize m_size = {};
     int m_bandCount = 0;
-    KxRect2d m_bounds;
+    std::string m_bandTypes; ///< as KxRasterDescription has them
+    EarthBounds m_bounds;
     LevelRange m_levels;
 };
 

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cmath>
 #include <filesystem>
 #include <string_view>
@@ -104,20 +105,66 @@ bool GoesRound(const OGRSpatialReference& crs)
             std::find(std::begin(kCylinders), std::end(kCylinders), name) != std::end(kCylinders));
 }
 
+int CodeOf(const OGRSpatialReference& crs)
+{
+    const char* authority = crs.GetAuthorityName(nullptr);
+    const char* text = crs.GetAuthorityCode(nullptr);
+    if (authority == nullptr || text == nullptr || !EQUAL(authority, "EPSG"))
+        return 0;
+    const std::string_view digits(text);
+    int code = 0; // also of what is no number, or too large
+    std::from_chars(digits.data(), digits.data() + digits.size(), code);
+    return std::max(code, 0);
+}
+
+/// Texts without codes, as .prj files are, are looked for in PROJ's database.
+int CodeOfBestMatch(const OGRSpatialReference& crs)
+{
+    constexpr int kSame = 90; // of 100: but for the names of its parts
+    int count = 0;
+    int* confidences = nullptr;
+    OGRSpatialReferenceH* const matches =
+        const_cast<OGRSpatialReference&>(crs).FindMatches(nullptr, &count, &confidences);
+    int code = 0;
+    if (count > 0 && confidences[0] >= kSame)
+        code = CodeOf(*OGRSpatialReference::FromHandle(matches[0]));
+    OSRFreeSRSArray(matches);
+    CPLFree(confidences);
+    return code;
+}
+
+/// @param format  as GDAL names the dialects
+/// @return empty where the system cannot be written that way
+std::string WktOf(const OGRSpatialReference& crs, const char* format)
+{
+    const std::string option = std::string("FORMAT=") + format;
+    const char* const options[] = {option.c_str(), nullptr};
+    char* text = nullptr;
+    const bool written = crs.exportToWkt(&text, options) == OGRERR_NONE && text != nullptr;
+    const std::string wkt(written ? text : "");
+    CPLFree(text);
+    return wkt;
+}
+
+void Name(const OGRSpatialReference& crs, RasterCrs& result)
+{
+    const char* name = crs.GetName();
+    result.m_name = name != nullptr ? name : "";
+    result.m_epsg = CodeOf(crs);
+    if (result.m_epsg == 0 && result.m_isWgs84)
+        result.m_epsg = 4326;
+    if (result.m_epsg == 0) // in other dialects a system without codes is told less surely
+        result.m_esriWkt = WktOf(crs, "WKT1_ESRI");
+}
+
 bool Describe(const OGRSpatialReference& crs, RasterCrs& result)
 {
     result.m_isGeographic = crs.IsGeographic() != 0;
     result.m_isWgs84 = IsWgs84(crs);
     result.m_goesRound = GoesRound(crs);
-    if (result.m_isWgs84)
-        return true;
-    constexpr const char* kOptions[] = {"FORMAT=WKT2_2019", nullptr};
-    char* text = nullptr;
-    const bool written = crs.exportToWkt(&text, kOptions) == OGRERR_NONE && text != nullptr;
-    if (written)
-        result.m_wkt = text;
-    CPLFree(text);
-    return written;
+    result.m_wkt = WktOf(crs, "WKT2_2019");
+    Name(crs, result);
+    return result.m_isWgs84 || !result.m_wkt.empty();
 }
 
 const OGRSpatialReference* StoredCrs(GDALDataset& dataset)
@@ -128,14 +175,25 @@ const OGRSpatialReference* StoredCrs(GDALDataset& dataset)
 
 } // namespace
 
+int FindEpsgCode(const RasterCrs& crs)
+{
+    OGRSpatialReference found;
+    const bool isUnknown = crs.m_epsg == 0 && !crs.m_esriWkt.empty() &&
+                           found.importFromWkt(crs.m_esriWkt.c_str()) == OGRERR_NONE;
+    return isUnknown ? CodeOfBestMatch(found) : crs.m_epsg;
+}
+
 bool FindCrs(GDALDataset& dataset, const std::string& path, const ImagePlane& plane, RasterCrs& crs)
 {
     OGRSpatialReference found;
     const OGRSpatialReference* stored = StoredCrs(dataset);
     if (stored != nullptr && !stored->IsEmpty())
         found = *stored;
-    else if (!ReadCrsBeside(path, found) && !GuessCrs(ExtentOf(dataset, plane), found))
-        return false;
+    else if (!ReadCrsBeside(path, found)) {
+        if (!GuessCrs(ExtentOf(dataset, plane), found))
+            return false;
+        crs.m_isAssumed = true;
+    }
     MakeFlat(found);
     return Describe(found, crs);
 }

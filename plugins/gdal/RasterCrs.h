@@ -12,7 +12,11 @@ namespace KxC {
 /// The coordinate system of a raster's plane.
 struct RasterCrs
 {
-    std::string m_wkt;           ///< WKT 2; empty when `m_isWgs84`
+    std::string m_wkt;        ///< WKT 2
+    std::string m_name;       ///< for people; empty where it has none
+    int m_epsg = 0;           ///< 0 where it names none
+    std::string m_esriWkt;    ///< by which one is looked for then; empty where it has no such text
+    bool m_isAssumed = false; ///< the raster names none
     bool m_isGeographic = false; ///< degrees
     bool m_isWgs84 = false;      ///< longitude and latitude of WGS 84 as they are
     bool m_goesRound = false;    ///< x is a multiple of longitude: a turn is a distance in x
@@ -25,5 +29,10 @@ bool FindCrs(GDALDataset& dataset,
              const std::string& path,
              const ImagePlane& plane,
              RasterCrs& crs);
+
+/// The EPSG code of a coordinate system; also of one that names none, where PROJ's database knows
+/// it all the same, which takes some time. Only within a GdalScope.
+/// @return 0 where there is none
+int FindEpsgCode(const RasterCrs& crs);
 
 } // namespace KxC

@@ -76,8 +76,8 @@ try {
 
 } // namespace
 
-MbTilesPack::MbTilesPack(const std::string& path, const PackFile& file)
-    : m_name(NameFor(path, file)), m_budget(file.Size())
+MbTilesPack::MbTilesPack(const std::string& path, const PackFile& file, long long steps)
+    : m_name(NameFor(path, file)), m_budget(file.Size(), steps)
 {
     m_idle.reserve(kMaxIdle); // giving back must not fail
     auto connection = std::make_unique<MbTilesConnection>(m_name, m_budget);

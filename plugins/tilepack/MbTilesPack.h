@@ -17,9 +17,12 @@ namespace KxC {
 class MbTilesPack : public TilePack
 {
 public:
-    /// @param file  the same file
+    /// @param file   the same file
+    /// @param steps  as StepBudget has them
     /// @throws PackError
-    MbTilesPack(const std::string& path, const PackFile& file);
+    MbTilesPack(const std::string& path,
+                const PackFile& file,
+                long long steps = StepBudget::kSteps);
 
     bool Read(const TileAddress& address, TileBytes& bytes) override;
 

@@ -148,4 +148,14 @@ try {
     return kReadFailed;
 }
 
+void PackAccessor::Describe(KxRasterDescription& description) const
+try {
+    if (m_pack == nullptr)
+        return;
+    description.m_nEpsg = 3857;
+    description.m_strCrsName = "WGS 84 / Pseudo-Mercator";
+} catch (const std::exception&) {
+    return; // the name is missing
+}
+
 } // namespace KxC

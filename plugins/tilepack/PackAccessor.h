@@ -2,6 +2,7 @@
 #pragma once
 
 #include "KxRasterDataAccessor.h"
+#include "KxRasterDescription.h"
 #include "TilePack.h"
 
 #include <memory>
@@ -10,7 +11,7 @@ namespace KxC {
 
 /// A pack of Web Mercator tiles as a raster. It has no projections: no text is understood, and
 /// points stay as they were.
-class PackAccessor : public KxRasterDataAccessor
+class PackAccessor : public KxRasterDataAccessor, public KxRasterDescriber
 {
 public:
     PackAccessor();
@@ -35,6 +36,9 @@ public:
     void ReadTileImage(KxImageData*& image, int level, int row, int col) override;
     int
     ReadTileData(int level, int row, int col, unsigned char*& bytes, unsigned int& size) override;
+
+    /// The system of the tiles' grid.
+    void Describe(KxRasterDescription& description) const override;
 
 private:
     unsigned char RefuseProjection();

@@ -15,8 +15,10 @@ public:
     static constexpr long long kSteps = 200000;
 
     /// @param fileBytes  of the pack
-    explicit StepBudget(unsigned long long fileBytes)
-        : m_nFairSteps(kFairSteps + static_cast<long long>(fileBytes / kBytesPerThousandSteps))
+    /// @param steps      beyond what is fair; another number is for tests
+    explicit StepBudget(unsigned long long fileBytes, long long steps = kSteps)
+        : m_nFairSteps(kFairSteps + static_cast<long long>(fileBytes / kBytesPerThousandSteps)),
+          m_nLeft(steps)
     {
     }
 
@@ -34,7 +36,7 @@ private:
     static constexpr unsigned long long kBytesPerThousandSteps = 8000;
 
     const long long m_nFairSteps;
-    std::atomic<long long> m_nLeft = kSteps;
+    std::atomic<long long> m_nLeft;
 };
 
 } // namespace KxC

@@ -186,6 +186,14 @@ class ExportTest(KxtileTestCase):
         archive = pmtiles.Archive(self.folder / "out.pmtiles")
         self.assertEqual({place for place, _ in archive.tiles()},
                          {(3, column, row) for column in (0, 7) for row in (3, 4)})
+        # In the middle of the tiles, not of the world.
+        self.assertEqual(archive.header["center_lon"], 1800000000)
+        self.export(*arguments, "out.mbtiles")
+        metadata = self.metadata_of_database("out.mbtiles")
+        longitude, latitude, level = map(float, metadata["center"].split(","))
+        self.assertEqual((abs(longitude), level), (180, 3))
+        west, south, east, north = map(float, metadata["bounds"].split(","))
+        self.assertTrue(west <= longitude <= east and south < latitude < north, metadata)
         done = self.kxtile("export", *arguments, "out.tif", status=2)
         self.assertIn(b"antimeridian", done.stderr)
 
@@ -245,12 +253,86 @@ class ExportTest(KxtileTestCase):
         self.assertEqual((end["made"], end["holes"], end["failed"]), (2, 2, 0))
         # Nothing at all makes no file.
         for status, code in (("404", 3), ("500", 4)):
-            source = self.url("/status/" + status + "/{$z}/{$x}/{$y}.png")
+            source = self.url("/status/" + status + "/{$z}/{$x}/{$y}.png?key=hush-hush-hush-hush")
             for name in ("b.mbtiles", "b.pmtiles", "b.tif"):
                 done = self.kxtile("export", source, "--levels", "3", *arguments, name,
                                    "--failed", "list", status=code)
-                self.assertIn(b"there is no tile for it", done.stderr)
+                self.assertIn(b"was not written", done.stderr)
+                self.assertEqual(b"there is no tile for it" in done.stderr, status == "404")
+                self.assertEqual(b"1 failed; the last one: http" in done.stderr, status == "500")
+                self.assertEqual(b"(HTTP status 500)" in done.stderr, status == "500")
+                self.assertNotIn(b"hush", done.stderr)
+        self.assertNotIn("hush", (self.folder / "list").read_text())
         self.assertEqual(self.files(), ["a.mbtiles", "list"])
+
+    def test_a_service_that_refuses_leaves_an_archive_to_go_on_with(self):
+        for name in ("out.mbtiles", "out.pmtiles"):
+            service = self.service()
+            (self.folder / "served.png").unlink()
+            service.allowed = 3
+            arguments = ["--no-disk-cache", "--json", "export", service.template, "--bounds", WORLD,
+                         "--levels", "4", "--jobs", "1", "--failed", "list", "-o", name]
+            done = self.kxtile(*arguments, status=1)
+            end = json.loads(done.stdout.splitlines()[-1])
+            self.assertEqual((end["made"], end["failed"]), (3, 64))
+            self.assertIn("64 tiles in a row were refused", end["gave_up"])
+            self.assertIn(b"The same command with --resume goes on", done.stderr)
+            self.assertIn(b"holds what was there by then", done.stderr)
+            self.assertEqual(len(self.tiles_of(name)), 3)
+            service.allowed = 10 ** 9
+            done = self.kxtile(*arguments, "--resume")
+            end = json.loads(done.stdout.splitlines()[-1])
+            self.assertEqual((end["made"], end["kept"]), (253, 3))
+            (self.folder / name).unlink()
+        # Where nothing came there is no file, and where there was one it stays.
+        service.allowed = 0
+        arguments[-1] = "out.tif"
+        (self.folder / "out.tif").write_text("complete")
+        done = self.kxtile(*arguments, "--overwrite", status=1)
+        self.assertIn(b"'out.tif' was not written", done.stderr)
+        self.assertEqual((self.folder / "out.tif").read_text(), "complete")
+        self.assertEqual(self.files(), ["list", "out.tif"])
+
+    def test_a_file_of_another_source_is_not_gone_on_with(self):
+        other = self.url("/xyz/graticule/{$z}/{$x}/{$y}.png")
+        for name in ("out.mbtiles", "out.pmtiles"):
+            arguments = ["--levels", "0-1", "-o", name, "--bounds"]
+            self.export(self.template, *arguments, "-180,0,0,85")
+            arguments.append(WORLD)
+            before = (self.folder / name).read_bytes()
+            for source in ([other], [self.template, "--size", "512"],
+                           [self.template, "--format", "jpg"]):
+                done = self.kxtile("export", *source, *arguments, "--resume", status=1)
+                self.assertIn(f"holds tiles of '{self.template}, 256 pixels', not of".encode(),
+                              done.stderr)
+                self.assertIn(b"--overwrite", done.stderr)
+                self.assertEqual((self.folder / name).read_bytes(), before)
+            end = self.export(other, *arguments, "--resume", "--other-source")
+            self.assertEqual((end["made"], end["kept"]), (3, 2))
+        # Archives of other programs do not say it.
+        with sqlite3.connect(self.folder / "out.mbtiles") as database:
+            database.execute("DELETE FROM metadata WHERE name = 'kxtile_origin'")
+        self.export(self.template, "--bounds", WORLD, "--levels", "1", "-o", "out.mbtiles",
+                    "--resume")
+
+    def test_a_changed_key_is_the_same_source(self):
+        for key in ("first-key-of-the-service", "second-key-of-the-service"):
+            self.export(f"{self.template}?key={key}", "--bounds", WORLD, "--levels", "1", "-o",
+                        "out.mbtiles", "--resume")
+        metadata = self.metadata_of_database("out.mbtiles")
+        self.assertNotIn("key-of-the-service", str(metadata))
+
+    def test_a_job_beside_the_raster_says_where_that_lies(self):
+        raster = self.folder / "made.testraster"
+        raster.write_text("10 20 40 60 2 8 squares")
+        done = self.kxtile("export", raster, "--bounds", "-170,-80,-160,-70", "--levels", "4", "-o",
+                           "out.mbtiles", status=3)
+        self.assertIn(b"there is no tile for it", done.stderr)
+        self.assertIn(b"made.testraster covers longitude 10 to 40, latitude 20 to 60, levels 2 to 8",
+                      done.stderr)
+        done = self.kxtile("export", raster, "--bounds", "11,21,12,22", "--levels", "8-9", "-o",
+                           "out.mbtiles", status=3)
+        self.assertIn(b"levels 2 to 8", done.stderr)
 
     def test_what_failed_is_fetched_again(self):
         # Each address fails once.
@@ -259,6 +341,7 @@ class ExportTest(KxtileTestCase):
         arguments = [template, "--bounds", WORLD, "--levels", "0-1", "-o", "out.pmtiles",
                      "--failed", bad]
         self.export(self.template, "--bounds", WORLD, "--levels", "0", "-o", "out.pmtiles")
+        arguments.append("--other-source")
         done = self.kxtile("export", *arguments, "--resume", status=4)
         self.assertIn(b"--resume", done.stderr)
         self.assertIn("# Try them again with --resume --retry and this file.",

@@ -60,6 +60,7 @@ class Service:
 
     def __init__(self, tile):
         self.answered = 10 ** 9  # requests that are answered, hanging from then on
+        self.allowed = 10 ** 9  # of these, such that get the tile; others are refused
         self.paths = []
         self.hanging = threading.Semaphore(0)
         self.lock = threading.Lock()
@@ -73,15 +74,17 @@ class Service:
                 with service.lock:
                     service.paths.append(self.path)
                     hangs = len(service.paths) > service.answered
+                    refused = len(service.paths) > service.allowed
                 if hangs:
                     service.hanging.release()
                     service.released.wait()
                     self.close_connection = True
                     return
-                self.send_response(200)
-                self.send_header("Content-Length", str(len(tile)))
+                body = b"the key is used up" if refused else tile
+                self.send_response(403 if refused else 200)
+                self.send_header("Content-Length", str(len(body)))
                 self.end_headers()
-                self.wfile.write(tile)
+                self.wfile.write(body)
 
             def log_message(self, *_):
                 pass
@@ -272,6 +275,89 @@ class FilesTest(KxtileTestCase):
                              "--levels", "3", "-o", "t", status=code)
             self.assertEqual(end[counted], 1)
 
+    def test_a_service_that_refuses_all_is_left_alone(self):
+        before = len(self.requests())
+        refusing = self.url("/status/403/{$z}/{$x}/{$y}.png")
+        arguments = [refusing, "--bounds", WORLD, "-o", "t", "--jobs", "4"]
+        done = self.kxtile("--json", "files", *arguments, "--levels", "6", status=1)
+        end = json.loads(done.stdout.splitlines()[-1])
+        # Each thread may have had a tile in work, and begun another before it heard.
+        self.assertGreaterEqual(end["failed"], 64)
+        self.assertLessEqual(end["failed"], 64 + 2 * 3)
+        self.assertEqual(len(self.requests()) - before, end["failed"])
+        self.assertIn("64 tiles in a row were refused", end["gave_up"])
+        self.assertIn("HTTP status 403", end["gave_up"])
+        self.assertEqual((end["exit_code"], end["interrupted"]), (1, False))
+        for words in (b"given up: 64 tiles", b"HTTP status 403", b"The same command goes on",
+                      b"--keep-going"):
+            self.assertIn(words, done.stderr)
+        end = self.files(*arguments, "--levels", "4", "--keep-going", status=4)
+        self.assertEqual((end["failed"], end["gave_up"]), (256, None))
+
+    def test_a_service_that_is_not_there_is_not_asked_for_ever(self):
+        service = Service(b"")
+        template = service.template
+        service.stop()  # nobody listens there any more
+        done = self.kxtile("files", template, "--bounds", WORLD, "--levels", "6", "-o", "t",
+                           "--jobs", "1", status=1)
+        self.assertIn(b"16 failed", done.stdout)
+        self.assertIn(b"for want of a connection", done.stderr)
+
+    def test_what_the_service_has_not_is_no_refusal(self):
+        for status in (404, 204):
+            end = self.files(self.url(f"/status/{status}/{{$z}}/{{$x}}/{{$y}}.png"), "--bounds",
+                             WORLD, "--levels", "4", "-o", "t", status=3)
+            self.assertEqual((end["holes"], end["gave_up"]), (256, None))
+
+    def test_a_refused_run_goes_on_when_it_may(self):
+        # The first two tiles are let through, then the key is used up.
+        tile = self.kxtile("tile", self.template, "0/0/0", "-o", "-").stdout
+        service = Service(tile)
+        self.addCleanup(service.stop)
+        service.allowed = 2
+        arguments = [service.template, "--bounds", WORLD, "--levels", "4", "-o", "t", "--jobs", "1"]
+        end = self.files(*arguments, status=1)
+        self.assertEqual((end["made"], end["failed"]), (2, 64))
+        service.allowed = 10 ** 9
+        end = self.files(*arguments)
+        self.assertEqual((end["made"], end["kept"]), (254, 2))
+
+    def test_tiles_of_two_sizes_do_not_mix(self):
+        arguments = [self.template, "--bounds", "1,1,9,9", "--levels", "3", "-o", "t"]
+        small = self.files(*arguments)
+        large = self.files(*arguments, "--size", "512")
+        self.assertEqual((large["made"], large["kept"]), (1, 0))
+        self.assertEqual(large["output"], small["output"] + "-512px")
+        self.assertEqual(png_size(self.folder / small["output"] / "3/3/4.png"), (256, 256))
+        large_tree = self.tree(self.folder / large["output"])
+        world, = [data for name, data in large_tree.items() if name.endswith("gw")]
+        self.assertEqual(world.decode(), world_file(3, 3, 4, 512))
+        self.assertEqual(self.files(*arguments, "--size", "512")["kept"], 1)
+        self.assertEqual(self.files(*arguments, "--size", "256")["kept"], 1)
+
+    def test_an_empty_job_says_what_there_is(self):
+        raster = self.raster("10.5 20 40 60 2 8 squares")
+        covers = b"covers longitude 10.5 to 40, latitude 20 to 60, levels 2 to 8"
+        for bounds, levels in (("-170,-80,-160,-70", "4"), ("11,21,12,22", "9-10")):
+            done = self.kxtile("files", raster, "--bounds", bounds, "--levels", levels, "-o", "t",
+                               status=3)
+            self.assertIn(covers, done.stderr)
+        # Some are there, others are of levels that it has not.
+        done = self.kxtile("files", raster, "--bounds", "11,21,12,22", "--levels", "8-9", "-o", "t",
+                           status=3)
+        self.assertIn(covers, done.stderr)
+        # Holes at the edge are none of these.
+        done = self.kxtile("files", raster, "--bounds", "6,21,12,22", "--levels", "8", "-o", "t",
+                           status=3)
+        self.assertEqual(done.stderr, b"")
+        (self.folder / "s.toml").write_text(
+            f'url = "{self.address}/status/404/{{$z}}/{{$x}}/{{$y}}.png"\n'
+            '[bounds]\nwest = 5.0\nsouth = 45.0\neast = 11.0\nnorth = 48.0\n'
+            'min_level = 1\nmax_level = 9\n')
+        done = self.kxtile("files", "s.toml", "--bounds", "1,2,3,4", "--levels", "3", "-o", "t",
+                           status=3)
+        self.assertIn(b"s covers longitude 5 to 11, latitude 45 to 48, levels 1 to 9", done.stderr)
+
     def test_goes_on_past_failures_and_tries_them_again(self):
         # Each address fails once.
         template = self.url("/fault/status-500/1/xyz/marble/{$z}/{$x}/{$y}.png?again")
@@ -390,7 +476,9 @@ class FilesTest(KxtileTestCase):
         done = self.kxtile("files", "bad.testraster", "--bounds", "1,2,3,4", "--levels", "1",
                            status=1)
         self.assertIn(b"cannot open the raster", done.stderr)
-        self.assertIn(b"130", self.kxtile("files", "--help").stdout)
+        told = self.kxtile("files", "--help").stdout
+        for words in (b"130", b"--keep-going", b".pgw", b"EPSG:3857", b"corner"):
+            self.assertIn(words, told)
 
     # Interrupted
 

@@ -13,6 +13,15 @@ import tempfile
 import unittest
 
 KXTILE, KXORIGIN = sys.argv[1:3]
+# The folder of public rasters; None where the environment names none.
+TEST_DATA = os.environ.get("KXTILE_TEST_DATA") or None
+needs_test_data = unittest.skipUnless(
+    TEST_DATA, "KXTILE_TEST_DATA is not set: no public rasters to read")
+
+
+def test_data(name):
+    """The path of a public raster, for tests that need it."""
+    return pathlib.Path(TEST_DATA, name)
 
 
 def png_size(path):

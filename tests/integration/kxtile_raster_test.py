@@ -6,17 +6,15 @@ Usage: kxtile_raster_test.py KXTILE PLUGIN_FOLDERS
 """
 import json
 import math
-import os
 import pathlib
 import subprocess
 import sys
 import tempfile
 import unittest
 
-from kxtile_harness import KxtileTestCase, png_size
+from kxtile_harness import KxtileTestCase, needs_test_data, png_size, test_data
 
 PLUGINS = sys.argv[2]
-DATA = os.environ.get("KXTILE_TEST_DATA")
 PLUGIN_NAMES = {path.stem for folder in PLUGINS.split(":") for path in
                 pathlib.Path(folder).glob("*.so")}
 PROJECT = pathlib.Path(__file__).resolve().parents[2]
@@ -168,6 +166,52 @@ class RasterTest(KxtileTestCase):
         told = self.kxtile("raster", "info", self.made).stdout.decode()
         self.assertIn(f"levels        {info['min_level']} to 14", told)
 
+    def test_info_tells_system_and_size_as_gdal_does(self):
+        gdal = json.loads(run("gdalinfo", "-json", self.made))
+        epsg = run("gdalsrsinfo", "-o", "epsg", self.made).decode().strip()
+        info = self.answer("raster", "info", self.made)
+        self.assertEqual(f"EPSG:{info['crs']['epsg']}", epsg)
+        self.assertIn(f'PROJCRS["{info["crs"]["name"]}"', gdal["coordinateSystem"]["wkt"])
+        self.assertFalse(info["crs"]["assumed"])
+        self.assertEqual([info["width"], info["height"]], gdal["size"])
+        self.assertEqual((info["bands"], info["band_type"]),
+                         (len(gdal["bands"]), gdal["bands"][0]["type"]))
+        told = self.kxtile("raster", "info", self.made).stdout.decode()
+        self.assertIn("system        WGS 84 / UTM zone 33N (EPSG:32633)\n", told)
+        self.assertIn("size          1200 x 900 pixels, 3 bands of Byte\n", told)
+
+    def test_info_goes_across_the_antimeridian(self):
+        raster = self.folder / "across.tif"
+        run("gdal_translate", "-q", "-a_srs", "EPSG:4326", "-a_ullr", 170, 10, 190, -5, self.made,
+            raster)
+        info = self.answer("raster", "info", raster)
+        for is_, wanted in zip(info["bounds"], (170, -5, -170, 10)):
+            self.assertAlmostEqual(is_, wanted, delta=1e-9)
+        told = self.kxtile("raster", "info", raster).stdout.decode()
+        self.assertIn("170 to -170, across the antimeridian", told)
+
+    def test_assumed_systems_are_told(self):
+        picture = self.folder / "picture.png"
+        run("gdal_translate", "-q", "-of", "PNG", self.made, picture)
+        (self.folder / "picture.png.aux.xml").unlink(missing_ok=True)
+        (self.folder / "picture.pgw").write_text("0.01\n0\n0\n-0.01\n10.005\n49.995\n")
+        done = self.kxtile("raster", "info", picture)
+        self.assertIn(b"WGS 84 (EPSG:4326), assumed", done.stdout)
+        self.assertEqual(done.stderr, b"")
+        self.assertTrue(self.answer("raster", "info", picture)["crs"]["assumed"])
+        for command in (["raster", "tile", picture, "68/44/7", "-o", "t.png"],
+                        ["mosaic", picture, "--bounds", "11,45,12,46", "--crs", "EPSG:4326",
+                         "--resolution", "0.02", "-o", "m.png"],
+                        ["files", picture, "--bounds", "11,45,12,46", "--levels", "7", "-o", "t"]):
+            errors = self.kxtile(*command).stderr
+            self.assertEqual(errors.count(b"does not say its coordinate system; WGS 84 is assumed"),
+                             1, (command, errors))
+            self.assertIn(b".prj", errors)
+        (self.folder / "picture.prj").write_bytes(run("gdalsrsinfo", "-o", "wkt_esri", "EPSG:4258"))
+        told = self.kxtile("raster", "info", picture).stdout
+        self.assertIn(b"(EPSG:4258)\n", told)
+        self.assertEqual(self.kxtile("raster", "tile", picture, "68/44/7", "-o", "t.png").stderr, b"")
+
     def test_tile_is_cut_at_its_address(self):
         tile = self.answer("raster", "tile", self.made, "4439/2776/13", "-o", "t.png")
         self.assertEqual((tile["format"], tile["width"], tile["height"]), ("png", 256, 256))
@@ -282,7 +326,7 @@ class RasterTest(KxtileTestCase):
                               text=True).stdout
         return [float(word) for word in told.split()]
 
-    @unittest.skipUnless(DATA, "KXTILE_TEST_DATA is not set: no public rasters to compare with")
+    @needs_test_data
     def test_mosaics_of_public_rasters_agree_with_gdalwarp(self):
         for name, crs, bounds, resolution in [
                 ("RGB.byte.tif", "EPSG:32618", [140000, 2640000, 300000, 2820000], 300.0),
@@ -290,7 +334,7 @@ class RasterTest(KxtileTestCase):
                 ("world.rgb.tif", "EPSG:4326", [-20.0, 30.0, 50.0, 70.0], 0.71),
                 ("shade.tif", "EPSG:3857", None, 1.02),
                 ("cog_cmap.tif", "EPSG:3857", None, 1.02)]:
-            raster = pathlib.Path(DATA, name)
+            raster = test_data(name)
             with self.subTest(raster=name, crs=crs):
                 if bounds is None:  # the raster's own, and a little over its own pixels
                     info = json.loads(run("gdalinfo", "-json", raster))
@@ -308,21 +352,21 @@ class RasterTest(KxtileTestCase):
                     run("gdal_translate", "-q", "-expand", "rgba", raster, source)
                 self.assert_alike(mosaic, self.warped(source, mosaic, crs, made["level"]))
 
-    @unittest.skipUnless(DATA, "KXTILE_TEST_DATA is not set: no picture with alpha to compare with")
+    @needs_test_data
     def test_mosaic_of_a_picture_with_alpha_agrees_with_gdalwarp(self):
         # What is seen is in the south-western corner; half of this shows nothing.
-        made = self.mosaic(pathlib.Path(DATA, "alpha.tif"), [19474940, -4799020, 19476540, -4798220],
+        made = self.mosaic(test_data("alpha.tif"), [19474940, -4799020, 19476540, -4798220],
                            "EPSG:3857", 4.08, "m.tif")
         mosaic = Picture(self.folder / "m.tif")
         self.assertIn(None, mosaic.pixels)
-        self.assert_alike(mosaic, self.warped(pathlib.Path(DATA, "alpha.tif"), mosaic, "EPSG:3857",
+        self.assert_alike(mosaic, self.warped(test_data("alpha.tif"), mosaic, "EPSG:3857",
                                               made["level"]))
 
-    @unittest.skipUnless(DATA and "KxTilePackReader" in PLUGIN_NAMES,
-                         "KXTILE_TEST_DATA is not set, or KxTilePackReader is not built: no pack "
-                         "of tiles to compare with")
+    @needs_test_data
+    @unittest.skipUnless("KxTilePackReader" in PLUGIN_NAMES,
+                         "KxTilePackReader is not built: nothing reads packs")
     def test_mosaic_of_a_pack_agrees_with_gdalwarp(self):
-        pack = pathlib.Path(DATA, "stamen_toner_z3.pmtiles")
+        pack = test_data("stamen_toner_z3.pmtiles")
         (self.folder / "tiles").mkdir()
         run(sys.executable, "-B", PMTILES_READER, pack, self.folder / "tiles")
         whole = self.folder / "whole.tif"

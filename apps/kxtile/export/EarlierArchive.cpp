@@ -69,6 +69,20 @@ EarlierArchive::EarlierArchive(const std::string& path, KxC::KxTileArchiveFormat
         ThrowUnusable(path, KxC::KxRasterDataAccessor::GetThreadError().Cstr());
 }
 
+void EarlierArchive::CheckOrigin(const std::string& origin) const
+{
+    KxC::KxString own;
+    KxC::KxString error;
+    if (!KxC::KxTileArchivePlaces::ReadOrigin(m_path.c_str(), m_format, own, error))
+        ThrowUnusable(m_path, error.Cstr());
+    if (own.IsEmpty() == 0 && origin != own.Cstr())
+        throw CommandError(
+            kExitFailed,
+            fmt::format("'{}' holds tiles of '{}', not of '{}'", m_path, own.Cstr(), origin),
+            "Give another name with -o; --overwrite makes the file anew, and --other-source goes "
+            "on with it all the same.");
+}
+
 std::uint64_t EarlierArchive::HandOver(const Taker& take) const
 {
     HandOverState state{*this, take};

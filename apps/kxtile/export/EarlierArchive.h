@@ -22,6 +22,10 @@ public:
     /// @throws CommandError when it cannot be read
     EarlierArchive(const std::string& path, KxC::KxTileArchiveFormat format);
 
+    /// @param origin  what the tiles that are to come are made from
+    /// @throws CommandError where the file says of its own that they are made from something else
+    void CheckOrigin(const std::string& origin) const;
+
     /// @return null when it has no such tile, or it cannot be read
     std::unique_ptr<KxC::KxRawData> Find(const HostTile& tile) const;
 

@@ -30,6 +30,9 @@ void PrintEndAsJson(const TileJobEnd& end, const std::string& where, const std::
     PrintJson({{"event", "end"},
                {"exit_code", static_cast<int>(ExitCodeOf(end))},
                {"interrupted", end.m_isInterrupted},
+               {"gave_up",
+                end.m_whyGivenUp.empty() ? nlohmann::ordered_json(nullptr)
+                                         : nlohmann::ordered_json(end.m_whyGivenUp)},
                {"output", where},
                {"made", counts.m_made},
                {"kept", counts.m_kept},
@@ -40,6 +43,26 @@ void PrintEndAsJson(const TileJobEnd& end, const std::string& where, const std::
                {"failed_list",
                 end.m_listed > 0 && end.m_isListWritten ? nlohmann::ordered_json(list)
                                                         : nlohmann::ordered_json(nullptr)}});
+}
+
+const char* HowItEnded(const TileJobEnd& end)
+{
+    if (end.m_isInterrupted)
+        return "interrupted; ";
+    return end.m_whyGivenUp.empty() ? "" : "given up; ";
+}
+
+/// @param again  the option with which the same command goes on; "--retry" for none
+void TellOfGivingUp(const TileJobEnd& end, const std::string& again)
+{
+    if (end.m_whyGivenUp.empty())
+        return;
+    fmt::print(stderr,
+               "kxtile: given up: {}\n"
+               "        The same command{} goes on where it ended; with --keep-going it asks for "
+               "every tile whatever comes.\n",
+               Printable(end.m_whyGivenUp),
+               again == "--retry" ? "" : " with " + again);
 }
 
 void TellOfList(const TileJobEnd& end, const std::string& list, const char* again)
@@ -57,9 +80,12 @@ void TellOfList(const TileJobEnd& end, const std::string& list, const char* agai
 } // namespace
 
 const char kJobExitCodes[] =
-    "Exit codes: 0 complete; 1 failed; 2 wrong usage; 3 complete, but some tiles do not exist at\n"
-    "the source; 4 some tiles failed (they are listed; --retry LIST tries them again); 130\n"
-    "interrupted. The same command again goes on where it ended.";
+    "A service that refuses 64 tiles in a row (status 401, 403, 418, 429 ...), or cannot be "
+    "reached\n"
+    "for 16, is not asked for the others, unless --keep-going says so.\n"
+    "Exit codes: 0 complete; 1 failed, or given up; 2 wrong usage; 3 complete, but some tiles do\n"
+    "not exist at the source; 4 some tiles failed (they are listed; --retry LIST tries them\n"
+    "again); 130 interrupted. The same command again goes on where it ended.";
 
 void JobArguments::AddTo(CLI::App& command)
 {
@@ -82,6 +108,9 @@ void JobArguments::AddTo(CLI::App& command)
     command
         .add_option("--size", m_size, "Edge of the tiles in pixels (the source's own, raster: 256)")
         ->check(CLI::Range(1, kMaxSize));
+    command.add_flag("--keep-going",
+                     m_keepGoing,
+                     "Ask on for every tile though the service refuses all, or cannot be reached");
     command.add_flag("--dry-run", m_dryRun, "Only say how many tiles and about how many bytes");
     command.add_flag("--yes", m_yes, "Ask a service even for more than 10000 tiles");
 }
@@ -123,6 +152,7 @@ TileJobOptions JobArguments::OptionsFor(const GlobalOptions& options,
         std::max(m_threads, KxC::KxNetGetch::kDefaultRequestsPerHost));
     TileJobOptions job;
     job.m_threads = m_threads;
+    job.m_givesUp = !m_keepGoing;
     job.m_json = options.m_json;
     job.m_failedList = m_failedList.empty() ? failedList : m_failedList;
     job.m_retried = m_retry;
@@ -159,12 +189,13 @@ void PrintJobEnd(const GlobalOptions& options,
                  const std::string& list,
                  const char* again)
 {
+    TellOfGivingUp(end, again);
     TellOfList(end, list, again);
     if (options.m_json)
         return PrintEndAsJson(end, where, list);
     const JobCounts& counts = end.m_counts;
     std::string text = fmt::format("{}{}: {} made ({}), {} there before",
-                                   end.m_isInterrupted ? "interrupted; " : "",
+                                   HowItEnded(end),
                                    where,
                                    Plural(counts.m_made, "tile", "tiles"),
                                    ReadableBytes(counts.m_madeBytes),
@@ -180,6 +211,8 @@ ExitCode ExitCodeOf(const TileJobEnd& end)
 {
     if (end.m_isInterrupted)
         return kExitInterrupted;
+    if (!end.m_whyGivenUp.empty())
+        return kExitFailed;
     if (end.m_counts.m_failed > 0)
         return kExitSomeFailed;
     return end.m_counts.m_holes > 0 ? kExitNoTile : kExitDone;

@@ -26,6 +26,7 @@ struct JobArguments
     std::string m_failedList; ///< empty for the command's own place
     int m_threads = 4;        ///< below what the library sends to one host at a time
     int m_size = 0;           ///< pixels a side, 0 for the origin's own
+    bool m_keepGoing = false;
     bool m_dryRun = false;
     bool m_yes = false;
 

@@ -17,6 +17,7 @@ void JobTally::Add(const HostTile& tile, const TileResult& result)
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (m_isFinished)
         return;
+    m_row.Add(result);
     switch (result.m_outcome) {
     case TileOutcome::Made:
         ++m_counts.m_made;
@@ -30,7 +31,10 @@ void JobTally::Add(const HostTile& tile, const TileResult& result)
         return;
     case TileOutcome::Failed:
         ++m_counts.m_failed;
+        m_lastFailure = result.m_why;
         m_list.Add(tile, result.m_why);
+        if (m_givesUp && m_whyGivenUp.empty() && m_row.IsHopeless())
+            m_whyGivenUp = m_row.Describe();
         if (m_news.size() < kMaxNews)
             m_news.push_back({tile, result.m_why});
     }
@@ -40,6 +44,18 @@ JobCounts JobTally::Counts() const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     return m_counts;
+}
+
+std::string JobTally::WhyGivenUp() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_whyGivenUp;
+}
+
+std::string JobTally::LastFailure() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_lastFailure;
 }
 
 std::vector<FailedTile> JobTally::TakeNews()
@@ -60,7 +76,7 @@ bool JobTally::FinishEarly(const std::vector<HostTile>& untried, bool keepsEarli
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_isFinished = true;
     for (const HostTile& tile : untried)
-        m_list.Add(tile, "interrupted before it was tried again");
+        m_list.Add(tile, "the run ended before it was tried again");
     return keepsEarlier ? m_list.FinishWithEarlier() : m_list.Finish();
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "FailedTiles.h"
+#include "Outlook.h"
 #include "TileResult.h"
 
 #include <cstdint>
@@ -35,10 +36,18 @@ class JobTally
 public:
     /// @param listPath  of the list of failed tiles, empty for none
     /// @param remark    at its beginning, for people
-    JobTally(const std::string& listPath, const std::string& remark) : m_list(listPath, remark) {}
+    /// @param givesUp   whether a row of hopeless failures ends the job
+    JobTally(const std::string& listPath, const std::string& remark, bool givesUp = true)
+        : m_list(listPath, remark), m_givesUp(givesUp)
+    {
+    }
 
     void Add(const HostTile& tile, const TileResult& result);
     JobCounts Counts() const;
+    /// Why no further tile is to be begun; empty as long as there is hope.
+    std::string WhyGivenUp() const;
+    /// Of the failure that came last; empty without any.
+    std::string LastFailure() const;
     /// The failures since the last call; beyond a few hundred at once the rest is only counted and
     /// listed.
     std::vector<FailedTile> TakeNews();
@@ -56,7 +65,11 @@ private:
     mutable std::mutex m_mutex;
     JobCounts m_counts;
     FailedTiles m_list;
+    FailureRow m_row;
+    std::string m_whyGivenUp;
+    std::string m_lastFailure;
     std::vector<FailedTile> m_news;
+    const bool m_givesUp;
     bool m_isFinished = false;
 };
 

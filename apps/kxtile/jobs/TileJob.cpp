@@ -80,8 +80,11 @@ void Workers::Start(int count)
 
 void Workers::Run(std::size_t place)
 {
-    while (const std::optional<HostTile> tile = Next(place))
+    while (const std::optional<HostTile> tile = Next(place)) {
         m_tally.Add(*tile, WorkOn(*tile));
+        if (!m_tally.WhyGivenUp().empty())
+            Stop();
+    }
     if (m_running.fetch_sub(1, std::memory_order_acq_rel) == 1)
         m_bell.Ring();
 }
@@ -197,7 +200,7 @@ bool IsSameFile(const std::string& one, const std::string& other)
     return std::filesystem::equivalent(one, other, error);
 }
 
-/// The list of a job that was interrupted. Tiles of bounds and levels that were not tried are left
+/// The list of a job that ended early. Tiles of bounds and levels that were not tried are left
 /// out: they may be billions, and the same command finds them.
 bool FinishListEarly(JobTally& tally, const Workers& workers, const TileJobOptions& options)
 {
@@ -213,10 +216,13 @@ TileJobEnd EndOf(JobTally& tally,
                  Clock::time_point start)
 {
     TileJobEnd end;
-    end.m_isListWritten = isInterrupted ? FinishListEarly(tally, workers, options) : tally.Finish();
+    end.m_isInterrupted = isInterrupted;
+    end.m_whyGivenUp = tally.WhyGivenUp();
+    end.m_lastFailure = tally.LastFailure();
+    end.m_isListWritten =
+        end.EndedEarly() ? FinishListEarly(tally, workers, options) : tally.Finish();
     end.m_listed = tally.Listed();
     end.m_counts = tally.Counts();
-    end.m_isInterrupted = isInterrupted;
     end.m_seconds = std::chrono::duration<double>(Clock::now() - start).count();
     return end;
 }
@@ -227,7 +233,7 @@ TileJobEnd RunTileJob(const TileList& tiles, const TileWork& work, const TileJob
 {
     const auto start = Clock::now();
     const StopSignals signals;
-    JobTally tally(options.m_failedList, options.m_listRemark);
+    JobTally tally(options.m_failedList, options.m_listRemark, options.m_givesUp);
     JobProgress progress(options.m_json, tiles.Count());
     progress.Show({});
     Workers workers(tiles, work, tally);

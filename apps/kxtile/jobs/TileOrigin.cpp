@@ -4,9 +4,10 @@
 #include "FetchedTile.h"
 #include "KxFile.h"
 #include "KxPlugin.h"
-#include "KxRasterAccessorManager.h"
 #include "KxTileFetcher.h"
 #include "KxUtility.h"
+#include "Outlook.h"
+#include "RasterArgument.h"
 #include "SourceGrid.h"
 
 #include <fmt/format.h>
@@ -64,17 +65,6 @@ std::string ReaderSays()
     return why.IsEmpty() != 0 ? "" : fmt::format(": {}", why.Cstr());
 }
 
-KxC::KxRasterDataAccessor* OpenRaster(const std::string& path)
-{
-    KxC::KxRasterDataAccessor* const raster =
-        KxC::m_gRasterAccessorManager.OpenDataAccessor(path.c_str());
-    if (raster == nullptr)
-        throw CommandError(kExitFailed,
-                           fmt::format("cannot open the raster '{}'{}", path, ReaderSays()),
-                           "It may be damaged, or have no georeference.");
-    return raster;
-}
-
 std::string AbsolutePath(const std::string& path)
 {
     return std::filesystem::absolute(path).lexically_normal().string();
@@ -84,11 +74,13 @@ std::string AbsolutePath(const std::string& path)
 
 TileOrigin::TileOrigin(const SourceArgument& argument, int tileSize, const GlobalOptions& options)
     : m_tileSize(tileSize > 0 ? tileSize : kRasterTileSize), m_timeoutMs(options.TimeoutMs()),
-      m_useDiskCache(!options.m_noDiskCache), m_secrets(argument.GetSecrets())
+      m_useDiskCache(!options.m_noDiskCache),
+      m_secrets(argument.IsTemplate() ? Secrets::InAddress(argument.GetText())
+                                      : argument.GetSecrets())
 {
     if (NamesRaster(argument.GetText())) {
         m_rasterPath = AbsolutePath(argument.GetText());
-        m_raster = OpenRaster(m_rasterPath);
+        m_raster = &OpenRasterFile(m_rasterPath);
         m_name = std::filesystem::path(m_rasterPath).filename().string();
         return;
     }
@@ -106,10 +98,21 @@ std::string TileOrigin::GetKey() const
     return key.Cstr();
 }
 
+bool TileOrigin::HasOwnTileSize() const
+{
+    return m_tileSize == (m_source != nullptr ? m_source->m_nTileSize : kRasterTileSize);
+}
+
 bool TileOrigin::HandsOutOwnTiles() const
 {
     return m_source != nullptr && IsStandardTiling(m_source->m_nTileScheme, m_source->m_nDatum) &&
-           m_tileSize == m_source->m_nTileSize;
+           HasOwnTileSize();
+}
+
+std::string TileOrigin::Describe() const
+{
+    const std::string format = m_source != nullptr ? m_source->m_strImageFormat.Cstr() : "";
+    return fmt::format("{}, {} pixels{}", m_name, m_tileSize, format.empty() ? "" : ", " + format);
 }
 
 TileBytes TileOrigin::Fetch(const HostTile& tile) const
@@ -126,7 +129,7 @@ try {
 } catch (const CommandError& error) {
     if (error.m_exitCode == kExitNoTile)
         return {TileOutcome::Hole, nullptr, {}};
-    return {TileOutcome::Failed, nullptr, m_secrets.Mask(error.what())};
+    return {TileOutcome::Failed, nullptr, m_secrets.Mask(error.what()), OutlookOfLastRequest()};
 }
 
 TileBytes TileOrigin::CutFromRaster(const HostTile& tile) const

@@ -28,13 +28,18 @@ public:
     /// A raster's absolute path, so that a raster has one name from wherever it is called; empty
     /// for a source.
     const std::string& GetRasterPath() const { return m_rasterPath; }
-    /// A short name, without secrets.
+    /// A short name, without secrets: the definition's, the template, or the raster's file name.
     const std::string& GetName() const { return m_name; }
     /// Names the origin's folders in the cache.
     std::string GetKey() const;
     /// Pixels a side of the tiles.
     int GetTileSize() const { return m_tileSize; }
     int GetTimeoutMs() const { return m_timeoutMs; }
+    /// Whether that is the origin's own size (rasters: 256).
+    bool HasOwnTileSize() const;
+    /// What the tiles are made from and what they are like, for people: the name, the size, and the
+    /// format that a source's definition names.
+    std::string Describe() const;
     /// Whether the service's own tiles are the wanted ones, so that they come as they are.
     bool HandsOutOwnTiles() const;
 

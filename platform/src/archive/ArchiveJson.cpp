@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "ArchiveJson.h"
 
+#include "TileArchive.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -76,7 +78,26 @@ std::string MetadataJson(const KxTileArchiveMetadata& metadata)
     json += Member("description", metadata.m_strDescription);
     if (metadata.m_strAttribution.IsEmpty() == 0)
         json += Member("attribution", metadata.m_strAttribution);
+    if (metadata.m_strOrigin.IsEmpty() == 0)
+        json += Member(kOriginKey, metadata.m_strOrigin);
     return json + "}";
+}
+
+/// What this writes is read again, not any JSON: in a text of somebody's the quotation marks that
+/// are looked for are escaped.
+std::string OriginIn(std::string_view json)
+{
+    const std::string begin = std::string(",\"") + kOriginKey + "\":\"";
+    const std::size_t found = json.find(begin);
+    if (found == std::string_view::npos)
+        return {};
+    std::string origin;
+    for (std::size_t at = found + begin.size(); at < json.size() && json[at] != '"'; ++at) {
+        if (json[at] == '\\' && ++at == json.size())
+            return {};
+        origin += json[at];
+    }
+    return origin;
 }
 
 } // namespace KxC

@@ -4,11 +4,15 @@
 #include "KxTileArchiveWriter.h"
 
 #include <string>
+#include <string_view>
 
 namespace KxC {
 
 /// What a PMTiles archive says of itself beside its header: a JSON object. Bytes that are no UTF-8
 /// become '?'.
 std::string MetadataJson(const KxTileArchiveMetadata& metadata);
+
+/// What such an object says in KxTileArchiveMetadata::m_strOrigin; empty where it says nothing.
+std::string OriginIn(std::string_view json);
 
 } // namespace KxC

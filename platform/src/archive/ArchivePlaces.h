@@ -17,4 +17,11 @@ void VisitMbTiles(const std::string& path, const PlaceVisitor& visitor);
 void VisitPmTiles(const std::string& path, const PlaceVisitor& visitor);
 /// @}
 
+/// What the tiles were made from; empty where the archive does not say it.
+/// @throws ArchiveError when the file cannot be read
+/// @{
+std::string OriginOfMbTiles(const std::string& path);
+std::string OriginOfPmTiles(const std::string& path);
+/// @}
+
 } // namespace KxC

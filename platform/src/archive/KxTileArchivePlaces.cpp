@@ -21,17 +21,25 @@ void VisitEither(const KxString& path, KxTileArchiveFormat format, const PlaceVi
     throw ArchiveError("there is no such format of archives");
 }
 
-} // namespace
+std::string OriginOfEither(const KxString& path, KxTileArchiveFormat format)
+{
+    switch (format) {
+    case KxTileArchiveFormat_MBTiles:
+        return OriginOfMbTiles(path.Cstr());
+    case KxTileArchiveFormat_PMTiles:
+        return OriginOfPmTiles(path.Cstr());
+    }
+    throw ArchiveError("there is no such format of archives");
+}
 
-bool KxTileArchivePlaces::Visit(
-    const KxString& path, KxTileArchiveFormat format, Visitor visitor, void* user, KxString& error)
+/// Runs a step that may throw behind an operation that must not.
+template <typename Step>
+bool Try(KxString& error, Step step)
 {
     const KxFileSizeGuard guard;
     try {
         try {
-            VisitEither(path, format, [&](const ArchivePlace& place) {
-                return visitor(place.m_nLevel, place.m_nRow, place.m_nCol, user) != 0;
-            });
+            step();
             return true;
         } catch (const ArchiveError& failure) {
             error = failure.what();
@@ -40,6 +48,26 @@ bool KxTileArchivePlaces::Visit(
         error = "out of memory"; // short enough to need none
     }
     return false;
+}
+
+} // namespace
+
+bool KxTileArchivePlaces::Visit(
+    const KxString& path, KxTileArchiveFormat format, Visitor visitor, void* user, KxString& error)
+{
+    return Try(error, [&] {
+        VisitEither(path, format, [&](const ArchivePlace& place) {
+            return visitor(place.m_nLevel, place.m_nRow, place.m_nCol, user) != 0;
+        });
+    });
+}
+
+bool KxTileArchivePlaces::ReadOrigin(const KxString& path,
+                                     KxTileArchiveFormat format,
+                                     KxString& origin,
+                                     KxString& error)
+{
+    return Try(error, [&] { origin = OriginOfEither(path, format).c_str(); });
 }
 
 } // namespace KxC

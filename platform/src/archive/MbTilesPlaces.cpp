@@ -38,10 +38,10 @@ int CountSteps(void* left)
 }
 
 /// Runs one query on somebody's database.
-class MbTilesVisit
+class MbTilesQuery
 {
 public:
-    explicit MbTilesVisit(const std::string& path)
+    MbTilesQuery(const std::string& path, const char* query)
     {
         sqlite3* connection = nullptr;
         const int code = sqlite3_open_v2(
@@ -50,17 +50,12 @@ public:
         Check(code);
         Configure();
         sqlite3_stmt* statement = nullptr;
-        const int prepared =
-            sqlite3_prepare_v2(connection,
-                               "SELECT zoom_level, tile_row, tile_column FROM tiles",
-                               -1,
-                               &statement,
-                               nullptr);
-        m_places.reset(statement);
+        const int prepared = sqlite3_prepare_v2(connection, query, -1, &statement, nullptr);
+        m_rows.reset(statement);
         Check(prepared);
     }
 
-    void Run(const PlaceVisitor& visitor)
+    void VisitPlaces(const PlaceVisitor& visitor)
     {
         int code = SQLITE_ROW;
         while ((code = Step()) == SQLITE_ROW) {
@@ -70,6 +65,18 @@ public:
         }
         if (code != SQLITE_DONE)
             Check(code);
+    }
+
+    /// The first row's first column; empty without a row.
+    std::string Text()
+    {
+        const int code = Step();
+        if (code == SQLITE_DONE)
+            return {};
+        if (code != SQLITE_ROW)
+            Check(code);
+        const unsigned char* const text = sqlite3_column_text(m_rows.get(), 0);
+        return text == nullptr ? "" : reinterpret_cast<const char*>(text);
     }
 
 private:
@@ -103,7 +110,7 @@ private:
     int Step()
     {
         m_nStepsLeft = kBudget;
-        return sqlite3_step(m_places.get());
+        return sqlite3_step(m_rows.get());
     }
 
     /// @return false for what is no place on the grid
@@ -111,9 +118,9 @@ private:
     {
         std::array<int, 3> numbers{};
         for (int i = 0; i < 3; ++i) {
-            if (sqlite3_column_type(m_places.get(), i) != SQLITE_INTEGER)
+            if (sqlite3_column_type(m_rows.get(), i) != SQLITE_INTEGER)
                 return false;
-            const long long number = sqlite3_column_int64(m_places.get(), i);
+            const long long number = sqlite3_column_int64(m_rows.get(), i);
             if (number < 0 || number >= 1LL << KxPmTiles::kMaxLevel)
                 return false;
             numbers[static_cast<std::size_t>(i)] = static_cast<int>(number);
@@ -125,14 +132,24 @@ private:
 
     int m_nStepsLeft = kBudget;
     Connection m_connection;
-    Statement m_places; ///< after the connection, so that it goes first
+    Statement m_rows; ///< after the connection, so that it goes first
 };
 
 } // namespace
 
 void VisitMbTiles(const std::string& path, const PlaceVisitor& visitor)
 {
-    MbTilesVisit(path).Run(visitor);
+    MbTilesQuery(path, "SELECT zoom_level, tile_row, tile_column FROM tiles").VisitPlaces(visitor);
+}
+
+/// An archive need not have the table of what it says of itself.
+std::string OriginOfMbTiles(const std::string& path)
+{
+    const std::string hasTable =
+        MbTilesQuery(path, "SELECT name FROM sqlite_master WHERE name = 'metadata'").Text();
+    const std::string query =
+        std::string("SELECT value FROM metadata WHERE name = '") + kOriginKey + "' LIMIT 1";
+    return hasTable.empty() ? hasTable : MbTilesQuery(path, query.c_str()).Text();
 }
 
 } // namespace KxC

@@ -4,9 +4,9 @@
 #include <sqlite3.h>
 
 #include <array>
-#include <cmath>
-#include <cstdio>
+#include <charconv>
 #include <new>
+#include <system_error>
 #include <utility>
 
 namespace KxC {
@@ -33,18 +33,13 @@ CREATE VIEW tiles AS SELECT zoom_level, tile_column, tile_row, tile_data
   FROM map JOIN images ON images.tile_id = map.tile_id;
 )sql";
 
+/// As many digits as give the same number again; in no locale but "C", and without an exponent.
 std::string Degrees(double value)
 {
-    // "%f" would follow the process's locale.
-    std::array<char, 32> text{};
-    const long long millionths = std::llround(std::fabs(value) * 1e6);
-    std::snprintf(text.data(),
-                  text.size(),
-                  "%s%lld.%06lld",
-                  value < 0.0 && millionths > 0 ? "-" : "",
-                  millionths / 1000000,
-                  millionths % 1000000);
-    return text.data();
+    std::array<char, 400> text{}; // more than the smallest number takes
+    const auto [end, error] =
+        std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::fixed);
+    return {text.data(), error == std::errc() ? end : text.data()};
 }
 
 } // namespace
@@ -151,8 +146,7 @@ void MbTilesWriter::WriteMetadata(const KxTileArchiveMetadata& metadata,
                Degrees(bounds.m_dLeft) + "," + Degrees(bounds.m_dBottom) + "," +
                    Degrees(bounds.m_dRight) + "," + Degrees(bounds.m_dTop));
     WriteValue("center",
-               Degrees((bounds.m_dLeft + bounds.m_dRight) / 2.0) + "," +
-                   Degrees((bounds.m_dBottom + bounds.m_dTop) / 2.0) + "," +
+               Degrees(report.m_centre.x) + "," + Degrees(report.m_centre.y) + "," +
                    std::to_string(report.m_nMaxLevel));
     WriteValue("minzoom", std::to_string(report.m_nMinLevel));
     WriteValue("maxzoom", std::to_string(report.m_nMaxLevel));
@@ -160,6 +154,8 @@ void MbTilesWriter::WriteMetadata(const KxTileArchiveMetadata& metadata,
     WriteValue("version", "1");
     if (metadata.m_strAttribution.IsEmpty() == 0)
         WriteValue("attribution", metadata.m_strAttribution.Cstr());
+    if (metadata.m_strOrigin.IsEmpty() == 0)
+        WriteValue(kOriginKey, metadata.m_strOrigin.Cstr());
 }
 
 void MbTilesWriter::WriteValue(const char* name, const std::string& value)

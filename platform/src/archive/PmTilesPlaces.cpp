@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
+#include "ArchiveJson.h"
 #include "ArchivePlaces.h"
+#include "KxCompress.h"
 #include "KxPmTiles.h"
 
 #include <fcntl.h>
@@ -64,6 +66,19 @@ bool LiesIn(const KxPmTilesSection& section, const KxPmTilesEntry& entry)
            entry.m_nOffset <= section.m_nLength - entry.m_nLength;
 }
 
+KxPmTilesHeader HeaderOf(const InputFile& file)
+{
+    const unsigned long long size = file.Size();
+    const std::vector<unsigned char> start =
+        file.Read({0, std::min<unsigned long long>(KxPmTiles::kHeaderBytes, size)});
+    KxPmTilesHeader header;
+    KxString error = "it cannot be read";
+    if (!KxPmTiles::ReadHeader(
+            start.data(), static_cast<unsigned int>(start.size()), size, header, error))
+        throw ArchiveError(error.Cstr());
+    return header;
+}
+
 /// Goes through all directories of an archive.
 class PmTilesVisit
 {
@@ -75,13 +90,7 @@ public:
 
     void Run()
     {
-        const unsigned long long size = m_file.Size();
-        const std::vector<unsigned char> start =
-            m_file.Read({0, std::min<unsigned long long>(KxPmTiles::kHeaderBytes, size)});
-        KxString error = "it cannot be read";
-        if (!KxPmTiles::ReadHeader(
-                start.data(), static_cast<unsigned int>(start.size()), size, m_header, error))
-            throw ArchiveError(error.Cstr());
+        m_header = HeaderOf(m_file);
         VisitDirectory(m_header.m_root, 1);
     }
 
@@ -145,6 +154,24 @@ bool PmTilesVisit::VisitRun(const KxPmTilesEntry& entry)
 }
 
 } // namespace
+
+/// What is larger, or packed in another way, is no work of KxTileArchiveWriter's.
+std::string OriginOfPmTiles(const std::string& path)
+{
+    constexpr unsigned long long kMaxPacked = 1U << 20;
+    constexpr unsigned int kMaxJson = 4U << 20;
+    const InputFile file(path);
+    const KxPmTilesHeader header = HeaderOf(file);
+    if (header.m_eInternal != KxPmTilesCompression_Gzip || header.m_metadata.m_nLength > kMaxPacked)
+        return {};
+    const std::vector<unsigned char> packed = file.Read(header.m_metadata);
+    std::vector<unsigned char> json(kMaxJson);
+    unsigned int size = kMaxJson;
+    if (KxCompress::GZipDecompress(
+            packed.data(), static_cast<unsigned int>(packed.size()), json.data(), size) != 0)
+        return {};
+    return OriginIn({reinterpret_cast<const char*>(json.data()), size});
+}
 
 void VisitPmTiles(const std::string& path, const PlaceVisitor& visitor)
 {

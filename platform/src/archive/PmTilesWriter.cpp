@@ -50,8 +50,8 @@ KxPmTilesHeader HeaderFor(const KxTileArchiveReport& report, KxPmTilesType type)
     header.m_nMaxLevel = report.m_nMaxLevel;
     header.m_bounds = report.m_bounds;
     header.m_nCenterLevel = report.m_nMaxLevel;
-    header.m_dCenterLon = (report.m_bounds.m_dLeft + report.m_bounds.m_dRight) / 2;
-    header.m_dCenterLat = (report.m_bounds.m_dBottom + report.m_bounds.m_dTop) / 2;
+    header.m_dCenterLon = report.m_centre.x;
+    header.m_dCenterLat = report.m_centre.y;
     return header;
 }
 

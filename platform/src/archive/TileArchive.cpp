@@ -50,14 +50,48 @@ void ThrowErrno()
     throw ArchiveError(std::generic_category().message(errno));
 }
 
+void UsedStrips::Add(int level, int column)
+{
+    if (level >= kBits) {
+        m_used.set(static_cast<std::size_t>(column >> (level - kBits)));
+        return;
+    }
+    const std::size_t width = kStrips >> level;
+    const std::size_t first = static_cast<std::size_t>(column) * width;
+    for (std::size_t strip = first; strip < first + width; ++strip)
+        m_used.set(strip);
+}
+
+/// The widest gap is what the used strips leave out; going east from its end they are one piece, or
+/// as near to one as they come.
+std::optional<double> UsedStrips::CentreAcrossAntimeridian() const
+{
+    if (!m_used.test(0) || !m_used.test(kStrips - 1) || m_used.all())
+        return std::nullopt;
+    std::size_t widest = 0;
+    std::size_t gapEnd = 0;
+    std::size_t width = 0;
+    for (std::size_t strip = 0; strip < kStrips; ++strip) {
+        width = m_used.test(strip) ? 0 : width + 1;
+        if (width > widest) {
+            widest = width;
+            gapEnd = strip + 1;
+        }
+    }
+    const auto strips = static_cast<double>(2 * gapEnd + kStrips - widest) / 2;
+    const double longitude = strips * 360 / kStrips - 180;
+    return longitude > 180 ? longitude - 360 : longitude;
+}
+
 void TileSurvey::Add(const ArchivePlace& place, std::string_view bytes)
 {
-    const Extent own{place.m_nCol, place.m_nCol, place.m_nRow, place.m_nRow};
+    const Extent own{place.m_nCol, place.m_nCol, place.m_nRow, place.m_nRow, {}};
     Extent& extent = m_extents.try_emplace(place.m_nLevel, own).first->second;
     extent.m_nMinCol = std::min(extent.m_nMinCol, place.m_nCol);
     extent.m_nMaxCol = std::max(extent.m_nMaxCol, place.m_nCol);
     extent.m_nMinRow = std::min(extent.m_nMinRow, place.m_nRow);
     extent.m_nMaxRow = std::max(extent.m_nMaxRow, place.m_nRow);
+    extent.m_strips.Add(place.m_nLevel, place.m_nCol);
     ++m_formats[FormatOf(bytes)];
     ++m_nTiles;
 }
@@ -79,6 +113,9 @@ void TileSurvey::Describe(KxTileArchiveReport& report) const
     KxMath::CalcWMTileLatLonBounds(northEast, level, extent.m_nMaxRow, extent.m_nMaxCol, 1);
     report.m_bounds =
         KxRect2d(southWest.m_dLeft, northEast.m_dTop, northEast.m_dRight, southWest.m_dBottom);
+    report.m_centre.x = extent.m_strips.CentreAcrossAntimeridian().value_or(
+        (report.m_bounds.m_dLeft + report.m_bounds.m_dRight) / 2);
+    report.m_centre.y = (report.m_bounds.m_dBottom + report.m_bounds.m_dTop) / 2;
     const auto most = std::max_element(
         m_formats.begin(), m_formats.end(), [](const auto& one, const auto& other) {
             return one.second < other.second;

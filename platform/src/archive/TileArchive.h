@@ -3,7 +3,9 @@
 
 #include "KxTileArchiveWriter.h"
 
+#include <bitset>
 #include <map>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -24,11 +26,29 @@ struct ArchiveError : std::runtime_error
     using std::runtime_error::runtime_error;
 };
 
+/// Under which archives keep KxTileArchiveMetadata::m_strOrigin; no standard names it.
+inline constexpr const char* kOriginKey = "kxtile_origin";
+
 /// The format of a picture as MBTiles names it; empty for none that is known.
 std::string FormatOf(std::string_view bytes);
 
 /// Says what errno means.
 [[noreturn]] void ThrowErrno();
+
+/// The columns of a level that have tiles, in 1024 strips of the earth: as few as tell a gap.
+class UsedStrips
+{
+public:
+    void Add(int level, int column);
+    /// The longitude amid the used strips where these lie on both sides of the antimeridian and
+    /// leave a gap elsewhere.
+    std::optional<double> CentreAcrossAntimeridian() const;
+
+private:
+    static constexpr int kBits = 10;
+    static constexpr std::size_t kStrips = 1U << kBits;
+    std::bitset<kStrips> m_used;
+};
 
 /// What the tiles of an archive have in common.
 class TileSurvey
@@ -49,6 +69,7 @@ private:
         int m_nMaxCol;
         int m_nMinRow;
         int m_nMaxRow;
+        UsedStrips m_strips;
     };
 
     std::map<int, Extent> m_extents; ///< by level

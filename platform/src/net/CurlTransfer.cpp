@@ -295,6 +295,7 @@ HttpAnswer Exchange::AnswerFor(CURLcode code)
     const TransferFault fault = FaultFor(code);
     answer.cause = CauseOf(fault);
     answer.transient = IsTransient(fault);
+    answer.unreached = IsUnreached(fault);
     return answer;
 }
 

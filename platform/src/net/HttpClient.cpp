@@ -13,6 +13,7 @@ HttpAnswer HttpAnswer::Copy() const
     copy.httpVersion = httpVersion;
     copy.complete = complete;
     copy.transient = transient;
+    copy.unreached = unreached;
     copy.bytesReceived = bytesReceived;
     copy.contentType = contentType;
     copy.cause = cause;

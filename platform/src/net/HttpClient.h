@@ -29,6 +29,7 @@ struct HttpAnswer
     int httpVersion = 0;    ///< ten times the number: 10, 11 or 20; 0 when none came
     bool complete = false;  ///< the whole answer arrived, or as much of it as its status needs
     bool transient = false; ///< broken off in a way that another try may mend
+    bool unreached = false; ///< no connection to the server that may be trusted came to stand
     MallocBuffer body;      ///< empty unless complete with a 2xx status
     std::uint64_t bytesReceived = 0;
     std::string contentType;

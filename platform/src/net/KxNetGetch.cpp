@@ -151,6 +151,7 @@ void Describe(KxNetRequestInfo& info, const HttpAnswer& answer)
     info.m_nHttpStatus = answer.status;
     info.m_nHttpVersion = answer.httpVersion;
     info.m_nAttempts = answer.attempts;
+    info.m_bUnreached = answer.unreached;
     info.m_nBytes = answer.bytesReceived;
     info.m_strContentType = ToKxString(answer.contentType);
     info.m_strCause = ToKxString(CauseOf(answer));

@@ -122,6 +122,18 @@ std::string WordsFor(const TransferFault& fault, const HttpRequest& request)
     return words;
 }
 
+bool IsUnreached(const TransferFault& fault)
+{
+    switch (fault.code) {
+    case CURLE_PEER_FAILED_VERIFICATION:
+    case CURLE_SSL_CACERT_BADFILE:
+    case CURLE_SSL_CONNECT_ERROR:
+        return true;
+    default:
+        return !fault.connected || IsRefusedByProxy(fault);
+    }
+}
+
 bool IsTransient(const TransferFault& fault)
 {
     if (fault.stop != AnswerReceiver::Stop::None)

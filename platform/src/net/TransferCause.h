@@ -28,6 +28,9 @@ struct TransferFault
 /// What failed and how to mend it.
 std::string WordsFor(const TransferFault& fault, const HttpRequest& request);
 
+/// Whether nobody came to be asked: no connection stood, or none that may be trusted.
+bool IsUnreached(const TransferFault& fault);
+
 /// Whether another try may mend it: resets and time-outs.
 bool IsTransient(const TransferFault& fault);
 

@@ -47,6 +47,16 @@ TEST_F(FailedTilesTest, AreReadAsTheyWereWritten)
     EXPECT_EQ(tiles[1].m_z, 0);
 }
 
+TEST_F(FailedTilesTest, KeepAReasonOnOneLine)
+{
+    FailedTiles failed(Path("list"), "Nothing to try again.");
+    failed.Add({5, 3, 4}, "a\r\nb\tc\x1b[1m \xc3\xa4");
+    EXPECT_TRUE(failed.Finish());
+    const std::string text = KxC::ReadFile(Path("list"));
+    EXPECT_EQ(text.substr(text.find("\n# Nothing")),
+              "\n# Nothing to try again.\n5/3/4\ta  b c [1m \xc3\xa4\n");
+}
+
 TEST_F(FailedTilesTest, LeaveNoListWhereNothingFailed)
 {
     Write("list", "1/1/1\n");

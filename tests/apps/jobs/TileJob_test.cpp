@@ -88,6 +88,54 @@ TEST(TileJob, GoesOnPastFailuresAndListsThem)
     EXPECT_EQ(ReadTileList(options.m_failedList).size(), 8U);
 }
 
+/// What comes of 4096 tiles of which the service refuses all but the first.
+TileJobEnd RunRefused(const TileJobOptions& options)
+{
+    return RunTileJob(
+        TileList(kWorld, {6, 6}),
+        [](const HostTile& tile) -> TileResult {
+            if (tile.m_x == 0 && tile.m_y == 0)
+                return {TileOutcome::Made, 1, {}};
+            return {TileOutcome::Failed, 0, "HTTP status 403", Outlook::Refused};
+        },
+        options);
+}
+
+TEST(TileJob, GivesUpAfterARowOfRefusals)
+{
+    const TileJobEnd alone = RunRefused(Threads(1));
+    EXPECT_EQ(alone.m_counts.m_made, 1U);
+    EXPECT_EQ(alone.m_counts.m_failed, 64U);
+    EXPECT_TRUE(alone.EndedEarly());
+    EXPECT_FALSE(alone.m_isInterrupted);
+    EXPECT_EQ(alone.m_whyGivenUp, "64 tiles in a row were refused; the last one: HTTP status 403");
+    const TileJobEnd together = RunRefused(Threads(4));
+    EXPECT_TRUE(together.EndedEarly());
+    // Each of the others may have had a tile in work, and begun another before it heard.
+    EXPECT_LE(together.m_counts.m_failed, 64U + 2 * 3);
+}
+
+TEST(TileJob, GoesOnPastRefusalsWhenAskedTo)
+{
+    TileJobOptions options = Threads(4);
+    options.m_givesUp = false;
+    const TileJobEnd end = RunRefused(options);
+    EXPECT_FALSE(end.EndedEarly());
+    EXPECT_EQ(end.m_counts.m_failed, 4095U);
+    EXPECT_EQ(end.m_lastFailure, "HTTP status 403");
+}
+
+TEST(TileJob, GivingUpARetryKeepsListedWhatItHasNotTried)
+{
+    const KxC::TempFolder folder;
+    TileJobOptions options = Threads(1);
+    options.m_failedList = options.m_retried = folder.File("list");
+    std::ofstream(options.m_retried) << "0/0/30\n";
+    const TileJobEnd end = RunRefused(options);
+    EXPECT_EQ(end.m_listed, 4095U);
+    EXPECT_EQ(ReadTileList(options.m_failedList).size(), 4095U);
+}
+
 TEST(TileJob, DoesNothingWithAnEmptyList)
 {
     const TileJobEnd end = RunTileJob(

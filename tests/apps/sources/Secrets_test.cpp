@@ -129,5 +129,16 @@ TEST_F(SecretsTest, StandInsTellWhereAVariableWentAndLeaveNoTrace)
     EXPECT_EQ(std::getenv("KXTILE_TEST_C"), nullptr);
 }
 
+TEST_F(SecretsTest, OfAnAddressLeaveItsRestToBeSeen)
+{
+    const std::string address =
+        "https://me:word@h/{$z}/{$x}/{$y}.png?style=dark&key=0123456789abcdef";
+    const Secrets secrets = Secrets::InAddress(address);
+    EXPECT_EQ(secrets.Mask(address), "https://***@h/{$z}/{$x}/{$y}.png?style=***&key=***");
+    EXPECT_EQ(secrets.Mask("https://me:word@h/3/1/2.png?style=dark&key=0123456789abcdef refused"),
+              "https://***@h/3/1/2.png?style=***&key=*** refused");
+    EXPECT_EQ(Secrets::InAddress("https://h/{$z}.png").Mask("https://h/1.png"), "https://h/1.png");
+}
+
 } // namespace
 } // namespace KxTileHost

@@ -85,6 +85,30 @@ TEST_P(KxTileArchivePlacesForms, AreFoundInLeavesToo)
     EXPECT_EQ(Visit(m_path, GetParam()).m_places, places);
 }
 
+TEST_P(KxTileArchivePlacesForms, SayWhatTheTilesWereMadeFrom)
+{
+    // Words that would end a text or begin another, were they taken as they stand.
+    const char* const origins[] = {
+        "", "city.toml, 256 pixels, png", R"(a "b" \c\ ,"kxtile_origin":"d" 'e' %Q \u0041)"};
+    for (const char* const origin : origins) {
+        KxTileArchiveWriter writer;
+        // A name of somebody's that looks like it is none.
+        ASSERT_TRUE(writer.Create(
+            m_path.c_str(), GetParam(), {R"(,"kxtile_origin":"name")", "", "", origin}));
+        ASSERT_TRUE(AddTile(writer, 0, 0, 0, FakePng(1)));
+        ASSERT_TRUE(writer.Finish()) << writer.GetError().Cstr();
+        KxString read = "before";
+        KxString error;
+        ASSERT_TRUE(KxTileArchivePlaces::ReadOrigin(m_path.c_str(), GetParam(), read, error));
+        EXPECT_STREQ(read.Cstr(), origin);
+    }
+    KxString read;
+    KxString error;
+    WriteFile(m_path, std::string(2000, 'x'));
+    EXPECT_FALSE(KxTileArchivePlaces::ReadOrigin(m_path.c_str(), GetParam(), read, error));
+    EXPECT_FALSE(error.IsEmpty() != 0);
+}
+
 TEST_P(KxTileArchivePlacesForms, EndWhenTheVisitorHasEnough)
 {
     Write({{2, 0, 0}, {2, 0, 1}, {2, 1, 0}, {2, 1, 1}}, [](int) { return FakePng(1); });

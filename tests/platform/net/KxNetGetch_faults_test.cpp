@@ -192,6 +192,7 @@ TEST_F(KxNetGetchFaults, BusyServerBeyondTheTimeOutIsAFailure)
     m_server.On("/busy", Answers(503, "page", "Retry-After: 9\r\n"));
     const Fetched fetched = ExpectFailure(m_server.Url("/busy"), "status 503", {.timeoutMs = 5000});
     EXPECT_EQ(1, fetched.info.m_nAttempts);
+    EXPECT_FALSE(fetched.info.m_bUnreached);
 }
 
 TEST_F(KxNetGetchFaults, NobodyListening)
@@ -201,12 +202,14 @@ TEST_F(KxNetGetchFaults, NobodyListening)
         const LoopbackServer gone;
         url = gone.Url("/tile");
     }
-    ExpectFailure(url, "cannot connect to host '127.0.0.1:");
+    EXPECT_TRUE(ExpectFailure(url, "cannot connect to host '127.0.0.1:").info.m_bUnreached);
 }
 
 TEST_F(KxNetGetchFaults, UnknownHost)
 {
-    ExpectFailure("http://nobody.invalid/tile", "cannot resolve host 'nobody.invalid'");
+    const Fetched fetched =
+        ExpectFailure("http://nobody.invalid/tile", "cannot resolve host 'nobody.invalid'");
+    EXPECT_TRUE(fetched.info.m_bUnreached);
 }
 
 TEST_F(KxNetGetchFaults, PlainServerBehindHttps)

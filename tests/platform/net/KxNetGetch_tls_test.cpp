@@ -27,6 +27,7 @@ protected:
         EXPECT_EQ(1, fetched.info.m_nAttempts);
         EXPECT_EQ(0, fetched.info.m_nHttpStatus);
         EXPECT_EQ(0, fetched.info.m_nHttpVersion);
+        EXPECT_TRUE(fetched.info.m_bUnreached);
         EXPECT_THAT(fetched.Cause(), HasSubstr("not trusted"));
     }
 };

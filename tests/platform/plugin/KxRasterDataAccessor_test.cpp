@@ -97,6 +97,36 @@ TEST(KxRasterDataAccessor, CountsTheReadsThatFailedAndKeepsTheReason)
     EXPECT_STREQ(KxRasterDataAccessor::GetThreadError().Cstr(), "it is cut short");
 }
 
+/// What is kept of a reason.
+std::string Kept(const std::string& why)
+{
+    StubAccessor::NoteReadFailure(why.c_str());
+    return KxRasterDataAccessor::GetThreadError().Cstr();
+}
+
+TEST(KxRasterDataAccessor, KeepsAReasonOnOneLineThatSteersNoTerminal)
+{
+    EXPECT_EQ(Kept("a\nb\r\tc"), "a?b??c");
+    EXPECT_EQ(Kept("\x1b[2J\x7f"), "?[2J?");
+    // U+009B steers like ESC and "[", in two bytes; U+00A0 and U+4E9B, of the same bytes, do not.
+    EXPECT_EQ(Kept("a\xc2\x9b"
+                   "b"),
+              "a??b");
+    EXPECT_EQ(Kept("\xc2\xa0\xe4\xba\x9b"), "\xc2\xa0\xe4\xba\x9b");
+}
+
+TEST(KxRasterDataAccessor, CutsALongReasonBetweenCharacters)
+{
+    const std::string ascii(600, 'x');
+    EXPECT_EQ(Kept(ascii), std::string(500, 'x'));
+    // Of three bytes each: 500 lies inside the 167th.
+    std::string chinese;
+    for (int i = 0; i < 200; ++i)
+        chinese += "\xe7\x93\xa6";
+    EXPECT_EQ(Kept(chinese), chinese.substr(0, 498));
+    EXPECT_EQ(Kept(""), "");
+}
+
 TEST(KxRasterDataAccessor, CountsNoOpeningAndForgetsTheReasonAfterASoundOne)
 {
     const unsigned long long before = KxRasterDataAccessor::GetThreadReadFailures();

@@ -2,11 +2,9 @@
 // Tiles beside what GDAL's own program makes of the same grid.
 #include "GdalWarpTool.h"
 #include "support/TempFolder.h"
+#include "support/TestData.h"
 
 #include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <filesystem>
 
 namespace KxC::Test {
 
@@ -48,11 +46,10 @@ void ExpectGeneratedAgreement(const RasterSpec& spec)
 
 void ExpectRealAgreement(const std::string& name, const std::string& overviews)
 {
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread runs
-    const char* folder = std::getenv("KXTILE_TEST_DATA");
-    if (folder == nullptr)
-        GTEST_SKIP() << "KXTILE_TEST_DATA does not say where the public rasters are";
-    ExpectAgreement((std::filesystem::path(folder) / name).string(), overviews);
+    const auto path = TestDataFile(name);
+    if (!path)
+        GTEST_SKIP() << kNoTestData;
+    ExpectAgreement(*path, overviews);
 }
 
 } // namespace

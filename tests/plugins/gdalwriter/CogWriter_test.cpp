@@ -5,6 +5,7 @@
 #include <gdal_priv.h>
 #include <gtest/gtest.h>
 #include <ogr_spatialref.h>
+#include <unistd.h>
 
 #include <array>
 #include <cstdlib>
@@ -181,6 +182,54 @@ TEST(CogWriter, CutsBlocksAtTheEdges)
         Rgba wanted = ColourAt(x + 256, y + 256);
         EXPECT_EQ(file.At(x, y), wanted) << x << ' ' << y;
     }
+}
+
+/// Names of what lies in a folder.
+std::vector<std::string> NamesIn(const fs::path& folder)
+{
+    std::vector<std::string> names;
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder))
+        names.push_back(entry.path().filename().string());
+    return names;
+}
+
+// Programs that clean up after killed ones go by that name.
+TEST(CogWriter, WorksInAHiddenFolderNamedForItsProcess)
+{
+    const TempFolder folder;
+    const auto first = NewWriter();
+    const std::string path = folder.File(std::string(255 - 4, 'n') + ".tif");
+    ASSERT_EQ(first->Create(path.c_str(), 64, 64, 3, {0, 1, 1, 0}, "EPSG:4326", 2), 1)
+        << first->GetError().Cstr();
+    const std::string start = ".kxtile-" + std::to_string(::getpid()) + "-";
+    const auto isOwn = [&](const std::string& name) {
+        return name.starts_with(start) && name.ends_with(".tmp") &&
+               fs::is_directory(folder.Path() / name);
+    };
+    ASSERT_EQ(NamesIn(folder.Path()).size(), 1U);
+    EXPECT_TRUE(isOwn(NamesIn(folder.Path())[0])) << NamesIn(folder.Path())[0];
+    // Another raster beside it has a folder of its own.
+    const auto second = NewWriter();
+    ASSERT_EQ(second->Create(path.c_str(), 64, 64, 3, {0, 1, 1, 0}, "EPSG:4326", 2), 1);
+    EXPECT_EQ(NamesIn(folder.Path()).size(), 2U);
+    second->Cancel();
+    ASSERT_EQ(first->Finish(nullptr, nullptr), 1) << first->GetError().Cstr();
+    EXPECT_EQ(NamesIn(folder.Path()), std::vector<std::string>{fs::path(path).filename().string()});
+}
+
+// A process of the same number, killed long ago, may have left one.
+TEST(CogWriter, PassesOverNamesThatAreTaken)
+{
+    const TempFolder folder;
+    for (int i = 1; i <= 200; ++i)
+        fs::create_directory(folder.Path() / (".kxtile-" + std::to_string(::getpid()) + "-" +
+                                              std::to_string(i) + ".tmp"));
+    const auto writer = NewWriter();
+    ASSERT_EQ(writer->Create(folder.File("a.tif").c_str(), 64, 64, 3, {0, 1, 1, 0}, "EPSG:4326", 2),
+              1)
+        << writer->GetError().Cstr();
+    ASSERT_EQ(writer->Finish(nullptr, nullptr), 1);
+    EXPECT_EQ(NamesIn(folder.Path()).size(), 201U) << "what is not its own stays";
 }
 
 TEST(CogWriter, GivenUpItLeavesWhatWasThere)

@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: MIT
+#include "MbTilesPack.h"
+#include "PackFile.h"
+#include "StepBudget.h"
 #include "TilePacks.h"
 #include "support/TempFolder.h"
 
@@ -152,30 +155,64 @@ TEST(MbTilesHostile, EndsOnViewsThatWouldNot)
     }
 }
 
+/// Whether a tile is read, be it there or not; the reason otherwise.
+std::string Fault(MbTilesPack& pack, const TileAddress& address)
+try {
+    TileBytes bytes;
+    pack.Read(address, bytes);
+    return {};
+} catch (const PackError& error) {
+    return error.what();
+}
+
 TEST(MbTilesHostile, GivesAPackUpWhoseTilesTakeTooLongInAll)
 {
-    // One tile is found at once; for another, 2000 rows are looked through 2000 times.
+    // One tile is found at once; for another, 600 rows are looked through 600 times, which takes
+    // more than a million steps, and less than two.
     const TempFolder folder;
     MbTilesFile file(folder.File("pack.mbtiles"));
     file.Execute("CREATE TABLE t(a INTEGER);"
-                 "WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n LIMIT 2000)"
+                 "WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n LIMIT 600)"
                  " INSERT INTO t SELECT i FROM n;"
                  "CREATE TABLE stored(zoom_level, tile_column, tile_row, tile_data);"
                  "CREATE VIEW tiles AS SELECT * FROM stored UNION ALL"
                  " SELECT 3, 1, 1, x'00' FROM t a, t b WHERE a.a + b.a < 0");
     file.Execute("INSERT INTO stored VALUES(0, 0, 0, x'" + HexOf(PngOf(1, 2, 3)) + "')");
-    const auto reader = OpenPack(file.Close());
-    ASSERT_NE(reader, nullptr) << KxRasterDataAccessor::GetThreadError().Cstr();
-    EXPECT_EQ(ReadStored(*reader, 0, 0, 0).m_bytes, PngOf(1, 2, 3));
-    EXPECT_EQ(ReadStored(*reader, 3, 1, 1).m_status, 5) << "one alone is fair";
+    const std::string path = file.Close();
+    constexpr long long kFewSteps = 5000; // thousands, beyond a thousand thousands for each read
+    MbTilesPack pack(path, PackFile(path), kFewSteps);
+    EXPECT_EQ(Fault(pack, {0, 0, 0}), "");
+    EXPECT_EQ(Fault(pack, {3, 1, 1}), "") << "one alone is fair";
     int reads = 1;
-    while (reads < 50 && ReadStored(*reader, 3, 1, 1).m_status == 5)
+    while (reads < 50 && Fault(pack, {3, 1, 1}).empty())
         ++reads;
+    EXPECT_GE(reads, 5);
     EXPECT_LT(reads, 50);
     // From now on everything fails at once.
-    EXPECT_NE(ReadStored(*reader, 0, 0, 0).m_status, 5);
-    EXPECT_NE(std::string(KxRasterDataAccessor::GetThreadError().Cstr()).find("too long"),
-              std::string::npos);
+    EXPECT_NE(Fault(pack, {0, 0, 0}).find("too long"), std::string::npos);
+    // The reader itself is more patient, by as much as its budget is larger.
+    EXPECT_NE(OpenPack(path), nullptr) << KxRasterDataAccessor::GetThreadError().Cstr();
+}
+
+TEST(StepBudget, IsSpentByWhatReadsTakeBeyondTheirFairShare)
+{
+    StepBudget budget(0);
+    for (int i = 0; i < 1000000; ++i)
+        budget.Charge(1000);
+    EXPECT_FALSE(budget.IsSpent()) << "reads that are fair cost nothing";
+    budget.Charge(1000 + StepBudget::kSteps - 1);
+    EXPECT_FALSE(budget.IsSpent());
+    budget.Charge(1001);
+    EXPECT_TRUE(budget.IsSpent());
+}
+
+TEST(StepBudget, AllowsLargeFilesMoreForEachRead)
+{
+    StepBudget budget(800'000'000, 10); // a hundred thousand thousands more
+    budget.Charge(101'000);
+    EXPECT_FALSE(budget.IsSpent());
+    budget.Charge(101'010);
+    EXPECT_TRUE(budget.IsSpent());
 }
 
 TEST(MbTilesHostile, RefusesViewsThatGatherRowsBeforeTheyAnswer)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "KxFile.h"
 #include "KxPmTiles.h"
+#include "KxRasterDescription.h"
 #include "TilePacks.h"
 #include "support/ArchiveBytes.h"
 #include "support/TempFolder.h"
@@ -219,6 +220,21 @@ TEST(PackAccessor, ReadsAnArchiveFromSeveralThreadsAtOnce)
     EXPECT_EQ(reader->GetMinLevel(), 3);
     EXPECT_EQ(reader->GetMaxLevel(), 3);
     ReadFromManyThreads(*reader);
+}
+
+TEST(PackAccessor, DescribesTheSystemOfTheTilesGrid)
+{
+    const TempFolder folder;
+    MbTilesFile file(folder.File("pack.mbtiles"));
+    file.CreateTables();
+    file.AddTile(0, 0, 0, PngOf(1, 2, 3));
+    const auto reader = OpenPack(file.Close());
+    const auto* const describer = dynamic_cast<const KxRasterDescriber*>(reader.get());
+    ASSERT_NE(describer, nullptr);
+    KxRasterDescription description;
+    describer->Describe(description);
+    EXPECT_EQ(description.m_nEpsg, 3857);
+    EXPECT_EQ(description.m_nWidth, 0) << "each level has its own";
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include "TilePacks.h"
 #include "support/ArchiveBytes.h"
 #include "support/TempFolder.h"
+#include "support/TestData.h"
 
 #include <gtest/gtest.h>
 
@@ -123,14 +124,12 @@ void Extract(const std::string& path, const TempFolder& folder)
 
 TEST(PmTiles, ReadsARealArchiveAsAnotherReaderDoes)
 {
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread is there
-    const char* const data = std::getenv("KXTILE_TEST_DATA");
-    if (data == nullptr)
-        GTEST_SKIP() << "KXTILE_TEST_DATA names no folder of public rasters";
-    const std::string path = std::string(data) + "/stamen_toner_z3.pmtiles";
+    const auto path = TestDataFile("stamen_toner_z3.pmtiles");
+    if (!path)
+        GTEST_SKIP() << kNoTestData;
     const TempFolder folder;
-    Extract(path, folder);
-    const auto reader = OpenPack(path);
+    Extract(*path, folder);
+    const auto reader = OpenPack(*path);
     ASSERT_NE(reader, nullptr);
     EXPECT_EQ(reader->GetMinLevel(), 0);
     EXPECT_EQ(reader->GetMaxLevel(), 3);

@@ -92,6 +92,7 @@ protected:
             threads.emplace_back([this, &mine] { FetchInto(mine); });
         for (std::thread& thread : threads)
             thread.join();
+        m_service.DuringRequests([] {}); // what was there refers to this call
         return got;
     }
 

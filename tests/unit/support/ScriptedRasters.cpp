@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ScriptedRasters.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -11,6 +12,17 @@ namespace {
 
 ScriptedRasters* g_current = nullptr;
 
+/// The process's registry keeps rasters open beyond the test that opened them: whichever script is
+/// in force answers, never the one that they were made for.
+ScriptedRasters& InForce()
+{
+    if (g_current == nullptr) {
+        std::fputs("a scripted raster is used though no script is in force\n", stderr);
+        std::abort();
+    }
+    return *g_current;
+}
+
 std::string Address(const char* what, int level, int row, int col)
 {
     return std::string(what) + ' ' + std::to_string(level) + '/' + std::to_string(row) + '/' +
@@ -20,20 +32,17 @@ std::string Address(const char* what, int level, int row, int col)
 class ScriptedRaster : public KxRasterDataAccessor
 {
 public:
-    explicit ScriptedRaster(ScriptedRasters& script) : m_script(script), m_toWgs84(script.m_toWgs84)
-    {
-    }
+    ScriptedRaster() : m_toWgs84(InForce().m_toWgs84) {}
     ~ScriptedRaster() override
     {
-        // Those that the process's registry holds outlive the test that made them.
-        if (g_current == &m_script)
-            m_script.Note("destroyed");
+        if (g_current != nullptr) // else the process ends, and its registries with it
+            g_current->Note("destroyed");
     }
 
     unsigned char Initialize() override { return 1; }
-    unsigned char IsAvailable() override { return m_script.m_available ? 1 : 0; }
-    int GetMinLevel() override { return m_script.m_minLevel; }
-    int GetMaxLevel() override { return m_script.m_maxLevel; }
+    unsigned char IsAvailable() override { return InForce().m_available ? 1 : 0; }
+    int GetMinLevel() override { return InForce().m_minLevel; }
+    int GetMaxLevel() override { return InForce().m_maxLevel; }
     unsigned char SetProj4(const KxString& /*text*/) override { return 0; }
     unsigned char SetEsriPrj(const char* /*text*/) override { return 0; }
     unsigned char SetEPSG(const char* /*code*/) override { return 0; }
@@ -50,37 +59,36 @@ public:
 
     unsigned char Open(const KxString& path) override
     {
-        m_script.Note(std::string("Open ") + path.Cstr());
-        if (!m_script.m_hasMemory)
+        InForce().Note(std::string("Open ") + path.Cstr());
+        if (!InForce().m_hasMemory)
             throw std::bad_alloc();
         m_strDataPath = path;
-        m_rectLatLon = m_script.m_bounds;
-        if (m_script.m_stored)
+        m_rectLatLon = InForce().m_bounds;
+        if (InForce().m_stored)
             m_eGeoReferenceType = KxEGeoReferenceType_WebMercatorTiles;
-        return m_script.m_opens ? 1 : 0;
+        return InForce().m_opens ? 1 : 0;
     }
 
     void ReadTileImage(KxImageData*& image, int level, int row, int col) override
     {
-        m_script.Note(Address("image", level, row, col));
-        image = m_script.m_image ? m_script.m_image(level, row, col).release() : nullptr;
+        InForce().Note(Address("image", level, row, col));
+        image = InForce().m_image ? InForce().m_image(level, row, col).release() : nullptr;
     }
 
     int
     ReadTileData(int level, int row, int col, unsigned char*& bytes, unsigned int& size) override
     {
-        m_script.Note(Address("stored", level, row, col));
-        size = static_cast<unsigned int>(m_script.m_storedBytes.size());
+        InForce().Note(Address("stored", level, row, col));
+        size = static_cast<unsigned int>(InForce().m_storedBytes.size());
         bytes = nullptr;
         if (size > 0) {
             bytes = static_cast<unsigned char*>(std::malloc(size));
-            std::memcpy(bytes, m_script.m_storedBytes.data(), size);
+            std::memcpy(bytes, InForce().m_storedBytes.data(), size);
         }
-        return m_script.m_readStatus;
+        return InForce().m_readStatus;
     }
 
 private:
-    ScriptedRasters& m_script;
     std::function<bool(const KxPoint3d&, KxPoint3d&)> m_toWgs84;
 };
 
@@ -109,7 +117,7 @@ KxPlugin* MakeScriptedRaster(const KxString& kind, const KxString& ext)
     const bool converts = g_current->m_toWgs84 && ext.CompareNoCase(".shp") == 0;
     if (!converts && ext.CompareNoCase(".tif") != 0 && ext.CompareNoCase(".mbt") != 0)
         return nullptr;
-    return new ScriptedRaster(*g_current);
+    return new ScriptedRaster;
 }
 
 } // namespace KxC::Testing

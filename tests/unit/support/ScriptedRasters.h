@@ -13,8 +13,8 @@
 namespace KxC::Testing {
 
 /// What every raster is like while it lives; one at a time. The plug-in takes ".tif" and ".mbt",
-/// and
-/// ".shp" where there is a projection.
+/// and ".shp" where there is a projection. A raster that an earlier test has left open in a
+/// registry is like the others, but for its bounds and kind, which are those of its opening.
 class ScriptedRasters
 {
 public:

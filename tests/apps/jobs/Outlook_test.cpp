@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: MIT
+#include "jobs/Outlook.h"
+
+#include "KxNetGetch.h"
+
+#include <gtest/gtest.h>
+
+namespace KxTileHost {
+namespace {
+
+TileResult Failed(Outlook outlook, const char* why = "why")
+{
+    return {TileOutcome::Failed, 0, why, outlook};
+}
+
+/// Adds the same result so many times.
+void Add(FailureRow& row, int count, const TileResult& result)
+{
+    for (int i = 0; i < count; ++i)
+        row.Add(result);
+}
+
+TEST(FailureRow, IsHopelessAfterSoManyOfOneReason)
+{
+    FailureRow refused;
+    Add(refused, FailureRow::kRefused - 1, Failed(Outlook::Refused));
+    EXPECT_FALSE(refused.IsHopeless());
+    refused.Add(Failed(Outlook::Refused, "HTTP status 403"));
+    EXPECT_TRUE(refused.IsHopeless());
+    EXPECT_EQ(refused.Describe(), "64 tiles in a row were refused; the last one: HTTP status 403");
+    FailureRow unreachable;
+    Add(unreachable, FailureRow::kUnreachable - 1, Failed(Outlook::Unreachable));
+    EXPECT_FALSE(unreachable.IsHopeless());
+    unreachable.Add(Failed(Outlook::Unreachable, "nobody listens"));
+    EXPECT_TRUE(unreachable.IsHopeless());
+    EXPECT_EQ(unreachable.Describe(),
+              "16 tiles in a row failed for want of a connection; the last one: nobody listens");
+}
+
+TEST(FailureRow, EndsWithAnyAnswerOfTheService)
+{
+    for (const TileOutcome answer : {TileOutcome::Made, TileOutcome::Hole}) {
+        FailureRow row;
+        Add(row, FailureRow::kRefused - 1, Failed(Outlook::Refused));
+        row.Add({answer, 0, {}});
+        Add(row, FailureRow::kRefused - 1, Failed(Outlook::Refused));
+        EXPECT_FALSE(row.IsHopeless());
+        row.Add(Failed(Outlook::Refused));
+        EXPECT_TRUE(row.IsHopeless());
+    }
+}
+
+TEST(FailureRow, GoesOnPastWhatSaysNothingOfTheService)
+{
+    FailureRow row;
+    Add(row, FailureRow::kRefused - 1, Failed(Outlook::Refused));
+    row.Add({TileOutcome::Kept, 5, {}});
+    row.Add(Failed(Outlook::Open));
+    EXPECT_FALSE(row.IsHopeless());
+    row.Add(Failed(Outlook::Refused));
+    EXPECT_TRUE(row.IsHopeless());
+    FailureRow open;
+    Add(open, 1000, Failed(Outlook::Open));
+    EXPECT_FALSE(open.IsHopeless()) << "a broken server may mend";
+}
+
+TEST(FailureRow, BeginsAnewWithAnotherReason)
+{
+    FailureRow row;
+    Add(row, FailureRow::kUnreachable - 1, Failed(Outlook::Unreachable));
+    row.Add(Failed(Outlook::Refused));
+    row.Add(Failed(Outlook::Unreachable));
+    EXPECT_FALSE(row.IsHopeless());
+}
+
+Outlook OutlookAfter(int status, bool unreached, KxC::NetError result = KxC::NetError_Failure)
+{
+    KxC::KxNetRequestInfo info;
+    info.m_result = result;
+    info.m_nHttpStatus = status;
+    info.m_bUnreached = unreached;
+    KxC::KxNetGetch::SetLastRequestInfo(info);
+    return OutlookOfLastRequest();
+}
+
+TEST(OutlookOfLastRequest, TellsRefusalsFromWhatMayPass)
+{
+    for (const int status : {401, 403, 418, 429})
+        EXPECT_EQ(OutlookAfter(status, false), Outlook::Refused) << status;
+    for (const int status : {0, 200, 400, 500, 503})
+        EXPECT_EQ(OutlookAfter(status, false), Outlook::Open) << status;
+    EXPECT_EQ(OutlookAfter(0, true), Outlook::Unreachable);
+    EXPECT_EQ(OutlookAfter(404, false, KxC::NetError_NoData), Outlook::Open);
+    EXPECT_EQ(OutlookAfter(200, false, KxC::NetError_Success), Outlook::Open);
+    KxC::KxNetGetch::ClearLastRequestInfo();
+    EXPECT_EQ(OutlookOfLastRequest(), Outlook::Open) << "no request was sent";
+}
+
+} // namespace
+} // namespace KxTileHost
