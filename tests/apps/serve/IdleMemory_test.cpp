@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "serve/IdleMemory.h"
 
+#include "KxImageData.h"
+#include "KxTileFetcher.h"
+#include "KxWMTileDataCache.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -78,6 +82,27 @@ TEST(IdleMemory, IsGivenBackAgainAfterMoreWork)
     // Work may begin and end between two questions.
     EXPECT_EQ(ReleasesOf({{1, false}, {1, false}, {2, false}, {2, false}}),
               (std::vector<std::size_t>{2, 4}));
+}
+
+std::size_t TilesLeftAfterRelease(bool isKeptOnDisk)
+{
+    KxC::KxTileFetcher::m_sbLocalCacheUsed = isKeptOnDisk ? 1 : 0;
+    KxC::KxWMTileDataCacheManager& memory = KxC::m_gWMTileDataCacheManager;
+    memory.OpenCache("idle-memory-test")
+        ->AddToCache(new KxC::KxWMTileDataCacheEntry{
+            0.0, new KxC::KxWMImageTileData(1, 0, 0, new KxC::KxImageData(1, 1, 20))});
+    memory.ReleaseThreadTiles();
+    ReleaseIdleMemory();
+    const std::size_t left = memory.GetStatistics().m_nTiles;
+    memory.Clear();
+    KxC::KxTileFetcher::m_sbLocalCacheUsed = 1;
+    return left;
+}
+
+TEST(IdleMemory, HoldsDecodedTilesThatAreNowhereElse)
+{
+    EXPECT_EQ(TilesLeftAfterRelease(true), 0U);
+    EXPECT_EQ(TilesLeftAfterRelease(false), 1U);
 }
 
 } // namespace
