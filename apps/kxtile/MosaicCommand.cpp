@@ -18,6 +18,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
+#include <new>
 #include <optional>
 
 namespace KxTileHost {
@@ -169,19 +170,31 @@ void CheckReads(const MosaicArguments& arguments, unsigned long long failuresBef
               "have: then ask for a coarser --resolution, or for several pictures.");
 }
 
+/// @return whether the library says that all went well, which it also does without a picture
+bool FetchPicture(const Mosaic& mosaic, const std::string& path)
+try {
+    const MosaicGrid& grid = mosaic.m_grid;
+    return KxC::KxTileFetcher::FetchImageOfPixels(path.c_str(),
+                                                  mosaic.m_arguments.m_raster.c_str(),
+                                                  grid.m_extent,
+                                                  grid.m_width,
+                                                  grid.m_height,
+                                                  grid.m_level,
+                                                  mosaic.m_asked.m_text.c_str(),
+                                                  mosaic.m_asked.m_form) != 0;
+} catch (const std::bad_alloc&) {
+    throw CommandError(kExitFailed,
+                       fmt::format("there is no memory for a picture of {} x {} pixels",
+                                   mosaic.m_grid.m_width,
+                                   mosaic.m_grid.m_height),
+                       "Ask for a coarser --resolution, or for several pictures.");
+}
+
 void Fetch(const Mosaic& mosaic, KxC::KxRasterDataAccessor& raster, const TemporaryFile& file)
 {
     const Crs& crs = mosaic.m_crs;
     const auto failuresBefore = KxC::KxRasterDataAccessor::GetThreadReadFailures();
-    const MosaicGrid& grid = mosaic.m_grid;
-    const bool done = KxC::KxTileFetcher::FetchImageOfPixels(file.Path().c_str(),
-                                                             mosaic.m_arguments.m_raster.c_str(),
-                                                             grid.m_extent,
-                                                             grid.m_width,
-                                                             grid.m_height,
-                                                             grid.m_level,
-                                                             mosaic.m_asked.m_text.c_str(),
-                                                             mosaic.m_asked.m_form) != 0;
+    const bool done = FetchPicture(mosaic, file.Path());
     CheckReads(mosaic.m_arguments, failuresBefore);
     if (file.IsThere())
         return;

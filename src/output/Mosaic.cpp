@@ -44,6 +44,16 @@ struct PictureGrid
     int m_height;
     PixelPlaces m_places;
 
+    /// What the pixels are sampled from: tiles that only touch the extent need not be there.
+    KxRect2d Reach() const
+    {
+        if (m_places == PixelPlaces::EdgeToEdge)
+            return m_rect;
+        constexpr double kToCentre = 0.499; // less than half, so that one pixel has a reach, too
+        const double x = m_rect.Width() / m_width * kToCentre;
+        const double y = m_rect.Height() / m_height * kToCentre;
+        return {m_rect.m_dLeft + x, m_rect.m_dTop - y, m_rect.m_dRight - x, m_rect.m_dBottom + y};
+    }
     std::vector<double> Columns() const { return Along(m_rect.m_dLeft, m_rect.m_dRight, m_width); }
     std::vector<double> Rows() const { return Along(m_rect.m_dBottom, m_rect.m_dTop, m_height); }
 
@@ -124,7 +134,7 @@ WritePicture(const KxString& outputFile, const Source& source, const PictureGrid
         m_gRasterAccessorManager.OpenDataAccessor(source.m_dataPath);
     if (accessor == nullptr)
         return FailWith(LogTexts::kRasterNotOpened);
-    const auto cover = FindCover(*accessor, *transform, pixels.m_rect, level);
+    const auto cover = FindCover(*accessor, *transform, pixels.Reach(), level);
     if (!cover)
         return 0;
     const TileRange& range = cover->m_range;

@@ -46,9 +46,10 @@ std::unique_ptr<KxImageData> NewPicture(int width, int height)
 bool IsOpaque(const KxImageData& line)
 {
     const unsigned char* const pixels = line.GetData();
-    unsigned char all = 255;
-    for (std::ptrdiff_t i = 0; i < line.GetWidth(); ++i)
-        all &= pixels[4 * i + 3];
+    const std::ptrdiff_t end = std::ptrdiff_t{4} * line.GetWidth();
+    unsigned int all = 255;
+    for (std::ptrdiff_t i = 3; i < end; i += 4)
+        all &= pixels[i];
     return all == 255;
 }
 

@@ -175,6 +175,20 @@ TEST_F(FetchImageOfPixels, AreSampledInTheirMiddles)
     }
 }
 
+TEST_F(FetchImageOfPixels, NeedNoTilesThatOnlyTouchTheExtent)
+{
+    // The world, north of which there is a tile of the square without a picture.
+    m_rasters.m_image = [](int level, int row, int col) {
+        return row == 12 ? nullptr : Testing::AddressImage({level, row, col}, 256, 3);
+    };
+    ASSERT_EQ(FetchPixels({-180 * kDegree, 90 * kDegree, 180 * kDegree, -90 * kDegree}, 720, 360),
+              1);
+    EXPECT_EQ(TilesRead(), 16U * 8U);
+    const auto picture = Picture();
+    ASSERT_NE(picture, nullptr);
+    EXPECT_EQ(picture->GetPixelSize(), 3);
+}
+
 TEST_F(FetchImageOfPixels, FailAsThoseOfAResolutionDo)
 {
     const KxRect2d rect(0, 10 * kDegree, 10 * kDegree, 0);
