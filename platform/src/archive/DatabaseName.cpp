@@ -36,13 +36,14 @@ bool HasContent(const std::string& path)
     return ::stat(path.c_str(), &status) == 0 && status.st_size > 0;
 }
 
-/// Whether the database keeps its changes in a log beside it.
+/// Whether the database keeps its changes in a log beside it: SQLite goes by the version for
+/// readers, which stands behind the one for writers.
 bool HasLog(const std::string& path)
 {
     std::array<char, 20> start{};
     constexpr char kWriteAhead = 2;
     std::ifstream file(path, std::ios::binary);
-    return file.read(start.data(), start.size()).good() && start[18] == kWriteAhead;
+    return file.read(start.data(), start.size()).good() && start[19] == kWriteAhead;
 }
 
 } // namespace

@@ -171,6 +171,14 @@ TEST(KxTileArchivePlaces, AreFoundWithoutMakingFiles)
     EXPECT_TRUE(KxTileArchivePlaces::ReadOrigin(path.c_str(), kMbTiles, origin, error));
     EXPECT_STREQ(origin.Cstr(), "city");
     EXPECT_EQ(FilesIn(folder.Path().string()).size(), 1U);
+    // One of the two versions in its header may be another.
+    for (const std::size_t version : {18U, 19U}) {
+        std::string bytes = ReadFile(path);
+        bytes[version] = 1;
+        WriteFile(folder.Path() / "b.mbtiles", bytes);
+        Visit(folder.File("b.mbtiles"), kMbTiles);
+        EXPECT_EQ(FilesIn(folder.Path().string()).size(), 2U) << version;
+    }
 }
 
 TEST(KxTileArchivePlaces, PassOverRowsThatAreNoTiles)
