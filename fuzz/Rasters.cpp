@@ -4,6 +4,7 @@
 #include "FuzzTarget.h"
 #include "KxPlugin.h"
 #include "KxRasterDataAccessor.h"
+#include "KxRasterDescription.h"
 
 #include <algorithm>
 #include <cmath>
@@ -99,6 +100,21 @@ void CheckPromises(const KxRasterDataAccessor& accessor, int minLevel, int maxLe
                   "bounds lie on the earth");
 }
 
+void CheckDescription(const KxRasterDataAccessor& accessor)
+{
+    KxRasterDescription description;
+    const auto* const describer = dynamic_cast<const KxRasterDescriber*>(&accessor);
+    Fuzz::Require(describer != nullptr, "readers describe their rasters");
+    describer->Describe(description);
+    Fuzz::Require(description.m_nWidth > 0 && description.m_nHeight > 0 && description.m_nBands > 0,
+                  "a raster has pixels");
+    Fuzz::Require(description.m_nEpsg >= 0, "codes are numbers");
+    Fuzz::Require(!description.m_bAcrossAntimeridian ||
+                      (description.m_dWest <= 180 && description.m_dWest > description.m_dEast &&
+                       description.m_dEast >= -180),
+                  "a raster across the antimeridian has its west in the east");
+}
+
 } // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
@@ -115,6 +131,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
         const int maxLevel = accessor->GetMaxLevel();
         const int minLevel = accessor->GetMinLevel();
         CheckPromises(*accessor, minLevel, maxLevel);
+        CheckDescription(*accessor);
         ReadMiddle(*accessor, maxLevel);
         ReadMiddle(*accessor, std::max(minLevel, maxLevel - 2));
     }

@@ -2,6 +2,7 @@
 // A tile pack that holds anything.
 #include "FuzzTarget.h"
 #include "KxFile.h"
+#include "KxTileArchivePlaces.h"
 #include "PackAccessor.h"
 
 #include <filesystem>
@@ -83,13 +84,26 @@ void CheckBounds(const KxRect2d& bounds)
                   "bounds lie in the Web Mercator square");
 }
 
+/// Of files that are no archives, too.
+void ReadOrigins(const KxString& path)
+{
+    for (const auto format : {KxTileArchiveFormat_MBTiles, KxTileArchiveFormat_PMTiles}) {
+        KxString origin;
+        KxString error;
+        const bool isRead = KxTileArchivePlaces::ReadOrigin(path, format, origin, error);
+        Fuzz::Require(isRead == (error.IsEmpty() != 0), "a failure has words");
+    }
+}
+
 } // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
 {
     static const ScratchFolder folder;
     PackAccessor accessor;
-    if (accessor.Open(folder.Hold(bytes, size)) != 0) {
+    const KxString path = folder.Hold(bytes, size);
+    ReadOrigins(path);
+    if (accessor.Open(path) != 0) {
         const int least = accessor.GetMinLevel();
         const int most = accessor.GetMaxLevel();
         Fuzz::Require(least >= 0 && least <= most && most <= 30, "levels are those of the grid");

@@ -28,6 +28,11 @@ public:
                       void* user,
                       KxString& error);
 
+    /// The URI under which SQLite opens an MBTiles file to read it. SQLite makes files beside a
+    /// database with a log even where it only reads; where no log is there nobody is writing, and
+    /// the database can be read like a file that does not change.
+    static KxString NameForSqlite(const KxString& path);
+
     /// What KxTileArchiveWriter was told that the tiles were made from.
     /// @param origin  receives it; empty where the archive does not say it
     /// @param error   on failure, what is wrong with the file, for people

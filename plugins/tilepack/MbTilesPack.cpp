@@ -2,11 +2,9 @@
 #include "MbTilesPack.h"
 
 #include "KxImgUtility.h"
+#include "KxTileArchivePlaces.h"
 #include "PackBounds.h"
 
-#include <sys/stat.h>
-
-#include <array>
 #include <optional>
 #include <utility>
 
@@ -16,46 +14,6 @@ namespace {
 
 /// Connections kept for the next read, with some hundred kilobytes each.
 constexpr std::size_t kMaxIdle = 16;
-
-/// `path` as a URI, so that nothing in it is taken for anything else.
-std::string UriOf(const std::string& path)
-{
-    // Two slashes begin a host's name, which is empty here.
-    std::string uri = path.starts_with('/') ? "file://" : "file:";
-    for (const char character : path) {
-        if (character == '%')
-            uri += "%25";
-        else if (character == '?')
-            uri += "%3f";
-        else if (character == '#')
-            uri += "%23";
-        else
-            uri += character;
-    }
-    return uri;
-}
-
-bool HasContent(const std::string& path)
-{
-    struct stat status = {};
-    return ::stat(path.c_str(), &status) == 0 && status.st_size > 0;
-}
-
-/// Whether the database keeps its changes in a log beside it.
-bool HasLog(const PackFile& file)
-{
-    std::array<unsigned char, 20> start{};
-    constexpr unsigned char kWriteAhead = 2;
-    return file.Read(0, start) && start[18] == kWriteAhead;
-}
-
-/// SQLite makes files beside a database with a log even where it only reads. Where no log is there
-/// nobody is writing, and the database can be read like a file that does not change.
-std::string NameFor(const std::string& path, const PackFile& file)
-{
-    const bool atRest = HasLog(file) && !HasContent(path + "-wal");
-    return UriOf(path) + (atRest ? "?immutable=1" : "");
-}
 
 bool IsBlock(const long long (&edges)[4], int level)
 {
@@ -77,7 +35,7 @@ try {
 } // namespace
 
 MbTilesPack::MbTilesPack(const std::string& path, const PackFile& file, long long steps)
-    : m_name(NameFor(path, file)), m_budget(file.Size(), steps)
+    : m_name(KxTileArchivePlaces::NameForSqlite(path.c_str()).Cstr()), m_budget(file.Size(), steps)
 {
     m_idle.reserve(kMaxIdle); // giving back must not fail
     auto connection = std::make_unique<MbTilesConnection>(m_name, m_budget);

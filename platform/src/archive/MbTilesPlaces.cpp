@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ArchivePlaces.h"
 #include "KxPmTiles.h"
+#include "KxTileArchivePlaces.h"
 
 #include <sqlite3.h>
 
@@ -44,8 +45,11 @@ public:
     MbTilesQuery(const std::string& path, const char* query)
     {
         sqlite3* connection = nullptr;
-        const int code = sqlite3_open_v2(
-            path.c_str(), &connection, SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX, nullptr);
+        const int code =
+            sqlite3_open_v2(KxTileArchivePlaces::NameForSqlite(path.c_str()).Cstr(),
+                            &connection,
+                            SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_URI,
+                            nullptr);
         m_connection.reset(connection);
         Check(code);
         Configure();

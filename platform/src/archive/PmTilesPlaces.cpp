@@ -159,7 +159,7 @@ bool PmTilesVisit::VisitRun(const KxPmTilesEntry& entry)
 std::string OriginOfPmTiles(const std::string& path)
 {
     constexpr unsigned long long kMaxPacked = 1U << 20;
-    constexpr unsigned int kMaxJson = 4U << 20;
+    constexpr unsigned int kMaxJson = 1U << 20;
     const InputFile file(path);
     const KxPmTilesHeader header = HeaderOf(file);
     if (header.m_eInternal != KxPmTilesCompression_Gzip || header.m_metadata.m_nLength > kMaxPacked)

@@ -147,6 +147,40 @@ TEST_P(KxTileArchivePlacesForms, AreNotFoundInAFileThatWasCut)
     EXPECT_FALSE(Visit(m_path, GetParam()).m_isDone);
 }
 
+// SQLite would make two beside a database that had a log when it was last written.
+TEST(KxTileArchivePlaces, AreFoundWithoutMakingFiles)
+{
+    const TempFolder folder;
+    const std::string path = folder.File("a 100%?#.mbtiles");
+    sqlite3* database = nullptr;
+    ASSERT_EQ(sqlite3_open(path.c_str(), &database), SQLITE_OK);
+    EXPECT_EQ(sqlite3_exec(database,
+                           "PRAGMA journal_mode = WAL;"
+                           "CREATE TABLE metadata(name TEXT, value TEXT);"
+                           "INSERT INTO metadata VALUES('kxtile_origin', 'city');"
+                           "CREATE TABLE tiles(zoom_level, tile_column, tile_row, tile_data);"
+                           "INSERT INTO tiles VALUES(1, 1, 0, x'00')",
+                           nullptr,
+                           nullptr,
+                           nullptr),
+              SQLITE_OK);
+    sqlite3_close(database);
+    EXPECT_EQ(Visit(path, kMbTiles).m_places, (Places{{1, 0, 1}}));
+    KxString origin;
+    KxString error;
+    EXPECT_TRUE(KxTileArchivePlaces::ReadOrigin(path.c_str(), kMbTiles, origin, error));
+    EXPECT_STREQ(origin.Cstr(), "city");
+    EXPECT_EQ(FilesIn(folder.Path().string()).size(), 1U);
+    // One of the two versions in its header may be another.
+    for (const std::size_t version : {18U, 19U}) {
+        std::string bytes = ReadFile(path);
+        bytes[version] = 1;
+        WriteFile(folder.Path() / "b.mbtiles", bytes);
+        Visit(folder.File("b.mbtiles"), kMbTiles);
+        EXPECT_EQ(FilesIn(folder.Path().string()).size(), 2U) << version;
+    }
+}
+
 TEST(KxTileArchivePlaces, PassOverRowsThatAreNoTiles)
 {
     const TempFolder folder;
