@@ -6,6 +6,7 @@ Usage: kxtile_raster_test.py KXTILE PLUGIN_FOLDERS
 """
 import json
 import math
+import os
 import pathlib
 import subprocess
 import sys
