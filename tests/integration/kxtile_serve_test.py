@@ -2,7 +2,8 @@
 # SPDX-License-Identifier: MIT
 """The gateway over real HTTP: every address that it answers, and how it behaves.
 
-Called with KXTILE KXORIGIN and the table of places on every datum.
+Called with KXTILE KXORIGIN, the table of places on every datum and the folder of the reader of
+packs.
 """
 import concurrent.futures
 import csv
@@ -13,6 +14,7 @@ import os
 import pathlib
 import signal
 import socket
+import sqlite3
 import struct
 import subprocess
 import sys
@@ -25,7 +27,7 @@ import xml.etree.ElementTree as ET
 
 from kxtile_harness import KXORIGIN, KXTILE, KxtileTestCase
 
-VECTORS = pathlib.Path(sys.argv[3])
+VECTORS, PACK_READER = pathlib.Path(sys.argv[3]), sys.argv[4]
 DEADLINE = 60  # seconds after which a condition that does not come about is a failure
 
 
@@ -333,6 +335,52 @@ class Tiles(ServeTestCase):
         for part in output.iterdir():
             part.unlink()
         self.assertEqual(gateway.get("/shifted/6/53/24.webp").cache, "memory")
+
+    def kept_outputs(self):
+        return [path.name for path in (self.folder / "cache").glob("output/*.mbtiles")]
+
+    def test_that_have_the_wanted_format_already_are_kept_once(self):
+        gateway = self.serve(self.definition("plain"), self.definition("south"))
+        self.assertEqual(gateway.get("/plain/5/26/12.png").body,
+                         self.origin_bytes("/xyz/marble/5/26/12.png"))
+        self.assertEqual(gateway.get("/south/5/26/12.jpg").body,
+                         self.origin_bytes("/tms/marble/5/26/19.jpg"))
+        self.assertEqual(self.kept_outputs(), [])
+        gateway.get("/south/5/26/12.png")
+        [name] = self.kept_outputs()
+        self.assertRegex(name, "-256-png.mbtiles$")
+
+    def test_that_have_the_wanted_format_are_not_encoded_again(self):
+        service = self.held()
+        service.picture = self.origin_bytes("/xyz/marble/3/4/2.jpg")
+        gateway = self.serve(self.held_definition(service), "--workers", "1")
+        with concurrent.futures.ThreadPoolExecutor(2) as pool:
+            natural = pool.submit(gateway.get, "/held/3/4/2")
+            wait_until(lambda: len(service.asked) == 1, "it is worked on")
+            jpeg = pool.submit(gateway.get, "/held/3/4/2.jpg")
+            wait_until(lambda: gateway.get("/health").json()["work_waiting"] == 1, "it waits")
+            service.open.set()
+            self.assertEqual(natural.result(DEADLINE).body, service.picture)
+            self.assertEqual(jpeg.result(DEADLINE).body, service.picture)
+            self.assertEqual(jpeg.result(DEADLINE).cache, "output")
+
+    def test_of_a_pack_come_from_disk_and_stay_there_alone(self):
+        tile = self.origin_bytes("/xyz/marble/0/0/0.png")
+        pack = sqlite3.connect(self.folder / "pack.mbtiles")
+        pack.executescript("CREATE TABLE metadata (name TEXT, value TEXT);"
+                           "CREATE TABLE tiles (zoom_level INTEGER, tile_column INTEGER,"
+                           " tile_row INTEGER, tile_data BLOB);")
+        pack.execute("INSERT INTO tiles VALUES (0, 0, 0, ?)", (tile,))
+        pack.executemany("INSERT INTO metadata VALUES (?, ?)",
+                         [("format", "png"), ("minzoom", "0"), ("maxzoom", "0")])
+        pack.commit()
+        pack.close()
+        gateway = self.serve("pack.mbtiles", KXTILE_PLUGIN_PATH=PACK_READER)
+        reply = gateway.get("/pack/0/0/0.png")
+        self.assertEqual((reply.body, reply.cache), (tile, "disk"))
+        self.assertEqual(gateway.get("/pack/0/0/0.png").cache, "output")
+        self.assertEqual(self.kept_outputs(), [])
+        self.assertEqual(gateway.get("/pack/0/0/0@2x.png").cache, "disk")
 
     def test_stay_off_the_disk_without_a_disk_cache(self):
         gateway = self.serve(self.definition("shifted"), self.definition("plain"),

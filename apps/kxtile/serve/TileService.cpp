@@ -8,6 +8,9 @@
 #include <fmt/format.h>
 
 #include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -64,32 +67,47 @@ TileRequest AsNatural(TileRequest tile)
     return tile;
 }
 
+std::unique_ptr<KxC::KxRawData> CopyOf(const Body& body)
+{
+    auto copy = std::make_unique<KxC::KxRawData>();
+    auto* const bytes = static_cast<unsigned char*>(std::malloc(body.Size()));
+    if (bytes == nullptr)
+        throw std::bad_alloc();
+    std::memcpy(bytes, body.Data(), body.Size());
+    copy->Attach(bytes, static_cast<unsigned int>(body.Size()));
+    return copy;
+}
+
 /// Brings a tile into a format.
-/// @return false when it does not decode
-bool Convert(MadeTile& made, TileFormat format)
+/// @param bytes  null afterwards when they do not decode
+/// @return whether they are others now: what has the format already stays as it is
+bool Convert(std::unique_ptr<KxC::KxRawData>& bytes, TileFormat format)
 {
-    const unsigned char* const bytes = made.m_bytes->GetData();
-    const std::size_t size = made.m_bytes->GetSize();
-    if (format == TileFormat::Natural || FormatOf(bytes, size) == format)
-        return true;
-    made.m_bytes = Transcode(bytes, size, format);
-    return made.m_bytes != nullptr;
+    if (bytes == nullptr || format == TileFormat::Natural ||
+        FormatOf(bytes->GetData(), bytes->GetSize()) == format)
+        return false;
+    bytes = Transcode(bytes->GetData(), bytes->GetSize(), format);
+    return true;
 }
 
-void ConvertOrFail(MadeTile& made, TileFormat format)
+/// @return as of Convert
+bool ConvertOrFail(MadeTile& made, TileFormat format)
 {
-    if (made.m_bytes == nullptr || Convert(made, format))
-        return;
-    made.m_outcome = MadeTile::kFailed;
-    made.m_cause = "the source's picture does not decode";
+    const bool isTile = made.m_bytes != nullptr;
+    const bool isChanged = Convert(made.m_bytes, format);
+    if (isTile && made.m_bytes == nullptr) {
+        made.m_outcome = MadeTile::kFailed;
+        made.m_cause = "the source's picture does not decode";
+    }
+    return isChanged;
 }
 
-/// Whether the bytes are the service's own, or a pack's, which have a place on disk already.
-bool AreKeptAsSourceTile(const Source& source, const TileRequest& tile)
+/// Whether the tiles, as they come, are the service's own, or a pack's, which have a place on disk
+/// already.
+bool AreKeptAsSourceTiles(const Source& source, int size)
 {
-    const bool isStored = source.m_isPack && tile.m_size == kTileSize;
-    return (isStored || source.HandsOutOwnTiles(tile.m_size)) &&
-           tile.m_format == TileFormat::Natural;
+    const bool isStored = source.m_isPack && size == kTileSize;
+    return isStored || source.HandsOutOwnTiles(size);
 }
 
 } // namespace
@@ -172,11 +190,12 @@ MadeTile TileService::FindKept(const Source& source, const TileRequest& tile)
 {
     MadeTile kept;
     kept.m_cacheState = kOutput;
-    if (!AreKeptAsSourceTile(source, tile))
+    const bool isNatural = tile.m_format == TileFormat::Natural;
+    if (!isNatural || !AreKeptAsSourceTiles(source, tile.m_size))
         kept.m_bytes = LoadOutput(source, tile);
-    if (kept.m_bytes == nullptr && tile.m_format != TileFormat::Natural) {
-        kept.m_bytes = FindNatural(source, tile);
-        if (kept.m_bytes != nullptr)
+    if (kept.m_bytes == nullptr && !isNatural) {
+        kept.m_bytes = FindNatural(source, AsNatural(tile));
+        if (Convert(kept.m_bytes, tile.m_format) && kept.m_bytes != nullptr)
             SaveOutput(source, tile, *kept.m_bytes);
     }
     if (kept.m_bytes != nullptr)
@@ -184,28 +203,22 @@ MadeTile TileService::FindKept(const Source& source, const TileRequest& tile)
     return kept;
 }
 
-/// The natural one of what is kept, brought into the tile's format.
+/// What is kept of a tile in the natural format.
 std::unique_ptr<KxC::KxRawData> TileService::FindNatural(const Source& source,
-                                                         const TileRequest& tile)
+                                                         const TileRequest& natural)
 {
-    const TileRequest natural = AsNatural(tile);
     if (const AnswerPtr answer = m_kept.Find({source.m_generation, natural}))
-        return Transcode(answer->m_body.Data(), answer->m_body.Size(), tile.m_format);
-    if (AreKeptAsSourceTile(source, natural))
-        return nullptr;
-    MadeTile kept;
-    kept.m_bytes = LoadOutput(source, natural);
-    if (kept.m_bytes != nullptr)
-        Convert(kept, tile.m_format);
-    return std::move(kept.m_bytes);
+        return CopyOf(answer->m_body);
+    return AreKeptAsSourceTiles(source, natural.m_size) ? nullptr : LoadOutput(source, natural);
 }
 
 MadeTile TileService::MakeAnew(const Source& source, const TileRequest& tile) const
 {
     MadeTile made = MakeTile(source, tile, m_options.m_timeoutMs);
-    ConvertOrFail(made, tile.m_format);
+    const bool isChanged = ConvertOrFail(made, tile.m_format);
     NoteUpstream(source, made);
-    if (made.m_outcome == MadeTile::kTile && !AreKeptAsSourceTile(source, tile))
+    if (made.m_outcome == MadeTile::kTile &&
+        (isChanged || !AreKeptAsSourceTiles(source, tile.m_size)))
         SaveOutput(source, tile, *made.m_bytes);
     return made;
 }

@@ -40,7 +40,7 @@ private:
     AnswerPtr Work(const Source& source, const TileRequest& tile);
     AnswerPtr WorkRaw(const Source& source, const TileRequest& tile) const;
     AnswerPtr FindAnswer(const Source& source, const TileRequest& tile);
-    std::unique_ptr<KxC::KxRawData> FindNatural(const Source& source, const TileRequest& tile);
+    std::unique_ptr<KxC::KxRawData> FindNatural(const Source& source, const TileRequest& natural);
     MadeTile FindKept(const Source& source, const TileRequest& tile);
     MadeTile MakeAnew(const Source& source, const TileRequest& tile) const;
     void NoteUpstream(const Source& source, const MadeTile& made) const;
