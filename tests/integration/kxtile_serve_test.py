@@ -714,7 +714,9 @@ class Documents(ServeTestCase):
         path = template[len(self.base):].replace("{TileMatrix}", "5").replace(
             "{TileRow}", "12").replace("{TileCol}", "26")
         tile = self.gateway.get("/plain/5/26/12.png").body
-        self.assertEqual(self.gateway.get(path).body, tile)
+        links = layers[0].findall("w:TileMatrixSetLink/w:TileMatrixSet", spaces)
+        self.assertEqual([self.gateway.get(path.replace("{TileMatrixSet}", link.text)).body
+                          for link in links], [tile, tile])
         self.assertEqual(self.gateway.get(
             "/wmts?SERVICE=WMTS&REQUEST=GetTile&VERSION=1.0.0&LAYER=plain&STYLE=default&"
             "TILEMATRIXSET=GoogleMapsCompatible&TILEMATRIX=5&TILEROW=12&TILECOL=26&"
@@ -725,22 +727,37 @@ class Documents(ServeTestCase):
         self.assertEqual([limits[10].find(f"w:{name}", spaces).text
                           for name in ("MinTileCol", "MaxTileCol")], ["526", "540"])
 
-    def test_give_each_layer_of_a_wmts_a_set_that_ends_with_its_levels(self):
+    def wmts_sets(self, gateway):
+        """The levels of each matrix set; the sets of each layer with the levels that it has."""
         spaces = {"w": "http://www.opengis.net/wmts/1.0", "o": "http://www.opengis.net/ows/1.1"}
-        contents = self.gateway.get("/wmts").xml().find("w:Contents", spaces)
+        contents = gateway.get("/wmts").xml().find("w:Contents", spaces)
         levels = {entry.find("o:Identifier", spaces).text:
                   [int(matrix.find("o:Identifier", spaces).text)
                    for matrix in entry.findall("w:TileMatrix", spaces)]
                   for entry in contents.findall("w:TileMatrixSet", spaces)}
+        links = {layer.find("o:Identifier", spaces).text:
+                 [(link.find("w:TileMatrixSet", spaces).text,
+                   [int(level.text) for level in
+                    link.findall("w:TileMatrixSetLimits/w:TileMatrixLimits/w:TileMatrix", spaces)])
+                  for link in layer.findall("w:TileMatrixSetLink", spaces)]
+                 for layer in contents.findall("w:Layer", spaces)}
+        return levels, links
+
+    def test_give_each_layer_of_a_wmts_a_set_that_ends_with_its_levels(self):
+        levels, links = self.wmts_sets(self.gateway)
         self.assertEqual(levels, {"GoogleMapsCompatible_Level10": list(range(11)),
                                   "GoogleMapsCompatible_Level12": list(range(13)),
+                                  "GoogleMapsCompatible_Level22": list(range(23)),
                                   "GoogleMapsCompatible": list(range(23))})
-        links = {layer.find("o:Identifier", spaces).text:
-                 layer.find("w:TileMatrixSetLink/w:TileMatrixSet", spaces).text
-                 for layer in contents.findall("w:Layer", spaces)}
-        self.assertEqual((links["map"], links["plain"], links["shifted"]),
-                         ("GoogleMapsCompatible_Level10", "GoogleMapsCompatible_Level12",
-                          "GoogleMapsCompatible"))
+        for layer, first, last in (("map", 0, 10), ("plain", 1, 12), ("shifted", 0, 22)):
+            its = list(range(first, last + 1))
+            self.assertEqual(links[layer], [(f"GoogleMapsCompatible_Level{last}", its),
+                                            ("GoogleMapsCompatible", its)])
+
+    def test_link_a_layer_of_a_wmts_to_the_same_sets_whatever_else_is_served(self):
+        alone = self.serve(self.definition("plain"))
+        self.assertEqual(self.wmts_sets(alone)[1]["plain"],
+                         self.wmts_sets(self.gateway)[1]["plain"])
 
     def test_offer_both_encodings_of_a_wmts(self):
         spaces = {"w": "http://www.opengis.net/wmts/1.0", "o": "http://www.opengis.net/ows/1.1"}
@@ -798,6 +815,38 @@ class Documents(ServeTestCase):
             self.assertEqual(reply.xml().tag, "{%s}ExceptionReport" % space["o"])
             self.assertEqual(exception.get("exceptionCode"), code)
             self.assertEqual(exception.find("o:ExceptionText", space).text, words)
+
+    def test_refuse_wmts_tiles_that_do_not_come_in_that_form_too(self):
+        space = {"o": "http://www.opengis.net/ows/1.1"}
+        gateway = self.serve(self.definition("failing"), self.definition("empty"))
+        query = "/wmts?REQUEST=GetTile&TILEMATRIX=3&TILEROW=2&TILECOL=4&FORMAT=image/png&LAYER="
+        for layer, status, words in (("failing", 502, "HTTP status 500"),
+                                     ("empty", 404, "the source has no tile there")):
+            reply = gateway.get(query + layer)
+            self.assertEqual((reply.status, reply.headers["Content-Type"],
+                              reply.headers["Cache-Control"]),
+                             (status, "application/xml", "no-store"))
+            exception = reply.xml().find("o:Exception", space)
+            self.assertEqual(exception.get("exceptionCode"), "NoApplicableCode")
+            self.assertIn(words, exception.find("o:ExceptionText", space).text)
+            self.assertEqual(gateway.get(f"/{layer}/3/4/2.png").headers["Content-Type"],
+                             "text/plain; charset=utf-8")
+
+    def test_refuse_wmts_tiles_in_that_form_also_to_who_shares_the_work(self):
+        service = self.held()
+        service.picture = b"no picture"
+        gateway = self.serve(self.held_definition(service), "--workers", "1")
+        with concurrent.futures.ThreadPoolExecutor(2) as pool:
+            plain = pool.submit(gateway.get, "/held/3/4/2.png")
+            wait_until(lambda: len(service.asked) == 1, "it is worked on")
+            wmts = pool.submit(gateway.get, "/wmts?REQUEST=GetTile&TILEMATRIX=3&TILEROW=2&"
+                                            "TILECOL=4&FORMAT=image/png&LAYER=held")
+            wait_until(lambda: gateway.metric("kxtile_requests_in_flight") >= 3, "both wait")
+            service.open.set()
+            self.assertEqual([(reply.result(DEADLINE).status,
+                               reply.result(DEADLINE).headers["Content-Type"])
+                              for reply in (plain, wmts)],
+                             [(502, "text/plain; charset=utf-8"), (502, "application/xml")])
 
     def test_describe_a_tile_map_service_with_rows_from_the_south(self):
         service = self.gateway.get("/tms/1.0.0/").xml()
@@ -1308,5 +1357,5 @@ class Sources(ServeTestCase):
 
 
 if __name__ == "__main__":
-    del sys.argv[1:4]
+    del sys.argv[1:5]
     unittest.main()
