@@ -78,6 +78,18 @@ std::unique_ptr<KxC::KxRawData> CopyOf(const Body& body)
     return copy;
 }
 
+/// Another answer of the same content.
+std::shared_ptr<Answer> Again(const Answer& answer)
+{
+    auto again = std::make_shared<Answer>();
+    again->m_status = answer.m_status;
+    again->m_contentType = answer.m_contentType;
+    again->m_body = answer.m_body;
+    again->m_etag = answer.m_etag;
+    again->m_cacheControl = answer.m_cacheControl;
+    return again;
+}
+
 /// Brings a tile into a format.
 /// @param bytes  null afterwards when they do not decode
 /// @return whether they are others now: what has the format already stays as it is
@@ -235,11 +247,7 @@ void TileService::NoteUpstream(const Source& source, const MadeTile& made) const
 /// Later answers share the picture; only what is said of its way is another.
 void TileService::Keep(const TileKey& key, const Answer& made)
 {
-    auto kept = std::make_shared<Answer>();
-    kept->m_contentType = made.m_contentType;
-    kept->m_body = made.m_body;
-    kept->m_etag = made.m_etag;
-    kept->m_cacheControl = made.m_cacheControl;
+    const auto kept = Again(made);
     kept->m_cacheState = kOutput;
     kept->m_milliseconds = 0.0;
     m_kept.Put(key, kept, kept->m_body.Size() + kAnswerBytes);
@@ -256,7 +264,7 @@ AnswerPtr TileService::AnswerOf(MissingTile missing,
         const Body body = Body::OfRawData(std::move(made.m_bytes));
         answer = DocumentAnswer(MimeOfPicture(body), body, m_cacheControl);
     } else if (made.m_outcome == MadeTile::kNoTile) {
-        answer = AnswerMissing(missing, tile);
+        answer = Again(*AnswerMissing(missing, tile));
     } else {
         const bool isLate = made.m_outcome == MadeTile::kTooSlow;
         answer = TextAnswer(isLate ? Status::kGatewayTimeout : Status::kBadGateway, made.m_cause);
@@ -266,19 +274,28 @@ AnswerPtr TileService::AnswerOf(MissingTile missing,
     return answer;
 }
 
-std::shared_ptr<Answer> TileService::AnswerMissing(MissingTile missing,
-                                                   const TileRequest& tile) const
+AnswerPtr TileService::AnswerMissing(MissingTile missing, const TileRequest& tile) const
 {
     if (missing == MissingTile::NotFound)
         return TextAnswer(Status::kNotFound, "the source has no tile there");
-    if (missing == MissingTile::Blank) {
-        const Body body = Body::OfRawData(BlankTile(tile.m_size, tile.m_format));
-        return DocumentAnswer(MimeOfPicture(body), body, m_cacheControl);
-    }
+    if (missing == MissingTile::Blank)
+        return BlankAnswer(tile);
     auto answer = std::make_shared<Answer>();
     answer->m_status = Status::kNoContent;
     answer->m_cacheControl = m_cacheControl;
     return answer;
+}
+
+/// Encoding takes milliseconds, and the thread that asks may be the one that all requests share.
+const AnswerPtr& TileService::BlankAnswer(const TileRequest& tile) const
+{
+    const std::size_t size = tile.m_size == kTileSize ? 0 : 1;
+    MadeOnce& blank = m_blank[size * kFormats + static_cast<std::size_t>(tile.m_format)];
+    std::call_once(blank.m_once, [&] {
+        const Body body = Body::OfRawData(BlankTile(tile.m_size, tile.m_format));
+        blank.m_answer = DocumentAnswer(MimeOfPicture(body), body, m_cacheControl);
+    });
+    return blank.m_answer;
 }
 
 } // namespace KxTileHost::Serve
