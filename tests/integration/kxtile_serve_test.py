@@ -12,6 +12,7 @@ import http.server
 import json
 import os
 import pathlib
+import shutil
 import signal
 import socket
 import sqlite3
@@ -1215,6 +1216,21 @@ class End(ServeTestCase):
         process = subprocess.Popen([KXTILE, "serve", str(path), "--port", "0"],
                                    env=self.environment, stdout=subprocess.DEVNULL)
         self.hold(path)
+        begin = time.monotonic()
+        process.send_signal(signal.SIGTERM)
+        self.assertEqual(process.wait(DEADLINE), 0)
+        self.assertLess(time.monotonic() - begin, 5)
+
+    def test_comes_while_the_service_that_comes_along_starts(self):
+        program = self.folder / "bin" / "kxtile"
+        program.parent.mkdir()
+        shutil.copy(KXTILE, program)
+        hanging = program.with_name("kxorigin")
+        hanging.write_text(f"#!/bin/sh\nmkdir '{self.folder}/started'\nexec sleep 1000\n")
+        hanging.chmod(0o700)
+        process = subprocess.Popen([program, "serve", "--port", "0"], env=self.environment,
+                                   stdout=subprocess.DEVNULL)
+        wait_until((self.folder / "started").exists, "it is started")
         begin = time.monotonic()
         process.send_signal(signal.SIGTERM)
         self.assertEqual(process.wait(DEADLINE), 0)
