@@ -21,7 +21,7 @@ function(kxtile_add_test name)
     target_link_libraries(${name} PRIVATE kxtile_flags ${ARG_LIBRARIES} GTest::gmock_main)
     # Values of parameters stay out of the names: some hold addresses, which change from run to run.
     gtest_discover_tests(${name} NO_PRETTY_VALUES DISCOVERY_TIMEOUT 60
-                         PROPERTIES LABELS "${ARG_LABELS}")
+                         PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT 600)
 endfunction()
 
 # kxtile_add_bench(<name> SOURCES <files> [LIBRARIES <targets>])

@@ -119,8 +119,6 @@ void PrintCleared(const std::vector<CachePart>& cleared)
     std::vector<CachePart> made;
     for (const CachePart& part : cleared)
         (part.IsOfGateway() ? made : services).push_back(part);
-    if (cleared.empty())
-        fmt::print("nothing was kept\n");
     if (!services.empty())
         fmt::print("cleared {}\n", Count(services, "source", "sources"));
     if (!made.empty())
@@ -140,6 +138,8 @@ void RunClear(const GlobalOptions& options, const ClearArguments& arguments)
                                "cache's: 'kxtile cache verify' tells.");
     if (options.m_json)
         PrintJson({{"cleared", parts.size()}});
+    else if (parts.empty())
+        PrintNothingKept(arguments.m_source);
     else
         PrintCleared(parts);
 }

@@ -231,7 +231,7 @@ void RunVerify(const GlobalOptions& options, const SourceArgument& source)
                    {"damaged", damaged},
                    {"sources", list}});
     else if (parts.empty())
-        fmt::print("no tiles are kept in {}\n", KxC::KxFile::m_strAppCachePath.Cstr());
+        PrintNothingKept(source);
     if (damaged > 0)
         throw CommandError(kExitFailed, options.m_json ? "" : "the cache is damaged");
 }

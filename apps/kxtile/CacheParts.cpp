@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "CacheParts.h"
 
+#include "Command.h"
+#include "KxFile.h"
 #include "serve/KeptNames.h"
 
 #include <fmt/format.h>
@@ -56,6 +58,14 @@ std::vector<CachePart> ListCachePartsOf(const SourceArgument& source)
         return part.IsOfGateway() ? !names.HoldsOutput(name) : !names.HoldsSourceTiles(name);
     });
     return parts;
+}
+
+void PrintNothingKept(const SourceArgument& source)
+{
+    if (source.GetText().empty())
+        fmt::print("no tiles are kept in {}\n", KxC::KxFile::m_strAppCachePath.Cstr());
+    else
+        fmt::print("no tiles of '{}' are kept\n", Printable(source.GetText()));
 }
 
 std::vector<KxC::KxRawDataDamagedFile> ListSetAside()

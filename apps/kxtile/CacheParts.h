@@ -27,8 +27,13 @@ struct CachePart
 std::vector<CachePart> ListCacheParts();
 /// Those of a definition in its present state, all its sources where it is a list; of a template;
 /// or of a raster, of which the gateway alone keeps tiles.
-/// @throws CommandError when the definition cannot be read, or the template is none
+/// @throws CommandError when the definition cannot be read, the raster is not there, or the
+/// template
+///         is none
 std::vector<CachePart> ListCachePartsOf(const SourceArgument& source);
+
+/// Says that nothing is kept: of the source, or at all where none is named.
+void PrintNothingKept(const SourceArgument& source);
 
 /// Databases that were set aside, of both kinds.
 std::vector<KxC::KxRawDataDamagedFile> ListSetAside();

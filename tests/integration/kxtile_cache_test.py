@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 """Checks and exports of the disk cache, against a kxorigin of its own. GDAL reads what is exported.
 
-Usage: kxtile_cache_test.py KXTILE KXORIGIN EXAMPLE_SOURCES
+Usage: kxtile_cache_test.py KXTILE KXORIGIN EXAMPLE_SOURCES PACK_READER
 """
 import json
 import math
@@ -18,7 +18,7 @@ import unittest
 
 from kxtile_harness import KXTILE, KxtileTestCase
 
-SOURCES = sys.argv[3]
+SOURCES, PACK_READER = sys.argv[3:5]
 HALF_WORLD = math.pi * 6378137.0
 
 
@@ -113,11 +113,37 @@ class KxtileCacheTest(KxtileTestCase):
                           if file.name not in ("cache", "4_3_3.png")], [])
 
     def test_clear_tells_what_was_there(self):
-        self.assertEqual(self.kxtile("cache", "clear", self.template).stdout, "nothing was kept\n")
+        for command in ("clear", "verify"):
+            self.assertEqual(self.kxtile("cache", command, self.template).stdout,
+                             f"no tiles of '{self.template}' are kept\n")
+        self.assertEqual(self.kxtile("cache", "clear", "--all").stdout,
+                         f"no tiles are kept in {self.folder / 'cache'}\n")
         self.fetch(self.template, "4/3/3", "5/3/3")
         self.assertEqual(self.kxtile("cache", "clear", self.template).stdout,
                          "cleared 1 source, 2 tiles\n")
         self.assertEqual(self.answer("cache", "clear", "--all"), {"cleared": 0})
+
+    def test_a_raster_that_is_not_there_is_refused(self):
+        self.environment["KXTILE_PLUGIN_PATH"] = PACK_READER
+        for command in ("clear", "verify"):
+            self.assertIn("there is no file 'nosuch.mbtiles'",
+                          self.kxtile("cache", command, "nosuch.mbtiles", status=1).stderr)
+
+    def test_clear_and_verify_pass_over_entries_of_a_list_that_cannot_be_used(self):
+        connections = ('<qgsXYZTilesConnections version="1.0">'
+                       '<xyztiles url="%s" name="Good" zmin="0" zmax="8"/>'
+                       '<xyztiles url="ftp://example.org/{z}/{x}/{y}" name="Bad"/>'
+                       '</qgsXYZTilesConnections>')
+        path = self.folder / "list.xml"
+        path.write_text(connections % self.url("/xyz/marble/{z}/{x}/{y}.png"))
+        self.fetch("list.xml#Good", "4/3/3")
+        done = self.kxtile("cache", "verify", "list.xml")
+        self.assertIn("sound", done.stdout)
+        self.assertIn("left out", done.stderr)
+        self.assertEqual(self.kxtile("cache", "clear", "list.xml").stdout,
+                         "cleared 1 source, 1 tile\n")
+        path.write_text(connections % "ftp://example.org/{z}/{x}/{y}")
+        self.kxtile("cache", "clear", "list.xml", status=1)
 
     def test_export_opens_in_gdal_and_shows_the_services_pixels(self):
         tiles = ["0/0/0", "0/0/1", "1/0/1", "4/2/3", "5/2/3", "4/3/3", "5/3/3"]

@@ -2,7 +2,8 @@
 # SPDX-License-Identifier: MIT
 """The gateway over real HTTP: every address that it answers, and how it behaves.
 
-Called with KXTILE KXORIGIN and the table of places on every datum.
+Called with KXTILE KXORIGIN, the table of places on every datum and the folder of the reader of
+packs.
 """
 import concurrent.futures
 import csv
@@ -11,8 +12,10 @@ import http.server
 import json
 import os
 import pathlib
+import shutil
 import signal
 import socket
+import sqlite3
 import struct
 import subprocess
 import sys
@@ -25,7 +28,7 @@ import xml.etree.ElementTree as ET
 
 from kxtile_harness import KXORIGIN, KXTILE, KxtileTestCase
 
-VECTORS = pathlib.Path(sys.argv[3])
+VECTORS, PACK_READER = pathlib.Path(sys.argv[3]), sys.argv[4]
 DEADLINE = 60  # seconds after which a condition that does not come about is a failure
 
 
@@ -333,6 +336,52 @@ class Tiles(ServeTestCase):
         for part in output.iterdir():
             part.unlink()
         self.assertEqual(gateway.get("/shifted/6/53/24.webp").cache, "memory")
+
+    def kept_outputs(self):
+        return [path.name for path in (self.folder / "cache").glob("output/*.mbtiles")]
+
+    def test_that_have_the_wanted_format_already_are_kept_once(self):
+        gateway = self.serve(self.definition("plain"), self.definition("south"))
+        self.assertEqual(gateway.get("/plain/5/26/12.png").body,
+                         self.origin_bytes("/xyz/marble/5/26/12.png"))
+        self.assertEqual(gateway.get("/south/5/26/12.jpg").body,
+                         self.origin_bytes("/tms/marble/5/26/19.jpg"))
+        self.assertEqual(self.kept_outputs(), [])
+        gateway.get("/south/5/26/12.png")
+        [name] = self.kept_outputs()
+        self.assertRegex(name, "-256-png.mbtiles$")
+
+    def test_that_have_the_wanted_format_are_not_encoded_again(self):
+        service = self.held()
+        service.picture = self.origin_bytes("/xyz/marble/3/4/2.jpg")
+        gateway = self.serve(self.held_definition(service), "--workers", "1")
+        with concurrent.futures.ThreadPoolExecutor(2) as pool:
+            natural = pool.submit(gateway.get, "/held/3/4/2")
+            wait_until(lambda: len(service.asked) == 1, "it is worked on")
+            jpeg = pool.submit(gateway.get, "/held/3/4/2.jpg")
+            wait_until(lambda: gateway.get("/health").json()["work_waiting"] == 1, "it waits")
+            service.open.set()
+            self.assertEqual(natural.result(DEADLINE).body, service.picture)
+            self.assertEqual(jpeg.result(DEADLINE).body, service.picture)
+            self.assertEqual(jpeg.result(DEADLINE).cache, "output")
+
+    def test_of_a_pack_come_from_disk_and_stay_there_alone(self):
+        tile = self.origin_bytes("/xyz/marble/0/0/0.png")
+        pack = sqlite3.connect(self.folder / "pack.mbtiles")
+        pack.executescript("CREATE TABLE metadata (name TEXT, value TEXT);"
+                           "CREATE TABLE tiles (zoom_level INTEGER, tile_column INTEGER,"
+                           " tile_row INTEGER, tile_data BLOB);")
+        pack.execute("INSERT INTO tiles VALUES (0, 0, 0, ?)", (tile,))
+        pack.executemany("INSERT INTO metadata VALUES (?, ?)",
+                         [("format", "png"), ("minzoom", "0"), ("maxzoom", "0")])
+        pack.commit()
+        pack.close()
+        gateway = self.serve("pack.mbtiles", KXTILE_PLUGIN_PATH=PACK_READER)
+        reply = gateway.get("/pack/0/0/0.png")
+        self.assertEqual((reply.body, reply.cache), (tile, "disk"))
+        self.assertEqual(gateway.get("/pack/0/0/0.png").cache, "output")
+        self.assertEqual(self.kept_outputs(), [])
+        self.assertEqual(gateway.get("/pack/0/0/0@2x.png").cache, "disk")
 
     def test_stay_off_the_disk_without_a_disk_cache(self):
         gateway = self.serve(self.definition("shifted"), self.definition("plain"),
@@ -666,7 +715,9 @@ class Documents(ServeTestCase):
         path = template[len(self.base):].replace("{TileMatrix}", "5").replace(
             "{TileRow}", "12").replace("{TileCol}", "26")
         tile = self.gateway.get("/plain/5/26/12.png").body
-        self.assertEqual(self.gateway.get(path).body, tile)
+        links = layers[0].findall("w:TileMatrixSetLink/w:TileMatrixSet", spaces)
+        self.assertEqual([self.gateway.get(path.replace("{TileMatrixSet}", link.text)).body
+                          for link in links], [tile, tile])
         self.assertEqual(self.gateway.get(
             "/wmts?SERVICE=WMTS&REQUEST=GetTile&VERSION=1.0.0&LAYER=plain&STYLE=default&"
             "TILEMATRIXSET=GoogleMapsCompatible&TILEMATRIX=5&TILEROW=12&TILECOL=26&"
@@ -677,22 +728,37 @@ class Documents(ServeTestCase):
         self.assertEqual([limits[10].find(f"w:{name}", spaces).text
                           for name in ("MinTileCol", "MaxTileCol")], ["526", "540"])
 
-    def test_give_each_layer_of_a_wmts_a_set_that_ends_with_its_levels(self):
+    def wmts_sets(self, gateway):
+        """The levels of each matrix set; the sets of each layer with the levels that it has."""
         spaces = {"w": "http://www.opengis.net/wmts/1.0", "o": "http://www.opengis.net/ows/1.1"}
-        contents = self.gateway.get("/wmts").xml().find("w:Contents", spaces)
+        contents = gateway.get("/wmts").xml().find("w:Contents", spaces)
         levels = {entry.find("o:Identifier", spaces).text:
                   [int(matrix.find("o:Identifier", spaces).text)
                    for matrix in entry.findall("w:TileMatrix", spaces)]
                   for entry in contents.findall("w:TileMatrixSet", spaces)}
+        links = {layer.find("o:Identifier", spaces).text:
+                 [(link.find("w:TileMatrixSet", spaces).text,
+                   [int(level.text) for level in
+                    link.findall("w:TileMatrixSetLimits/w:TileMatrixLimits/w:TileMatrix", spaces)])
+                  for link in layer.findall("w:TileMatrixSetLink", spaces)]
+                 for layer in contents.findall("w:Layer", spaces)}
+        return levels, links
+
+    def test_give_each_layer_of_a_wmts_a_set_that_ends_with_its_levels(self):
+        levels, links = self.wmts_sets(self.gateway)
         self.assertEqual(levels, {"GoogleMapsCompatible_Level10": list(range(11)),
                                   "GoogleMapsCompatible_Level12": list(range(13)),
+                                  "GoogleMapsCompatible_Level22": list(range(23)),
                                   "GoogleMapsCompatible": list(range(23))})
-        links = {layer.find("o:Identifier", spaces).text:
-                 layer.find("w:TileMatrixSetLink/w:TileMatrixSet", spaces).text
-                 for layer in contents.findall("w:Layer", spaces)}
-        self.assertEqual((links["map"], links["plain"], links["shifted"]),
-                         ("GoogleMapsCompatible_Level10", "GoogleMapsCompatible_Level12",
-                          "GoogleMapsCompatible"))
+        for layer, first, last in (("map", 0, 10), ("plain", 1, 12), ("shifted", 0, 22)):
+            its = list(range(first, last + 1))
+            self.assertEqual(links[layer], [(f"GoogleMapsCompatible_Level{last}", its),
+                                            ("GoogleMapsCompatible", its)])
+
+    def test_link_a_layer_of_a_wmts_to_the_same_sets_whatever_else_is_served(self):
+        alone = self.serve(self.definition("plain"))
+        self.assertEqual(self.wmts_sets(alone)[1]["plain"],
+                         self.wmts_sets(self.gateway)[1]["plain"])
 
     def test_offer_both_encodings_of_a_wmts(self):
         spaces = {"w": "http://www.opengis.net/wmts/1.0", "o": "http://www.opengis.net/ows/1.1"}
@@ -750,6 +816,38 @@ class Documents(ServeTestCase):
             self.assertEqual(reply.xml().tag, "{%s}ExceptionReport" % space["o"])
             self.assertEqual(exception.get("exceptionCode"), code)
             self.assertEqual(exception.find("o:ExceptionText", space).text, words)
+
+    def test_refuse_wmts_tiles_that_do_not_come_in_that_form_too(self):
+        space = {"o": "http://www.opengis.net/ows/1.1"}
+        gateway = self.serve(self.definition("failing"), self.definition("empty"))
+        query = "/wmts?REQUEST=GetTile&TILEMATRIX=3&TILEROW=2&TILECOL=4&FORMAT=image/png&LAYER="
+        for layer, status, words in (("failing", 502, "HTTP status 500"),
+                                     ("empty", 404, "the source has no tile there")):
+            reply = gateway.get(query + layer)
+            self.assertEqual((reply.status, reply.headers["Content-Type"],
+                              reply.headers["Cache-Control"]),
+                             (status, "application/xml", "no-store"))
+            exception = reply.xml().find("o:Exception", space)
+            self.assertEqual(exception.get("exceptionCode"), "NoApplicableCode")
+            self.assertIn(words, exception.find("o:ExceptionText", space).text)
+            self.assertEqual(gateway.get(f"/{layer}/3/4/2.png").headers["Content-Type"],
+                             "text/plain; charset=utf-8")
+
+    def test_refuse_wmts_tiles_in_that_form_also_to_who_shares_the_work(self):
+        service = self.held()
+        service.picture = b"no picture"
+        gateway = self.serve(self.held_definition(service), "--workers", "1")
+        with concurrent.futures.ThreadPoolExecutor(2) as pool:
+            plain = pool.submit(gateway.get, "/held/3/4/2.png")
+            wait_until(lambda: len(service.asked) == 1, "it is worked on")
+            wmts = pool.submit(gateway.get, "/wmts?REQUEST=GetTile&TILEMATRIX=3&TILEROW=2&"
+                                            "TILECOL=4&FORMAT=image/png&LAYER=held")
+            wait_until(lambda: gateway.metric("kxtile_requests_in_flight") >= 3, "both wait")
+            service.open.set()
+            self.assertEqual([(reply.result(DEADLINE).status,
+                               reply.result(DEADLINE).headers["Content-Type"])
+                              for reply in (plain, wmts)],
+                             [(502, "text/plain; charset=utf-8"), (502, "application/xml")])
 
     def test_describe_a_tile_map_service_with_rows_from_the_south(self):
         service = self.gateway.get("/tms/1.0.0/").xml()
@@ -1123,6 +1221,21 @@ class End(ServeTestCase):
         self.assertEqual(process.wait(DEADLINE), 0)
         self.assertLess(time.monotonic() - begin, 5)
 
+    def test_comes_while_the_service_that_comes_along_starts(self):
+        program = self.folder / "bin" / "kxtile"
+        program.parent.mkdir()
+        shutil.copy(KXTILE, program)
+        hanging = program.with_name("kxorigin")
+        hanging.write_text(f"#!/bin/sh\nmkdir '{self.folder}/started'\nexec sleep 1000\n")
+        hanging.chmod(0o700)
+        process = subprocess.Popen([program, "serve", "--port", "0"], env=self.environment,
+                                   stdout=subprocess.DEVNULL)
+        wait_until((self.folder / "started").exists, "it is started")
+        begin = time.monotonic()
+        process.send_signal(signal.SIGTERM)
+        self.assertEqual(process.wait(DEADLINE), 0)
+        self.assertLess(time.monotonic() - begin, 5)
+
     def test_comes_while_a_changed_source_is_loaded(self):
         gateway = self.serve(self.definition("plain"), "--watch")
         self.hold(self.hang("plain"))
@@ -1260,5 +1373,5 @@ class Sources(ServeTestCase):
 
 
 if __name__ == "__main__":
-    del sys.argv[1:4]
+    del sys.argv[1:5]
     unittest.main()

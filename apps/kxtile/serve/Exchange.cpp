@@ -57,6 +57,8 @@ MHD_Result Exchange::Proceed(const HttpRequest& request)
 {
     if (!m_isAnswered && !Begin(request))
         return MHD_YES; // suspended
+    if (m_answer != nullptr && m_dress != nullptr)
+        m_answer = m_dress(std::move(m_answer));
     if (m_answer != nullptr)
         m_status = SendAnswer(m_connection,
                               *m_answer,
@@ -70,6 +72,7 @@ bool Exchange::Begin(const HttpRequest& request)
 {
     Outcome outcome = m_state.handler.Handle(request);
     m_label = outcome.m_label;
+    m_dress = outcome.m_dress;
     m_isAnswered = true;
     m_answer = std::move(outcome.m_answer);
     if (m_answer != nullptr || !outcome.m_work)

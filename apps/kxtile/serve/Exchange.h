@@ -33,6 +33,7 @@ private:
     MHD_Connection* m_connection;
     std::chrono::steady_clock::time_point m_start;
     const char* m_label = "other";
+    AnswerPtr (*m_dress)(AnswerPtr) = nullptr; ///< of Outcome
     AnswerPtr m_answer;
     bool m_isAnswered = false;
     int m_status = 0; ///< that was sent

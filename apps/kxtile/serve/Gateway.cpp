@@ -19,6 +19,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <cstdint>
@@ -154,24 +155,28 @@ Metrics::Levels LevelsOf(const HttpServer& server, const WorkPool& pool, const S
 }
 
 /// Ends in time even where a service keeps its threads waiting: these end with the process.
-[[noreturn]] void LeaveAtOnce(const std::optional<OriginChild>& origin)
+[[noreturn]] void LeaveAtOnce(const OriginChild* origin)
 {
-    if (origin)
+    if (origin != nullptr)
         origin->Stop();
     std::fflush(nullptr);
     std::_Exit(kExitDone);
 }
 
-/// Sources may lie where reading them takes for ever. As long as nothing is served yet, the signals
+/// Sources may lie where reading them takes for ever, and the program that comes along may hang. As
+/// long as nothing is served yet, the signals
 /// that end the gateway end it at once.
 class EndWhileLoading
 {
 public:
-    EndWhileLoading(const sigset_t& signals, const std::optional<OriginChild>& origin)
+    explicit EndWhileLoading(const sigset_t& signals)
         : m_signals(::signalfd(-1, &signals, SFD_CLOEXEC)), m_done(::eventfd(0, EFD_CLOEXEC)),
-          m_thread([this, &origin] { Wait(origin); })
+          m_thread([this] { Wait(); })
     {
     }
+
+    /// To be ended, too, from now on. One that still starts dies with this process.
+    void SetOrigin(const OriginChild& origin) { m_origin = &origin; }
 
     ~EndWhileLoading()
     {
@@ -186,15 +191,16 @@ public:
     EndWhileLoading& operator=(const EndWhileLoading&) = delete;
 
 private:
-    void Wait(const std::optional<OriginChild>& origin) const
+    void Wait() const
     {
         std::array<pollfd, 2> events{{{m_done, POLLIN, 0}, {m_signals, POLLIN, 0}}};
         ::poll(events.data(), events.size(), -1);
         // A signal that came last stays pending, and is met when the gateway serves.
         if (events[0].revents == 0 && events[1].revents != 0)
-            LeaveAtOnce(origin);
+            LeaveAtOnce(m_origin);
     }
 
+    std::atomic<const OriginChild*> m_origin = nullptr;
     int m_signals;
     int m_done;
     std::thread m_thread;
@@ -204,7 +210,7 @@ private:
 /// without it.
 void StopWatching(std::optional<Watcher>& watcher,
                   Clock::time_point deadline,
-                  const std::optional<OriginChild>& origin)
+                  const OriginChild* origin)
 {
     std::promise<void> done;
     const std::future<void> isOut = done.get_future();
@@ -221,7 +227,7 @@ void Serve(const GatewayOptions& options,
            const sigset_t& endSignals,
            SourceFinder& finder,
            SourceTable& table,
-           const std::optional<OriginChild>& origin)
+           const OriginChild* origin)
 {
     Service service(options.m_service, table);
     WorkPool pool(options.m_work);
@@ -274,21 +280,22 @@ void RunGateway(const GatewayOptions& options)
     LimitMemory();
     SourceFinder finder(options.m_sources, options.m_missing);
     std::optional<OriginChild> origin;
-    if (options.m_sources.empty()) {
-        origin.emplace(OriginChild::FindProgram());
-        for (const auto& source : MakeDefaultSources(origin->Address()))
-            finder.Add(source);
-    }
     std::vector<SourcePtr> sources;
     LoadReport report;
     {
-        const EndWhileLoading endWhileLoading(endSignals, origin);
+        EndWhileLoading endWhileLoading(endSignals);
+        if (options.m_sources.empty()) {
+            origin.emplace(OriginChild::FindProgram());
+            endWhileLoading.SetOrigin(*origin);
+            for (const auto& source : MakeDefaultSources(origin->Address()))
+                finder.Add(source);
+        }
         sources = finder.Load(report);
     }
     CheckSources(sources, report, options.m_watch);
     SourceTable table;
     table.Set(std::move(sources));
-    Serve(options, endSignals, finder, table, origin);
+    Serve(options, endSignals, finder, table, origin ? &*origin : nullptr);
 }
 
 } // namespace KxTileHost::Serve

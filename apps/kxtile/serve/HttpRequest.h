@@ -37,6 +37,9 @@ struct Outcome
     std::string m_key; ///< as for WorkPool
     std::string m_lane;
     WorkPool::Work m_work;
+    /// Dresses the answer of either kind for who asked; null where it is sent as it is. Work is
+    /// shared with others, who may want its answer dressed in another way.
+    AnswerPtr (*m_dress)(AnswerPtr) = nullptr;
     const char* m_label = "other"; ///< what was asked for, in a word of few
 };
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "serve/KeptNames.h"
 
+#include "Command.h"
 #include "KxTSDParam.h"
 #include "serve/SourceFiles.h"
 #include "serve/SourceLoader.h"
@@ -9,6 +10,9 @@
 #include <fmt/format.h>
 
 #include <cctype>
+#include <cstdio>
+#include <optional>
+#include <vector>
 
 namespace KxTileHost::Serve {
 
@@ -25,6 +29,37 @@ void AddDefinition(KeptNames& names, const std::string& path)
     NameSourceTiles(record, state);
     names.m_sourceTiles.insert(record.m_strHashKey.Cstr());
     names.m_outputs.insert(state);
+}
+
+/// Those of one entry at least.
+/// @throws CommandError the first entry's, when none can be read
+void AddEntries(KeptNames& names, const std::vector<ListedSource>& entries)
+{
+    std::optional<CommandError> first;
+    bool isRead = false;
+    for (const ListedSource& entry : entries)
+        try {
+            AddDefinition(names, entry.m_path);
+            isRead = true;
+        } catch (const CommandError& error) {
+            if (!first)
+                first = error;
+        }
+    if (first && !isRead)
+        throw CommandError(*first);
+    if (first)
+        fmt::print(stderr,
+                   "kxtile: entries that cannot be used are left out: {}\n",
+                   Printable(first->what()));
+}
+
+void CheckIsThere(const std::string& raster)
+{
+    if (StampOf(raster).empty())
+        throw CommandError(kExitFailed,
+                           fmt::format("there is no file '{}'", raster),
+                           "'kxtile cache info' lists what is kept; --all clears what is left of "
+                           "files that are gone.");
 }
 
 } // namespace
@@ -44,6 +79,7 @@ KeptNames KeptNamesOf(const SourceArgument& source)
     KeptNames names;
     const std::string text = source.GetText();
     if (IsTakenForRaster(text)) {
+        CheckIsThere(text);
         names.m_outputs.insert(NameOfRaster(text));
     } else if (source.IsTemplate()) {
         const std::string name = source.Load(SourceUse::Describe)->m_strHashKey.Cstr();
@@ -51,8 +87,7 @@ KeptNames KeptNamesOf(const SourceArgument& source)
         names.m_outputs.insert(name);
     } else {
         SourceLists lists;
-        for (const ListedSource& listed : lists.Read(text).m_sources)
-            AddDefinition(names, listed.m_path);
+        AddEntries(names, lists.Read(text).m_sources);
     }
     return names;
 }

@@ -20,9 +20,11 @@ struct KeptNames
     bool HoldsOutput(const std::string& name) const;
 };
 
-/// Those of a definition in its present state, all its sources where it is a list; of a template;
-/// or of a raster.
-/// @throws CommandError when the definition cannot be read, or the template is none
+/// Those of a definition in its present state, where it is a list all its sources that can be read;
+/// of a template; or of a raster.
+/// @throws CommandError when the definition cannot be read, the raster is not there, or the
+/// template
+///         is none
 KeptNames KeptNamesOf(const SourceArgument& source);
 
 /// The name of a source's output tiles of one size and format.

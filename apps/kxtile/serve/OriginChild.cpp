@@ -102,7 +102,7 @@ OriginChild::Program OriginChild::FindProgram()
 OriginChild::OriginChild(Program program) : m_program(std::move(program))
 {
     std::unique_lock guard(m_lock);
-    m_address = Start("0", guard);
+    m_address = Start("0", m_program.m_timeToStart, guard);
     if (m_address.empty()) {
         if (m_child > 0) {
             ::kill(m_child, SIGTERM);
@@ -128,7 +128,9 @@ OriginChild::~OriginChild()
 
 /// @param guard  of m_lock; left for as long as the program takes to answer
 /// @return its address, empty when it does not answer
-std::string OriginChild::Start(const std::string& port, std::unique_lock<std::mutex>& guard)
+std::string OriginChild::Start(const std::string& port,
+                               std::chrono::milliseconds time,
+                               std::unique_lock<std::mutex>& guard)
 {
     std::array<int, 2> ends{};
     if (::pipe2(ends.data(), O_CLOEXEC) != 0)
@@ -139,7 +141,7 @@ std::string OriginChild::Start(const std::string& port, std::unique_lock<std::mu
         RunProgram(m_program.m_path.c_str(), port.c_str(), ends[1], parent);
     ::close(ends[1]);
     guard.unlock();
-    const std::string line = ReadLine(ends[0], m_program.m_timeToStart);
+    const std::string line = ReadLine(ends[0], time);
     ::close(ends[0]);
     guard.lock();
     const std::size_t address = line.find("http://");
@@ -164,7 +166,10 @@ void OriginChild::Watch()
 /// @return false when it does not answer; then it is ended, and waited for like one that died
 bool OriginChild::StartAgain(std::unique_lock<std::mutex>& guard)
 {
-    if (m_ends || Start(m_address.substr(m_address.rfind(':') + 1), guard) == m_address)
+    if (m_ends)
+        return true;
+    const std::string port = m_address.substr(m_address.rfind(':') + 1);
+    if (Start(port, m_program.m_timeToStartAgain, guard) == m_address)
         return true;
     if (m_child > 0)
         ::kill(m_child, SIGKILL);

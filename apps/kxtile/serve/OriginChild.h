@@ -21,15 +21,16 @@ public:
     struct Program
     {
         std::string m_path; ///< called with --port and --log; says its address on its first line
-        std::chrono::milliseconds m_timeToStart{10000}; ///< until that line
-        std::chrono::milliseconds m_timeToEnd{1000};    ///< after SIGTERM; then it is killed
+        std::chrono::milliseconds m_timeToStart{10000};      ///< until that line
+        std::chrono::milliseconds m_timeToStartAgain{10000}; ///< the same, of later starts
+        std::chrono::milliseconds m_timeToEnd{1000};         ///< after SIGTERM; then it is killed
     };
     /// The one beside this program.
     /// @throws CommandError when it is not there
     static Program FindProgram();
 
-    /// Starts it and waits until it answers. To be called before any other thread is started, with
-    /// the signals blocked that end the program, by the thread that lives to the end.
+    /// Starts it and waits until it answers. To be called with the signals blocked that end the
+    /// program, by the thread that lives to the end.
     /// @throws CommandError when it cannot be started
     explicit OriginChild(Program program);
     ~OriginChild();
@@ -42,7 +43,9 @@ public:
     void Stop() const noexcept;
 
 private:
-    std::string Start(const std::string& port, std::unique_lock<std::mutex>& guard);
+    std::string Start(const std::string& port,
+                      std::chrono::milliseconds time,
+                      std::unique_lock<std::mutex>& guard);
     void Watch();
     bool StartAgain(std::unique_lock<std::mutex>& guard);
 

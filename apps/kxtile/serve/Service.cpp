@@ -192,7 +192,7 @@ Outcome Service::WmtsQuery(const HttpRequest& request)
             ListAnswer("application/xml", WriteWmtsCapabilities(*m_sources.Get(), BaseOf(request))),
             "document");
     Outcome outcome = Dispatch(request, route);
-    outcome.m_answer = AsExceptionReport(std::move(outcome.m_answer));
+    outcome.m_dress = AsExceptionReport;
     return outcome;
 }
 

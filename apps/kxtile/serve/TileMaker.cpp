@@ -22,6 +22,8 @@ namespace {
 using KxC::KxNetGetch;
 using KxC::KxTileFetcher;
 
+constexpr char kDisk[] = "disk";
+
 /// Tells how a tile came about: what the caches and the request layer noted meanwhile.
 class Origin
 {
@@ -36,7 +38,7 @@ public:
     {
         if (KxNetGetch::GetLastRequestInfo().m_nAttempts > 0)
             return "upstream";
-        return Misses() == m_missesBefore ? "memory" : "disk";
+        return Misses() == m_missesBefore ? "memory" : kDisk;
     }
 
 private:
@@ -118,7 +120,7 @@ MadeTile FetchOwnTile(const Source& source, const HostTile& tile, int timeoutMs)
     if (known == KxC::GetchResult_Unknown)
         return FetchFromService(source, item, tile, timeoutMs);
     kept->SetExt(KxC::KxImgUtility::TellImgExt(kept->GetData(), kept->GetSize()));
-    return Delivered(std::move(kept), "disk");
+    return Delivered(std::move(kept), kDisk);
 }
 
 MadeTile FetchOwnEarthTile(const Source& source, const TileRequest& tile, int timeoutMs)
@@ -175,24 +177,22 @@ MadeTile Unreadable(const char* cause)
 /// A pack has tiles of one size: those of twice the edge are made here.
 MadeTile DoubleFromPack(const Source& source, const TileRequest& tile)
 {
-    const Origin origin;
     DoubleTileParts parts;
     if (!CutParts(parts, source, tile))
         return Unreadable("the raster cannot be read there");
     if (parts.IsEmpty())
-        return Delivered(nullptr, origin.CacheState());
+        return Delivered(nullptr, kDisk);
     std::unique_ptr<KxC::KxRawData> bytes = MakeDoubleTile(std::move(parts), tile.m_format);
     return bytes == nullptr ? Unreadable("a tile that is stored there does not decode")
-                            : Delivered(std::move(bytes), origin.CacheState());
+                            : Delivered(std::move(bytes), kDisk);
 }
 
 MadeTile CutFromRaster(const Source& source, const TileRequest& tile)
 {
     if (source.m_isPack && tile.m_size == 2 * kTileSize)
         return DoubleFromPack(source, tile);
-    const Origin origin;
     std::unique_ptr<KxC::KxRawData> bytes;
-    return Cut(bytes, source, tile) ? Delivered(std::move(bytes), origin.CacheState())
+    return Cut(bytes, source, tile) ? Delivered(std::move(bytes), kDisk)
                                     : Unreadable("the raster cannot be read there");
 }
 

@@ -8,6 +8,9 @@
 #include <fmt/format.h>
 
 #include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -64,32 +67,59 @@ TileRequest AsNatural(TileRequest tile)
     return tile;
 }
 
+std::unique_ptr<KxC::KxRawData> CopyOf(const Body& body)
+{
+    auto copy = std::make_unique<KxC::KxRawData>();
+    auto* const bytes = static_cast<unsigned char*>(std::malloc(body.Size()));
+    if (bytes == nullptr)
+        throw std::bad_alloc();
+    std::memcpy(bytes, body.Data(), body.Size());
+    copy->Attach(bytes, static_cast<unsigned int>(body.Size()));
+    return copy;
+}
+
+/// Another answer of the same content.
+std::shared_ptr<Answer> Again(const Answer& answer)
+{
+    auto again = std::make_shared<Answer>();
+    again->m_status = answer.m_status;
+    again->m_contentType = answer.m_contentType;
+    again->m_body = answer.m_body;
+    again->m_etag = answer.m_etag;
+    again->m_cacheControl = answer.m_cacheControl;
+    return again;
+}
+
 /// Brings a tile into a format.
-/// @return false when it does not decode
-bool Convert(MadeTile& made, TileFormat format)
+/// @param bytes  null afterwards when they do not decode
+/// @return whether they are others now: what has the format already stays as it is
+bool Convert(std::unique_ptr<KxC::KxRawData>& bytes, TileFormat format)
 {
-    const unsigned char* const bytes = made.m_bytes->GetData();
-    const std::size_t size = made.m_bytes->GetSize();
-    if (format == TileFormat::Natural || FormatOf(bytes, size) == format)
-        return true;
-    made.m_bytes = Transcode(bytes, size, format);
-    return made.m_bytes != nullptr;
+    if (bytes == nullptr || format == TileFormat::Natural ||
+        FormatOf(bytes->GetData(), bytes->GetSize()) == format)
+        return false;
+    bytes = Transcode(bytes->GetData(), bytes->GetSize(), format);
+    return true;
 }
 
-void ConvertOrFail(MadeTile& made, TileFormat format)
+/// @return as of Convert
+bool ConvertOrFail(MadeTile& made, TileFormat format)
 {
-    if (made.m_bytes == nullptr || Convert(made, format))
-        return;
-    made.m_outcome = MadeTile::kFailed;
-    made.m_cause = "the source's picture does not decode";
+    const bool isTile = made.m_bytes != nullptr;
+    const bool isChanged = Convert(made.m_bytes, format);
+    if (isTile && made.m_bytes == nullptr) {
+        made.m_outcome = MadeTile::kFailed;
+        made.m_cause = "the source's picture does not decode";
+    }
+    return isChanged;
 }
 
-/// Whether the bytes are the service's own, or a pack's, which have a place on disk already.
-bool AreKeptAsSourceTile(const Source& source, const TileRequest& tile)
+/// Whether the tiles, as they come, are the service's own, or a pack's, which have a place on disk
+/// already.
+bool AreKeptAsSourceTiles(const Source& source, int size)
 {
-    const bool isStored = source.m_isPack && tile.m_size == kTileSize;
-    return (isStored || source.HandsOutOwnTiles(tile.m_size)) &&
-           tile.m_format == TileFormat::Natural;
+    const bool isStored = source.m_isPack && size == kTileSize;
+    return isStored || source.HandsOutOwnTiles(size);
 }
 
 } // namespace
@@ -172,11 +202,12 @@ MadeTile TileService::FindKept(const Source& source, const TileRequest& tile)
 {
     MadeTile kept;
     kept.m_cacheState = kOutput;
-    if (!AreKeptAsSourceTile(source, tile))
+    const bool isNatural = tile.m_format == TileFormat::Natural;
+    if (!isNatural || !AreKeptAsSourceTiles(source, tile.m_size))
         kept.m_bytes = LoadOutput(source, tile);
-    if (kept.m_bytes == nullptr && tile.m_format != TileFormat::Natural) {
-        kept.m_bytes = FindNatural(source, tile);
-        if (kept.m_bytes != nullptr)
+    if (kept.m_bytes == nullptr && !isNatural) {
+        kept.m_bytes = FindNatural(source, AsNatural(tile));
+        if (Convert(kept.m_bytes, tile.m_format) && kept.m_bytes != nullptr)
             SaveOutput(source, tile, *kept.m_bytes);
     }
     if (kept.m_bytes != nullptr)
@@ -184,28 +215,22 @@ MadeTile TileService::FindKept(const Source& source, const TileRequest& tile)
     return kept;
 }
 
-/// The natural one of what is kept, brought into the tile's format.
+/// What is kept of a tile in the natural format.
 std::unique_ptr<KxC::KxRawData> TileService::FindNatural(const Source& source,
-                                                         const TileRequest& tile)
+                                                         const TileRequest& natural)
 {
-    const TileRequest natural = AsNatural(tile);
     if (const AnswerPtr answer = m_kept.Find({source.m_generation, natural}))
-        return Transcode(answer->m_body.Data(), answer->m_body.Size(), tile.m_format);
-    if (AreKeptAsSourceTile(source, natural))
-        return nullptr;
-    MadeTile kept;
-    kept.m_bytes = LoadOutput(source, natural);
-    if (kept.m_bytes != nullptr)
-        Convert(kept, tile.m_format);
-    return std::move(kept.m_bytes);
+        return CopyOf(answer->m_body);
+    return AreKeptAsSourceTiles(source, natural.m_size) ? nullptr : LoadOutput(source, natural);
 }
 
 MadeTile TileService::MakeAnew(const Source& source, const TileRequest& tile) const
 {
     MadeTile made = MakeTile(source, tile, m_options.m_timeoutMs);
-    ConvertOrFail(made, tile.m_format);
+    const bool isChanged = ConvertOrFail(made, tile.m_format);
     NoteUpstream(source, made);
-    if (made.m_outcome == MadeTile::kTile && !AreKeptAsSourceTile(source, tile))
+    if (made.m_outcome == MadeTile::kTile &&
+        (isChanged || !AreKeptAsSourceTiles(source, tile.m_size)))
         SaveOutput(source, tile, *made.m_bytes);
     return made;
 }
@@ -222,11 +247,7 @@ void TileService::NoteUpstream(const Source& source, const MadeTile& made) const
 /// Later answers share the picture; only what is said of its way is another.
 void TileService::Keep(const TileKey& key, const Answer& made)
 {
-    auto kept = std::make_shared<Answer>();
-    kept->m_contentType = made.m_contentType;
-    kept->m_body = made.m_body;
-    kept->m_etag = made.m_etag;
-    kept->m_cacheControl = made.m_cacheControl;
+    const auto kept = Again(made);
     kept->m_cacheState = kOutput;
     kept->m_milliseconds = 0.0;
     m_kept.Put(key, kept, kept->m_body.Size() + kAnswerBytes);
@@ -243,7 +264,7 @@ AnswerPtr TileService::AnswerOf(MissingTile missing,
         const Body body = Body::OfRawData(std::move(made.m_bytes));
         answer = DocumentAnswer(MimeOfPicture(body), body, m_cacheControl);
     } else if (made.m_outcome == MadeTile::kNoTile) {
-        answer = AnswerMissing(missing, tile);
+        answer = Again(*AnswerMissing(missing, tile));
     } else {
         const bool isLate = made.m_outcome == MadeTile::kTooSlow;
         answer = TextAnswer(isLate ? Status::kGatewayTimeout : Status::kBadGateway, made.m_cause);
@@ -253,19 +274,28 @@ AnswerPtr TileService::AnswerOf(MissingTile missing,
     return answer;
 }
 
-std::shared_ptr<Answer> TileService::AnswerMissing(MissingTile missing,
-                                                   const TileRequest& tile) const
+AnswerPtr TileService::AnswerMissing(MissingTile missing, const TileRequest& tile) const
 {
     if (missing == MissingTile::NotFound)
         return TextAnswer(Status::kNotFound, "the source has no tile there");
-    if (missing == MissingTile::Blank) {
-        const Body body = Body::OfRawData(BlankTile(tile.m_size, tile.m_format));
-        return DocumentAnswer(MimeOfPicture(body), body, m_cacheControl);
-    }
+    if (missing == MissingTile::Blank)
+        return BlankAnswer(tile);
     auto answer = std::make_shared<Answer>();
     answer->m_status = Status::kNoContent;
     answer->m_cacheControl = m_cacheControl;
     return answer;
+}
+
+/// Encoding takes milliseconds, and the thread that asks may be the one that all requests share.
+const AnswerPtr& TileService::BlankAnswer(const TileRequest& tile) const
+{
+    const std::size_t size = tile.m_size == kTileSize ? 0 : 1;
+    MadeOnce& blank = m_blank[size * kFormats + static_cast<std::size_t>(tile.m_format)];
+    std::call_once(blank.m_once, [&] {
+        const Body body = Body::OfRawData(BlankTile(tile.m_size, tile.m_format));
+        blank.m_answer = DocumentAnswer(MimeOfPicture(body), body, m_cacheControl);
+    });
+    return blank.m_answer;
 }
 
 } // namespace KxTileHost::Serve

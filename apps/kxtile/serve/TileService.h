@@ -8,8 +8,10 @@
 #include "serve/Source.h"
 #include "serve/TileMaker.h"
 
+#include <array>
 #include <cstddef>
 #include <memory>
+#include <mutex>
 #include <string>
 
 namespace KxTileHost::Serve {
@@ -40,7 +42,7 @@ private:
     AnswerPtr Work(const Source& source, const TileRequest& tile);
     AnswerPtr WorkRaw(const Source& source, const TileRequest& tile) const;
     AnswerPtr FindAnswer(const Source& source, const TileRequest& tile);
-    std::unique_ptr<KxC::KxRawData> FindNatural(const Source& source, const TileRequest& tile);
+    std::unique_ptr<KxC::KxRawData> FindNatural(const Source& source, const TileRequest& natural);
     MadeTile FindKept(const Source& source, const TileRequest& tile);
     MadeTile MakeAnew(const Source& source, const TileRequest& tile) const;
     void NoteUpstream(const Source& source, const MadeTile& made) const;
@@ -49,12 +51,22 @@ private:
                        const TileRequest& tile,
                        MadeTile made,
                        double milliseconds) const;
-    std::shared_ptr<Answer> AnswerMissing(MissingTile missing, const TileRequest& tile) const;
+    AnswerPtr AnswerMissing(MissingTile missing, const TileRequest& tile) const;
+    const AnswerPtr& BlankAnswer(const TileRequest& tile) const;
+
+    /// An answer that is made once, by whoever needs it first.
+    struct MadeOnce
+    {
+        std::once_flag m_once;
+        AnswerPtr m_answer;
+    };
+    static constexpr std::size_t kFormats = 4;
 
     const Options m_options;
     const std::string m_cacheControl;
     Metrics& m_metrics;
     LruCache<TileKey, AnswerPtr, TileKeyHash> m_kept;
+    mutable std::array<MadeOnce, 2 * kFormats> m_blank; ///< of both sizes
 };
 
 } // namespace KxTileHost::Serve

@@ -45,7 +45,9 @@ public:
             if (source->m_isUsable)
                 WriteLayer(*source);
         for (const int level : m_lastLevels)
-            WriteMatrixSet(level);
+            WriteMatrixSet(MatrixSetTo(level), level);
+        if (!m_lastLevels.empty())
+            WriteMatrixSet(std::string(kMatrixSet), *m_lastLevels.rbegin());
         m_xml.End();
         m_xml.Begin("ServiceMetadataURL");
         m_xml.Attribute("xlink:href", m_base + "/wmts/1.0.0/WMTSCapabilities.xml");
@@ -54,13 +56,6 @@ public:
     }
 
 private:
-    /// The set of all levels for the layers that have them, one that ends sooner for each other.
-    std::string MatrixSetOf(int lastLevel) const
-    {
-        return lastLevel == *m_lastLevels.rbegin() ? std::string(kMatrixSet)
-                                                   : MatrixSetTo(lastLevel);
-    }
-
     void WriteNamespaces()
     {
         m_xml.Attribute("xmlns", "http://www.opengis.net/wmts/1.0");
@@ -151,7 +146,7 @@ private:
         const auto formats = FormatsOf(source);
         for (const TileFormat format : formats)
             m_xml.Element("Format", MimeOf(format));
-        WriteLimits(source);
+        WriteLinks(source);
         for (const TileFormat format : formats)
             WriteResource(source, format);
         m_xml.End();
@@ -172,19 +167,26 @@ private:
         m_xml.Attribute("format", MimeOf(format));
         m_xml.Attribute("resourceType", "tile");
         m_xml.Attribute("template",
-                        fmt::format("{}/wmts/{}/default/{}/{{TileMatrix}}/{{TileRow}}/{{TileCol}}."
-                                    "{}",
+                        fmt::format("{}/wmts/{}/default/{{TileMatrixSet}}/{{TileMatrix}}/"
+                                    "{{TileRow}}/{{TileCol}}.{}",
                                     m_base,
                                     source.m_id,
-                                    MatrixSetOf(source.m_maxLevel),
                                     ExtensionOf(format)));
         m_xml.End();
     }
 
-    void WriteLimits(const Source& source)
+    /// Names that clients save hang on the layer alone, not on the other layers. Programs take the
+    /// first set when nobody chooses, and its last level for the layer's.
+    void WriteLinks(const Source& source)
+    {
+        WriteLink(source, MatrixSetTo(source.m_maxLevel));
+        WriteLink(source, std::string(kMatrixSet));
+    }
+
+    void WriteLink(const Source& source, const std::string& matrixSet)
     {
         m_xml.Begin("TileMatrixSetLink");
-        m_xml.Element("TileMatrixSet", MatrixSetOf(source.m_maxLevel));
+        m_xml.Element("TileMatrixSet", matrixSet);
         m_xml.Begin("TileMatrixSetLimits");
         for (int level = source.m_minLevel; level <= source.m_maxLevel; ++level)
             WriteLimitsOfLevel(source.m_bounds, level);
@@ -232,10 +234,10 @@ private:
         return IndexOf((kHalf - InMetres(0.0, latitude).y) / (2 * kHalf), level);
     }
 
-    void WriteMatrixSet(int lastLevel)
+    void WriteMatrixSet(const std::string& name, int lastLevel)
     {
         m_xml.Begin("TileMatrixSet");
-        m_xml.Element("ows:Identifier", MatrixSetOf(lastLevel));
+        m_xml.Element("ows:Identifier", name);
         m_xml.Element("ows:SupportedCRS", kCrs);
         m_xml.Element("WellKnownScaleSet", "urn:ogc:def:wkss:OGC:1.0:GoogleMapsCompatible");
         for (int level = 0; level <= lastLevel; ++level)

@@ -63,6 +63,8 @@ AnswerPtr AsExceptionReport(AnswerPtr answer)
     report->m_status = answer->m_status;
     report->m_contentType = "application/xml";
     report->m_cacheControl = answer->m_cacheControl;
+    report->m_cacheState = answer->m_cacheState;
+    report->m_milliseconds = answer->m_milliseconds;
     report->m_headers = answer->m_headers;
     report->m_body = Body::OfText("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n" + xml.ToText());
     return report;

@@ -36,6 +36,7 @@ protected:
         OriginChild::Program program;
         program.m_path = m_folder.File("origin");
         program.m_timeToStart = kForEver;
+        program.m_timeToStartAgain = kForEver;
         program.m_timeToEnd = kForEver;
         KxC::WriteFile(program.m_path, "#!/bin/sh\ncd " + m_folder.Path().string() + "\n" + lines);
         ::chmod(program.m_path.c_str(), 0700);
@@ -153,7 +154,7 @@ TEST_F(OriginChildTest, TriesAgainWhenTheSecondStartHangs)
                                           "echo http://127.0.0.1:4711\n"
                                           "echo third > told\n"
                                           "exec sleep 1000\n");
-    program.m_timeToStart = 2s; // enough for a shell, on a busy machine, too
+    program.m_timeToStartAgain = 2s; // one that takes longer is only tried once more
     program.m_timeToEnd = kSoon;
     {
         const OriginChild child(program);
