@@ -110,8 +110,10 @@ std::unique_ptr<MosaicPicture> Sample(const RasterSource& raster,
 {
     const TransformGrid grid(transform, cover.m_level);
     MosaicRows rows(grid, pixels.Columns());
-    MosaicTiles tiles(raster, cover.m_range, cover.m_level);
     auto picture = std::make_unique<MosaicPicture>(pixels.m_width, pixels.m_height);
+    // As much as the picture takes itself, or what is not much for any.
+    MosaicTiles tiles(
+        raster, cover.m_range, cover.m_level, MosaicTiles::kDefaultBudget + picture->GetBytes());
     for (const double y : pixels.Rows()) {
         picture->AddRow(rows, y, tiles);
         tiles.EndRow();

@@ -8,6 +8,9 @@
 #include "TransformGrid.h"
 #include "unit/output/FetchImageTest.h"
 
+#include <malloc.h>
+
+#include <algorithm>
 #include <cmath>
 
 namespace KxC {
@@ -67,6 +70,49 @@ TEST_F(FetchImageSizes, DoNotMatterWhereTheRasterIsSmallAndHasNoPicture)
         EXPECT_LE(TilesRead(), 77U * 77U) << "tiles of level 28 are 1.34e-6 degrees";
     }
     EXPECT_EQ(Log(), "");
+}
+
+TEST_F(FetchImageSizes, DoNotMakeThemHoldMoreTilesThanTheirBudget)
+{
+    // One row of pixels under which 2000 tiles of 192 KiB lie, 375 MiB in all.
+    std::size_t most = 0;
+    m_rasters.m_image = [&most](int level, int row, int col) {
+        const struct mallinfo2 heap = mallinfo2();
+        most = std::max(most, heap.uordblks + heap.hblkhd);
+        return Testing::AddressImage({level, row, col}, 256, 3);
+    };
+    m_gWMTileDataCacheManager.SetBudget(0);
+    const struct mallinfo2 before = mallinfo2();
+    const double pixel = 360 * kDegree / 256 / 4096; // of level 12
+    const double width = pixel * 256 * 2000;
+    ASSERT_EQ(
+        Fetch({100.5 * pixel, 10.7 * pixel, 100.5 * pixel + width, 9.2 * pixel}, pixel * 1.01), 1);
+    EXPECT_GE(TilesRead(), 2000U);
+    EXPECT_LE(TilesRead(), 2002U) << "none of which is read again";
+    EXPECT_LT(most, before.uordblks + before.hblkhd + (std::size_t{256 + 16} << 20));
+}
+
+TEST_F(FetchImageSizes, LetTilesGoThatWereNotNeededForLongest)
+{
+    const Operation operation;
+    const RasterSource raster(*m_gRasterAccessorManager.OpenDataAccessor(m_raster.c_str()),
+                              m_raster.c_str());
+    for (const std::size_t cache : {std::size_t{0}, std::size_t{1} << 30}) {
+        m_gWMTileDataCacheManager.SetBudget(cache);
+        MosaicTiles tiles(raster, {8, 0, 8, 99}, 7, std::size_t{10} * 256 * 256 * 3);
+        for (int round = 0; round < 2; ++round)
+            for (int col = 0; col < 100; ++col) {
+                const KxImageData* const image = tiles.ImageAt(8, col);
+                ASSERT_NE(image, nullptr);
+                EXPECT_EQ(Testing::PixelAt(*image, 3, 5), Testing::AddressPixel({7, 8, col}, 3, 5));
+                const KxImageData* const first = tiles.ImageAt(8, 0);
+                ASSERT_NE(first, nullptr);
+                EXPECT_EQ(Testing::PixelAt(*first, 3, 5), Testing::AddressPixel({7, 8, 0}, 3, 5));
+            }
+        // The first one was needed all the time; others of the second round are read again, unless
+        // the memory cache has them.
+        EXPECT_EQ(TilesRead(), cache == 0 ? 1U + 99U + 99U : 199U + 100U);
+    }
 }
 
 TEST(MosaicPicture, HoldsUpTo2GiBInWholeWords)
