@@ -144,10 +144,7 @@ protected:
         const RasterSource raster(*m_gRasterAccessorManager.OpenDataAccessor(m_raster.c_str()),
                                   m_raster.c_str());
         MosaicTiles tiles(raster, {8, 0, 8, 1}, 4);
-        std::vector<double> xs(kSide);
-        for (std::size_t i = 0; i < xs.size(); ++i)
-            xs[i] = (-200 - static_cast<double>(i) / kSide) * kDegree;
-        MosaicRows rows(grid, xs);
+        MosaicRows rows(grid, PixelPositions::Centres(-201 * kDegree, -200 * kDegree, kSide));
         MosaicPicture picture(kSide, kSide); // whose memory is hardly touched
         picture.AddRow(rows, 5 * kDegree, tiles);
         tiles.EndRow();
