@@ -8,6 +8,9 @@
 #include "MosaicUnits.h"
 #include "OutputFile.h"
 #include "RasterArgument.h"
+#include "UnfinishedFiles.h"
+#include "export/StoppableStep.h"
+#include "export/TileSink.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -306,16 +309,31 @@ void KeepLittle()
     ::setenv("GDAL_CACHEMAX", "16", kUnlessSet); // MB; the reader takes 5 % of all memory otherwise
 }
 
+/// Before the process ends while the picture is made.
+void RemoveUnfinished(const MosaicArguments& arguments)
+{
+    RemoveUnfinishedForGood({FolderOf(arguments.m_output)});
+    fmt::print(stderr, "kxtile: interrupted: '{}' was not written\n", arguments.m_output);
+}
+
 void RunMosaic(const GlobalOptions& options, const MosaicArguments& arguments)
 {
-    KeepLittle(); // before GDAL is loaded
+    KeepLittle();              // before GDAL is loaded
+    const StopSignals signals; // before GDAL has threads
     const Mosaic mosaic = Prepare(arguments);
-    KxC::KxRasterDataAccessor& raster = OpenRasterFile(arguments.m_raster);
-    CheckLevel(raster, arguments, mosaic.m_grid, mosaic.m_asked);
-    const auto begin = std::chrono::steady_clock::now();
+    RemoveOrphans(FolderOf(arguments.m_output));
+    auto begin = std::chrono::steady_clock::now();
     const TemporaryFile file(arguments.m_output);
-    Fetch(mosaic, raster, file);
-    AddTags(mosaic, file);
+    RunStoppable(
+        [&] {
+            KxC::KxRasterDataAccessor& raster = OpenRasterFile(arguments.m_raster);
+            CheckLevel(raster, arguments, mosaic.m_grid, mosaic.m_asked);
+            begin = std::chrono::steady_clock::now();
+            Fetch(mosaic, raster, file);
+            AddTags(mosaic, file);
+        },
+        signals,
+        [&] { RemoveUnfinished(arguments); });
     WarnOfPole(mosaic.m_crs, mosaic.m_grid, mosaic.m_bounds);
     NameFiles(mosaic, file);
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;

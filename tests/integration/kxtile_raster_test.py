@@ -8,6 +8,7 @@ import json
 import math
 import os
 import pathlib
+import signal
 import subprocess
 import sys
 import tempfile
@@ -530,6 +531,36 @@ class RasterTest(KxtileTestCase):
         self.assertEqual(list(self.folder.glob(".kxtile*")), [])
         self.mosaic(raster, [-80, -30, -10, 30], "EPSG:4326", 0.1, "m.png")
         self.assertEqual(png_size(self.folder / "m.png"), (700, 600))
+
+    def test_an_interrupted_mosaic_leaves_nothing(self):
+        (self.folder / "m.tif").write_text("old")
+        (self.folder / "m.png").write_text("old")
+        before = sorted(self.folder.iterdir())
+        for stop, name in ((signal.SIGTERM, "m.png"), (signal.SIGINT, "m.tif")):
+            # 10000 x 10000 pixels, more than anyone writes at a blow.
+            process = subprocess.Popen(
+                [sys.argv[1], "mosaic", self.made, "--bounds", "450000,5480000,550000,5580000",
+                 "--crs", "EPSG:32633", "--resolution", "10", "-o", name], cwd=self.folder,
+                env=self.environment, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+            while not list(self.folder.glob(".kxtile-*")):
+                self.assertIsNone(process.poll(), "it ended before it wrote anything")
+            process.send_signal(stop)
+            _, errors = process.communicate(timeout=60)
+            self.assertEqual(process.returncode, 130, errors)
+            self.assertIn("was not written", errors.decode())
+            self.assertEqual(sorted(self.folder.iterdir()), before)
+            self.assertEqual((self.folder / name).read_text(), "old")
+
+    def test_a_mosaic_removes_what_killed_ones_left(self):
+        gone = subprocess.Popen(["true"])
+        gone.wait()
+        orphan = self.folder / f".kxtile-{gone.pid}-mosaic.tmp.tif"
+        orphan.write_text("half")
+        living = self.folder / f".kxtile-{os.getpid()}-mosaic.tmp.tif"
+        living.write_text("half")
+        self.mosaic(self.made, [501000, 5533000, 503000, 5534000], "EPSG:32633", 10.0, "m.png")
+        self.assertFalse(orphan.exists())
+        self.assertTrue(living.exists())
 
     def test_failures_get_words(self):
         def message(raster=self.made, bounds="501000,5533000,503000,5534000", crs="EPSG:32633",
