@@ -15,6 +15,8 @@ namespace {
 /// Near a pole tiles are so narrow that an output row may miss one between two that meet it.
 constexpr long long kRowsToKeep = 16;
 constexpr std::size_t kFewPins = 64;
+/// Tiles read, at most, to tell a picture that is too large from one that shows nothing.
+constexpr int kMostAsked = 8192;
 /// Of a reader's tile, for an estimate.
 constexpr std::size_t kTileBytes = 256 * 256 * 4;
 
@@ -24,11 +26,6 @@ bool FitsCache(const TileRange& range)
 {
     const auto tiles = static_cast<std::size_t>(range.Rows() * range.Columns());
     return tiles * kTileBytes <= m_gWMTileDataCacheManager.GetBudget() / 4;
-}
-
-long long TilesOf(const TileRange& range)
-{
-    return std::max(range.Rows(), 0LL) * std::max(range.Columns(), 0LL);
 }
 
 /// The part of a range that lies in a raster's bounds, where alone it has pictures.
@@ -67,13 +64,11 @@ bool MayHavePicture(KxRasterDataAccessor& accessor,
                     const TileRange& range,
                     int level)
 {
-    const bool isFew = TilesOf(range) <= MosaicTiles::kMaxTiles;
-    const TileRange asked = isFew ? range : InBounds(range, accessor.GetLatLonBounds(), level);
-    if (TilesOf(asked) > MosaicTiles::kMaxTiles)
-        return true;
+    const TileRange asked = InBounds(range, accessor.GetLatLonBounds(), level);
+    int left = kMostAsked;
     for (int row = asked.m_minRow; row <= asked.m_maxRow; ++row)
         for (int col = asked.m_minCol; col <= asked.m_maxCol; ++col)
-            if (HasPicture(raster, {level, row, col}))
+            if (left-- == 0 || HasPicture(raster, {level, row, col}))
                 return true;
     return false;
 }

@@ -94,8 +94,8 @@ private:
     const KxImageData* m_lastImage = nullptr;
 };
 
-/// Whether some tile of a range has a picture, or may have one where the raster reaches under more
-/// than kMaxTiles of them.
+/// Whether some tile of a range has a picture. Tiles outside the raster's bounds have none; where
+/// thousands inside have none, others may.
 bool MayHavePicture(KxRasterDataAccessor& accessor,
                     const RasterSource& raster,
                     const TileRange& range,
