@@ -96,13 +96,14 @@ bool Reaches(const KxC::KxRasterDataAccessor& raster, const Crs& crs, const KxC:
     return false;
 }
 
-std::string Describe(const KxC::KxRect2d& degrees)
+std::string Describe(const GeoBounds& extent)
 {
-    return fmt::format("It covers longitude {:.6g} to {:.6g} and latitude {:.6g} to {:.6g}.",
-                       degrees.m_dLeft,
-                       degrees.m_dRight,
-                       degrees.m_dBottom,
-                       degrees.m_dTop);
+    return fmt::format("It covers longitude {:.6g} to {:.6g}{} and latitude {:.6g} to {:.6g}.",
+                       extent.m_west,
+                       extent.m_east,
+                       extent.CrossesAntimeridian() ? " across the antimeridian" : "",
+                       extent.m_south,
+                       extent.m_north);
 }
 
 [[noreturn]] void ThrowNothingThere(const MosaicArguments& arguments,
@@ -110,7 +111,7 @@ std::string Describe(const KxC::KxRect2d& degrees)
 {
     throw CommandError(kExitFailed,
                        fmt::format("nothing of '{}' lies in the bounds", arguments.m_raster),
-                       Describe(raster.GetLatLonBounds()));
+                       Describe(ExtentOf(raster)));
 }
 
 /// What a mosaic's command works with, after everything has been checked that can be beforehand.
@@ -373,7 +374,7 @@ void AddMosaicCommand(CLI::App& app, const GlobalOptions& options)
         "Pixels count from the west and north edge of the bounds, each the nearest pixel of the "
         "level\nthat serves the resolution, which must be one of the raster's. What the raster "
         "does not\ncover is transparent; JPEG has no transparency, there it is black. A .tif "
-        "carries its\ngeoreference.\n"
+        "carries its\ngeoreference. JPEG and WebP are encoded in memory, beside the picture.\n"
         "Examples:\n"
         "  kxtile mosaic world.tif --bounds 5.9,45.8,10.5,47.8 --crs EPSG:4326 --resolution 0.01 "
         "-o alps.tif\n"

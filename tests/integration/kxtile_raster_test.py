@@ -191,6 +191,10 @@ class RasterTest(KxtileTestCase):
             self.assertAlmostEqual(is_, wanted, delta=1e-9)
         told = self.kxtile("raster", "info", raster).stdout.decode()
         self.assertIn("170 to -170, across the antimeridian", told)
+        message = self.failure("mosaic", raster, "--bounds", "0,0,1,1", "--crs", "EPSG:4326",
+                               "--resolution", "0.02", "-o", "m.png")
+        self.assertIn("It covers longitude 170 to -170 across the antimeridian and latitude -5 to "
+                      "10.", message)
 
     def test_assumed_systems_are_told(self):
         picture = self.folder / "picture.png"
@@ -584,6 +588,10 @@ class RasterTest(KxtileTestCase):
         self.assertIn("narrower than one pixel", message(resolution="5000", status=2))
         self.assertIn("200000 x 100000 pixels are more than the 2 GiB",
                       message(resolution="0.01", status=2))
+        # Three bytes of each would do, but a row is sampled with alpha.
+        self.assertIn("571428571 x 1 pixels are more than the 2 GiB",
+                      message(bounds="501000,5533000,503000,5533000.000004",
+                              resolution="0.0000035", status=2))
         strip = "501000,5533000,503000,5533010"
         self.assertIn("at most 65500 a side",
                       message(bounds=strip, resolution="0.03", output="m.jpg", status=2))
