@@ -8,6 +8,9 @@
 #include "MosaicUnits.h"
 #include "OutputFile.h"
 #include "RasterArgument.h"
+#include "UnfinishedFiles.h"
+#include "export/StoppableStep.h"
+#include "export/TileSink.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -93,13 +96,14 @@ bool Reaches(const KxC::KxRasterDataAccessor& raster, const Crs& crs, const KxC:
     return false;
 }
 
-std::string Describe(const KxC::KxRect2d& degrees)
+std::string Describe(const GeoBounds& extent)
 {
-    return fmt::format("It covers longitude {:.6g} to {:.6g} and latitude {:.6g} to {:.6g}.",
-                       degrees.m_dLeft,
-                       degrees.m_dRight,
-                       degrees.m_dBottom,
-                       degrees.m_dTop);
+    return fmt::format("It covers longitude {:.6g} to {:.6g}{} and latitude {:.6g} to {:.6g}.",
+                       extent.m_west,
+                       extent.m_east,
+                       extent.CrossesAntimeridian() ? " across the antimeridian" : "",
+                       extent.m_south,
+                       extent.m_north);
 }
 
 [[noreturn]] void ThrowNothingThere(const MosaicArguments& arguments,
@@ -107,7 +111,7 @@ std::string Describe(const KxC::KxRect2d& degrees)
 {
     throw CommandError(kExitFailed,
                        fmt::format("nothing of '{}' lies in the bounds", arguments.m_raster),
-                       Describe(raster.GetLatLonBounds()));
+                       Describe(ExtentOf(raster)));
 }
 
 /// What a mosaic's command works with, after everything has been checked that can be beforehand.
@@ -306,16 +310,31 @@ void KeepLittle()
     ::setenv("GDAL_CACHEMAX", "16", kUnlessSet); // MB; the reader takes 5 % of all memory otherwise
 }
 
+/// Before the process ends while the picture is made.
+void RemoveUnfinished(const MosaicArguments& arguments)
+{
+    RemoveUnfinishedForGood({FolderOf(arguments.m_output)});
+    fmt::print(stderr, "kxtile: interrupted: '{}' was not written\n", arguments.m_output);
+}
+
 void RunMosaic(const GlobalOptions& options, const MosaicArguments& arguments)
 {
-    KeepLittle(); // before GDAL is loaded
+    KeepLittle();              // before GDAL is loaded
+    const StopSignals signals; // before GDAL has threads
     const Mosaic mosaic = Prepare(arguments);
-    KxC::KxRasterDataAccessor& raster = OpenRasterFile(arguments.m_raster);
-    CheckLevel(raster, arguments, mosaic.m_grid, mosaic.m_asked);
-    const auto begin = std::chrono::steady_clock::now();
+    RemoveOrphans(FolderOf(arguments.m_output));
+    auto begin = std::chrono::steady_clock::now();
     const TemporaryFile file(arguments.m_output);
-    Fetch(mosaic, raster, file);
-    AddTags(mosaic, file);
+    RunStoppable(
+        [&] {
+            KxC::KxRasterDataAccessor& raster = OpenRasterFile(arguments.m_raster);
+            CheckLevel(raster, arguments, mosaic.m_grid, mosaic.m_asked);
+            begin = std::chrono::steady_clock::now();
+            Fetch(mosaic, raster, file);
+            AddTags(mosaic, file);
+        },
+        signals,
+        [&] { RemoveUnfinished(arguments); });
     WarnOfPole(mosaic.m_crs, mosaic.m_grid, mosaic.m_bounds);
     NameFiles(mosaic, file);
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
@@ -355,7 +374,7 @@ void AddMosaicCommand(CLI::App& app, const GlobalOptions& options)
         "Pixels count from the west and north edge of the bounds, each the nearest pixel of the "
         "level\nthat serves the resolution, which must be one of the raster's. What the raster "
         "does not\ncover is transparent; JPEG has no transparency, there it is black. A .tif "
-        "carries its\ngeoreference.\n"
+        "carries its\ngeoreference. JPEG and WebP are encoded in memory, beside the picture.\n"
         "Examples:\n"
         "  kxtile mosaic world.tif --bounds 5.9,45.8,10.5,47.8 --crs EPSG:4326 --resolution 0.01 "
         "-o alps.tif\n"

@@ -30,11 +30,13 @@ double PixelsOf(double length, double resolution)
     return pixels;
 }
 
-/// Whether so many pixels, their rows being whole 4-byte words, are few enough.
+/// Whether the library makes pictures of so many pixels: rows are whole 4-byte words, and there is
+/// one more with alpha.
 bool AreBytesPossible(double width, double height, int pixelBytes)
 {
-    return std::ceil(width * pixelBytes / 4) * 4 * height <=
-           static_cast<double>(KxC::KxImageData::kMaxBytes);
+    return width * 4 <= static_cast<double>(KxC::KxImageData::kMaxBytes) &&
+           std::ceil(width * pixelBytes / 4) * 4 * height <=
+               static_cast<double>(KxC::KxImageData::kMaxBytes);
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "Command.h"
 #include "KxFile.h"
 #include "OutputFile.h"
+#include "export/TileSink.h"
 
 #include <fmt/format.h>
 #include <unistd.h>
@@ -81,15 +82,15 @@ void CheckFormatHolds(const std::string& path, int width, int height)
 
 void CheckFolder(const std::string& path)
 {
-    const std::string folder = fs::path(path).parent_path().string();
-    if (::access(folder.empty() ? "." : folder.c_str(), W_OK | X_OK) != 0)
+    if (::access(FolderOf(path).c_str(), W_OK | X_OK) != 0)
         throw CommandError(kExitFailed,
                            fmt::format("cannot write '{}'", path),
                            "Check that the folder exists and may be written.");
 }
 
 TemporaryFile::TemporaryFile(const std::string& path)
-    : m_path((fs::path(path).parent_path() / fmt::format(".kxtile-{}{}", ::getpid(), ExtOf(path)))
+    : m_path((fs::path(path).parent_path() /
+              fmt::format(".kxtile-{}-mosaic.tmp{}", ::getpid(), ExtOf(path)))
                  .string())
 {
 }

@@ -31,7 +31,7 @@ void CheckFolder(const std::string& path);
 class TemporaryFile
 {
 public:
-    /// A name beside `path`, with its extension.
+    /// A name beside `path`, with its extension, and one of those that UnfinishedFiles knows.
     explicit TemporaryFile(const std::string& path);
     ~TemporaryFile();
     TemporaryFile(const TemporaryFile&) = delete;

@@ -28,6 +28,8 @@ constexpr std::string_view kEnd(".tmp");
 /// The process that a temporary file belongs to; 0 for any other file.
 pid_t OwnerOf(std::string_view name)
 {
+    if (const auto dot = name.rfind('.'); dot != 0 && !name.ends_with(kEnd))
+        name = name.substr(0, dot); // what is written in the format of its extension
     if (!name.starts_with(kStart) || !name.ends_with(kEnd))
         return 0;
     pid_t owner = 0;

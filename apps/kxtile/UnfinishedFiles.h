@@ -12,7 +12,7 @@ namespace KxTileHost {
 void RemoveUnfinishedForGood(const std::vector<std::string>& folders) noexcept;
 
 /// Removes from a folder the temporary files, and folders with what is in them, of processes that
-/// are no more: .kxtile-<process>-<anything>.tmp.
+/// are no more: .kxtile-<process>-<anything>.tmp, and with an extension behind that.
 void RemoveOrphans(const std::string& folder);
 
 } // namespace KxTileHost

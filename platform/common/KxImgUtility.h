@@ -57,8 +57,9 @@ public:
 
     /// Writes a picture to a file in the format of its extension (as SaveImageToMemory), with
     /// settings for files meant to be kept. The file appears under its name only when whole. PNG
-    /// and TIFF are written as they are encoded, with memory for a few rows beside the picture.
-    /// JPEG has no more than 65500 pixels a side, WebP 16383.
+    /// and TIFF are written as they are encoded, with memory for a few rows beside the picture;
+    /// JPEG and WebP, and whatever goes into a pipe or a device, are encoded in memory first. JPEG
+    /// has no more than 65500 pixels a side, WebP 16383.
     /// @param option  0
     /// @return 1 on success
     static unsigned char SaveImageFile(const KxImageData* image, const KxString& path, int option);

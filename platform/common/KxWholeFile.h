@@ -11,9 +11,9 @@ namespace KxC {
 
 /// A file that is written piece by piece and appears under its name only when whole: until Finish
 /// it has a temporary name in the same folder, and it is gone where Finish is never reached. Links
-/// are followed, an existing file keeps its mode, and what is no file (a pipe, a device) is
-/// written to as the pieces come.
-/// Threads: one at a time.
+/// are followed, an existing file keeps its mode (until Finish only its owner may read the new
+/// one), and what is no file (a pipe, a device) is written to as the pieces come. Threads: one at a
+/// time.
 class KXCOMMON_API KxWholeFile
 {
 public:
@@ -23,6 +23,8 @@ public:
     KxWholeFile(const KxWholeFile&) = delete;
     KxWholeFile& operator=(const KxWholeFile&) = delete;
 
+    /// Whether there is something to write to; else Write and Finish fail, and errno says why.
+    unsigned char IsOpen() const;
     /// Whether pieces may be written in any order.
     unsigned char IsSeekable() const;
 

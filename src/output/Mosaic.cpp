@@ -8,7 +8,7 @@
 #include "MosaicRows.h"
 #include "MosaicTiles.h"
 #include "Operation.h"
-#include "Sampler.h"
+#include "PixelPositions.h"
 #include "TileNumbers.h"
 #include "TransformGrid.h"
 
@@ -54,19 +54,14 @@ struct PictureGrid
         const double y = m_rect.Height() / m_height * kToCentre;
         return {m_rect.m_dLeft + x, m_rect.m_dTop - y, m_rect.m_dRight - x, m_rect.m_dBottom + y};
     }
-    std::vector<double> Columns() const { return Along(m_rect.m_dLeft, m_rect.m_dRight, m_width); }
-    std::vector<double> Rows() const { return Along(m_rect.m_dBottom, m_rect.m_dTop, m_height); }
+    PixelPositions Columns() const { return Along(m_rect.m_dLeft, m_rect.m_dRight, m_width); }
+    PixelPositions Rows() const { return Along(m_rect.m_dBottom, m_rect.m_dTop, m_height); }
 
 private:
-    std::vector<double> Along(double from, double to, int count) const
+    PixelPositions Along(double from, double to, int count) const
     {
-        if (m_places == PixelPlaces::EdgeToEdge)
-            return SamplePositions(from, to, (to - from) / (count - 1), count);
-        std::vector<double> centres(static_cast<std::size_t>(count));
-        const double step = (to - from) / count;
-        for (std::size_t i = 0; i < centres.size(); ++i)
-            centres[i] = from + (static_cast<double>(i) + 0.5) * step;
-        return centres;
+        return m_places == PixelPlaces::EdgeToEdge ? PixelPositions::EdgeToEdge(from, to, count)
+                                                   : PixelPositions::Centres(from, to, count);
     }
 };
 
@@ -110,11 +105,18 @@ std::unique_ptr<MosaicPicture> Sample(const RasterSource& raster,
 {
     const TransformGrid grid(transform, cover.m_level);
     MosaicRows rows(grid, pixels.Columns());
-    MosaicTiles tiles(raster, cover.m_range, cover.m_level);
     auto picture = std::make_unique<MosaicPicture>(pixels.m_width, pixels.m_height);
-    for (const double y : pixels.Rows()) {
-        picture->AddRow(rows, y, tiles);
-        tiles.EndRow();
+    // As much as the picture takes itself, or what is not much for any.
+    MosaicTiles tiles(
+        raster, cover.m_range, cover.m_level, MosaicTiles::kDefaultBudget + picture->GetBytes());
+    const PixelPositions positions = pixels.Rows();
+    std::vector<double> ys;
+    for (std::size_t begin = 0; begin < positions.GetCount(); begin += ys.size()) {
+        positions.Tell(begin, ys);
+        for (const double y : ys) {
+            picture->AddRow(rows, y, tiles);
+            tiles.EndRow();
+        }
     }
     tiles.AskTheRest();
     if (!tiles.HasImage())

@@ -3,6 +3,7 @@
 
 #include "KxImageData.h"
 
+#include <cstddef>
 #include <memory>
 #include <new>
 
@@ -40,6 +41,11 @@ public:
     void End(bool needsAlpha);
 
     const KxImageData& Image() const { return *m_image; }
+    std::size_t GetBytes() const
+    {
+        return static_cast<std::size_t>(m_image->GetRowBytes()) *
+               static_cast<std::size_t>(m_image->GetHeight());
+    }
 
 private:
     bool AddAlpha();

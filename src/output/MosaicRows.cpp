@@ -23,7 +23,8 @@ constexpr std::size_t kMinSpacing = 4;
 /// Columns that are worked on at once: what is kept of each stays in the processor's caches, and
 /// takes little memory however wide the picture is. So many stretches of the widest, and the node
 /// that ends them.
-constexpr std::size_t kBlock = 32 * 4 * kMaxSpacing + 1;
+constexpr std::size_t kBlock = PixelPositions::kBlock;
+static_assert(kBlock == 32 * 4 * kMaxSpacing + 1);
 
 /// Pixels a tile, for telling what an error is worth.
 constexpr double kPixels = 256;
@@ -39,18 +40,6 @@ constexpr double kTransformError = 6e-9;
 double WorthwhileError(std::size_t spacing)
 {
     return 0.5 / (static_cast<double>(spacing) * kPixels);
-}
-
-double Wobble(const std::vector<double>& xs)
-{
-    if (xs.size() < 3)
-        return 0;
-    const std::size_t last = xs.size() - 2; // the very last is never evenly spaced
-    const double step = (xs[last] - xs[0]) / static_cast<double>(last);
-    double wobble = 0;
-    for (std::size_t i = 0; i < last; ++i)
-        wobble = std::max(wobble, std::abs(xs[i] - xs[0] - step * static_cast<double>(i)));
-    return wobble / step;
 }
 
 /// A tile's pixels.
@@ -137,17 +126,18 @@ int WholeBelow(double value)
 
 } // namespace
 
-MosaicRows::MosaicRows(const TransformGrid& grid, std::vector<double> xs)
-    : m_grid(grid), m_xs(std::move(xs)), m_wobble(Wobble(m_xs)),
-      m_nearest(!KxImageData::IsBilinear()), m_places(std::min(kBlock, m_xs.size())),
+MosaicRows::MosaicRows(const TransformGrid& grid, PixelPositions xs)
+    : m_grid(grid), m_positions(std::move(xs)), m_wobble(m_positions.GetWobble()),
+      m_nearest(!KxImageData::IsBilinear()), m_places(std::min(kBlock, m_positions.GetCount())),
       m_exact(m_places.size())
 {
 }
 
 void MosaicRows::Fill(KxImageData& line, double y, MosaicTiles& tiles)
 {
-    for (m_begin = 0; m_begin < m_xs.size(); m_begin += kBlock) {
-        m_count = std::min(kBlock, m_xs.size() - m_begin);
+    for (m_begin = 0; m_begin < m_positions.GetCount(); m_begin += kBlock) {
+        m_positions.Tell(m_begin, m_xs);
+        m_count = m_xs.size();
         FillBlock(line, y, tiles);
     }
 }
@@ -179,7 +169,7 @@ void MosaicRows::ForgetBlock()
 /// which may stand apart from the even spacing.
 void MosaicRows::PutStretches()
 {
-    const bool isEnd = m_begin + m_count == m_xs.size();
+    const bool isEnd = m_begin + m_count == m_positions.GetCount();
     const std::size_t apart = isEnd ? 2 : 1;
     const std::size_t last = m_count < apart ? 0 : m_count - apart;
     std::size_t first = 0;
@@ -209,7 +199,7 @@ void MosaicRows::Transform(double y)
         return;
     m_wantedXs.clear();
     for (const std::size_t column : m_wanted)
-        m_wantedXs.push_back(m_xs[m_begin + column]);
+        m_wantedXs.push_back(m_xs[column]);
     m_grid.PlacesOf(m_wantedXs, y, m_wantedPlaces);
     for (std::size_t i = 0; i < m_wanted.size(); ++i)
         m_places[m_wanted[i]] = m_wantedPlaces[i];

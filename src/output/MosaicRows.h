@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "PixelPositions.h"
 #include "Quartic.h"
 #include "TransformGrid.h"
 
@@ -22,8 +23,8 @@ class MosaicRows
 {
 public:
     /// @param grid  must outlive this
-    /// @param xs    of the columns: evenly spaced, but for the last
-    MosaicRows(const TransformGrid& grid, std::vector<double> xs);
+    /// @param xs    of the columns
+    MosaicRows(const TransformGrid& grid, PixelPositions xs);
 
     /// Fills a row of the output. Pixels in places without a picture stay as they are.
     /// @param line  one row with alpha
@@ -66,12 +67,13 @@ private:
     void SampleExact(KxImageData& line, MosaicTiles& tiles);
 
     const TransformGrid& m_grid;
-    std::vector<double> m_xs;
+    PixelPositions m_positions;
     double m_wobble; ///< the most by which columns are off from even spacing, in columns
     bool m_nearest;
     // Of a block of columns, which count from its first:
     std::size_t m_begin = 0; ///< that one
     std::size_t m_count = 0;
+    std::vector<double> m_xs;
     std::vector<GridPosition> m_places; ///< of the columns that are transformed
     std::vector<unsigned char> m_exact; ///< 1 for columns that are transformed, or will be
     std::vector<Stretch> m_open;

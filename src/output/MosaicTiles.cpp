@@ -15,6 +15,8 @@ namespace {
 /// Near a pole tiles are so narrow that an output row may miss one between two that meet it.
 constexpr long long kRowsToKeep = 16;
 constexpr std::size_t kFewPins = 64;
+/// Tiles read, at most, to tell a picture that is too large from one that shows nothing.
+constexpr int kMostAsked = 8192;
 /// Of a reader's tile, for an estimate.
 constexpr std::size_t kTileBytes = 256 * 256 * 4;
 
@@ -24,11 +26,6 @@ bool FitsCache(const TileRange& range)
 {
     const auto tiles = static_cast<std::size_t>(range.Rows() * range.Columns());
     return tiles * kTileBytes <= m_gWMTileDataCacheManager.GetBudget() / 4;
-}
-
-long long TilesOf(const TileRange& range)
-{
-    return std::max(range.Rows(), 0LL) * std::max(range.Columns(), 0LL);
 }
 
 /// The part of a range that lies in a raster's bounds, where alone it has pictures.
@@ -44,6 +41,16 @@ TileRange InBounds(const TileRange& range, const KxRect2d& bounds, int level)
             std::min(range.m_maxCol, index(bounds.m_dRight))};
 }
 
+/// What it takes to hold a tile, with its place in a table.
+std::size_t BytesOf(const KxImageData* image)
+{
+    constexpr std::size_t kEntry = 128;
+    if (image == nullptr)
+        return kEntry;
+    return kEntry + static_cast<std::size_t>(image->GetRowBytes()) *
+                        static_cast<std::size_t>(image->GetHeight());
+}
+
 bool HasPicture(const RasterSource& raster, const SourceTile& address)
 {
     return PictureOf(raster.Find(address)) != nullptr ||
@@ -57,20 +64,21 @@ bool MayHavePicture(KxRasterDataAccessor& accessor,
                     const TileRange& range,
                     int level)
 {
-    const bool isFew = TilesOf(range) <= MosaicTiles::kMaxTiles;
-    const TileRange asked = isFew ? range : InBounds(range, accessor.GetLatLonBounds(), level);
-    if (TilesOf(asked) > MosaicTiles::kMaxTiles)
-        return true;
+    const TileRange asked = InBounds(range, accessor.GetLatLonBounds(), level);
+    int left = kMostAsked;
     for (int row = asked.m_minRow; row <= asked.m_maxRow; ++row)
         for (int col = asked.m_minCol; col <= asked.m_maxCol; ++col)
-            if (HasPicture(raster, {level, row, col}))
+            if (left-- == 0 || HasPicture(raster, {level, row, col}))
                 return true;
     return false;
 }
 
-MosaicTiles::MosaicTiles(const RasterSource& raster, const TileRange& range, int level)
+MosaicTiles::MosaicTiles(const RasterSource& raster,
+                         const TileRange& range,
+                         int level,
+                         std::size_t budget)
     : m_raster(raster), m_range(range), m_level(level), m_cached(FitsCache(range)),
-      m_asked(static_cast<std::size_t>(range.Rows() * range.Columns()))
+      m_budget(budget), m_asked(static_cast<std::size_t>(range.Rows() * range.Columns()))
 {
 }
 
@@ -81,12 +89,21 @@ void MosaicTiles::GoTo(int row, int col)
     m_lastImage = nullptr;
     if (!m_range.Holds(row, col))
         return;
-    const long long place = m_range.PlaceOf(row, col);
-    auto found = m_tiles.find(place);
-    if (found == m_tiles.end())
-        found = m_tiles.emplace(place, Ask(row, col)).first;
-    found->second.m_usedIn = m_outputRow;
-    m_lastImage = found->second.m_image;
+    const auto found = m_tiles.find(m_range.PlaceOf(row, col));
+    Tile& tile = found != m_tiles.end() ? found->second : Add(row, col);
+    tile.m_usedIn = m_outputRow;
+    tile.m_usedAt = ++m_uses;
+    m_lastImage = tile.m_image;
+}
+
+MosaicTiles::Tile& MosaicTiles::Add(int row, int col)
+{
+    if (m_heldBytes > m_budget)
+        DropOldest();
+    Tile& tile = m_tiles.emplace(m_range.PlaceOf(row, col), Ask(row, col)).first->second;
+    tile.m_bytes = BytesOf(tile.m_image);
+    m_heldBytes += tile.m_bytes;
+    return tile;
 }
 
 MosaicTiles::Tile MosaicTiles::Ask(int row, int col)
@@ -99,7 +116,8 @@ MosaicTiles::Tile MosaicTiles::Ask(int row, int col)
             tile = Hold(read.get());
             m_raster.Keep(std::move(read));
         } else {
-            tile = {PictureOf(read.get()), std::move(read), false, 0};
+            tile.m_image = PictureOf(read.get());
+            tile.m_own = std::move(read);
         }
     }
     m_asked[static_cast<std::size_t>(m_range.PlaceOf(row, col))] = true;
@@ -110,10 +128,13 @@ MosaicTiles::Tile MosaicTiles::Ask(int row, int col)
 
 MosaicTiles::Tile MosaicTiles::Hold(KxWMImageTileData* pinned)
 {
+    Tile tile;
     if (pinned == nullptr)
-        return {};
+        return tile;
     ++m_pins;
-    return {PictureOf(pinned), nullptr, true, 0};
+    tile.m_image = PictureOf(pinned);
+    tile.m_pinned = true;
+    return tile;
 }
 
 SourceTile MosaicTiles::AddressOf(long long place) const
@@ -136,8 +157,32 @@ void MosaicTiles::EndRow()
 
 void MosaicTiles::DropUnused()
 {
-    std::erase_if(m_tiles, [this](const auto& entry) {
-        return entry.second.m_usedIn + kRowsToKeep < m_outputRow;
+    DropIf([this](const Tile& tile) { return tile.m_usedIn + kRowsToKeep < m_outputRow; });
+}
+
+/// Drops the half of the tiles that was not needed for longest: each by itself would have to be
+/// looked for among all of them.
+void MosaicTiles::DropOldest()
+{
+    std::vector<long long> uses;
+    uses.reserve(m_tiles.size());
+    for (const auto& [place, tile] : m_tiles)
+        uses.push_back(tile.m_usedAt);
+    const auto middle = uses.begin() + static_cast<std::ptrdiff_t>(uses.size() / 2);
+    std::nth_element(uses.begin(), middle, uses.end());
+    DropIf([last = *middle](const Tile& tile) { return tile.m_usedAt <= last; });
+    if (m_pins > 0)
+        PinAgain();
+}
+
+template <class IsOver>
+void MosaicTiles::DropIf(const IsOver& isOver)
+{
+    std::erase_if(m_tiles, [&](const auto& entry) {
+        const Tile& tile = entry.second;
+        const bool isDropped = isOver(tile);
+        m_heldBytes -= isDropped ? tile.m_bytes : 0;
+        return isDropped;
     });
 }
 
@@ -150,13 +195,13 @@ void MosaicTiles::PinAgain()
     for (auto entry = m_tiles.begin(); entry != m_tiles.end();) {
         Tile& tile = entry->second;
         if (tile.m_pinned) {
-            const long long usedIn = tile.m_usedIn;
-            tile = Hold(m_raster.Find(AddressOf(entry->first)));
-            tile.m_usedIn = usedIn;
-            if (!tile.m_pinned) {
+            const Tile again = Hold(m_raster.Find(AddressOf(entry->first)));
+            if (!again.m_pinned) {
+                m_heldBytes -= tile.m_bytes;
                 entry = m_tiles.erase(entry);
                 continue;
             }
+            tile.m_image = again.m_image;
         }
         ++entry;
     }

@@ -4,6 +4,7 @@
 #include "RasterSource.h"
 #include "TileRange.h"
 
+#include <cstddef>
 #include <memory>
 #include <unordered_map>
 #include <vector>
@@ -11,7 +12,9 @@
 namespace KxC {
 
 /// The raster tiles under a mosaic, read when an output row first needs them and let go of when no
-/// recent row did: so a mosaic holds about one row of tiles, however many lie under it.
+/// recent row did: so a mosaic holds about one row of tiles, however many lie under it. Where even
+/// these take more memory than they may, those not needed for longest go, to be read again when a
+/// later row needs them.
 /// For one thread, inside an operation during which nobody else takes tiles from the memory cache
 /// on that thread: letting go of its own lets go of theirs.
 class MosaicTiles
@@ -19,13 +22,18 @@ class MosaicTiles
 public:
     /// More tiles than 2 GiB of pixels take at any latitude up to 89.9 degrees.
     static constexpr long long kMaxTiles = 1 << 25;
+    static constexpr std::size_t kDefaultBudget = std::size_t{256} << 20;
 
     /// @param raster  must outlive this
     /// @param range   at most kMaxTiles
-    MosaicTiles(const RasterSource& raster, const TileRange& range, int level);
+    /// @param budget  bytes that the tiles held may take, of which the last one may take more
+    MosaicTiles(const RasterSource& raster,
+                const TileRange& range,
+                int level,
+                std::size_t budget = kDefaultBudget);
 
-    /// The picture of a tile, valid until the end of the row; null outside the range and where
-    /// there is none.
+    /// The picture of a tile, valid until the next tile is asked for; null outside the range and
+    /// where there is none.
     const KxImageData* ImageAt(int row, int col)
     {
         if (row != m_lastRow || col != m_lastCol)
@@ -51,13 +59,20 @@ private:
         std::unique_ptr<KxWMImageTileData> m_own; ///< null where the memory cache owns it
         bool m_pinned = false;
         long long m_usedIn = 0; ///< the last output row that it was needed in
+        long long m_usedAt = 0; ///< when it was needed last, counted in changes of tile
+        std::size_t m_bytes = 0;
     };
 
     void GoTo(int row, int col);
+    Tile& Add(int row, int col);
     Tile Ask(int row, int col);
     Tile Hold(KxWMImageTileData* pinned);
     SourceTile AddressOf(long long place) const;
     void DropUnused();
+    void DropOldest();
+    /// Drops the tiles for which `isOver` (tile) holds.
+    template <class IsOver>
+    void DropIf(const IsOver& isOver);
     void PinAgain();
 
     const RasterSource& m_raster;
@@ -68,6 +83,9 @@ private:
     bool m_needsAlpha = false;
     long long m_outputRow = 0;
     std::size_t m_pins = 0; ///< taken since the thread last let go of its tiles
+    std::size_t m_budget;
+    std::size_t m_heldBytes = 0; ///< of m_tiles
+    long long m_uses = 0;
     std::vector<bool> m_asked;
     std::unordered_map<long long, Tile> m_tiles; ///< by place in the range
     /// What the last call of ImageAt found.
@@ -76,8 +94,8 @@ private:
     const KxImageData* m_lastImage = nullptr;
 };
 
-/// Whether some tile of a range has a picture, or may have one where the raster reaches under more
-/// than kMaxTiles of them.
+/// Whether some tile of a range has a picture. Tiles outside the raster's bounds have none; where
+/// thousands inside have none, others may.
 bool MayHavePicture(KxRasterDataAccessor& accessor,
                     const RasterSource& raster,
                     const TileRange& range,

@@ -17,6 +17,32 @@ namespace KxC {
 /// @param count  1 or more
 std::vector<double> SamplePositions(double from, double to, double step, int count);
 
+/// The positions of SamplePositions one after another.
+class SampleWalk
+{
+public:
+    /// @param count  1 or more
+    SampleWalk(double from, double to, double step, int count)
+        : m_at(from), m_to(to), m_step(step), m_count(count)
+    {
+    }
+    /// Not called more than `count` times.
+    double Next()
+    {
+        const double at = m_at;
+        m_at = m_next == m_count - 2 ? m_to - m_step * 0.0001 : at + m_step;
+        ++m_next;
+        return at;
+    }
+
+private:
+    double m_at;
+    double m_to;
+    double m_step;
+    int m_count;
+    int m_next = 0;
+};
+
 /// A place as its tile and the position inside it.
 struct PlaceInTile
 {

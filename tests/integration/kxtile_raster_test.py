@@ -8,6 +8,7 @@ import json
 import math
 import os
 import pathlib
+import signal
 import subprocess
 import sys
 import tempfile
@@ -190,6 +191,10 @@ class RasterTest(KxtileTestCase):
             self.assertAlmostEqual(is_, wanted, delta=1e-9)
         told = self.kxtile("raster", "info", raster).stdout.decode()
         self.assertIn("170 to -170, across the antimeridian", told)
+        message = self.failure("mosaic", raster, "--bounds", "0,0,1,1", "--crs", "EPSG:4326",
+                               "--resolution", "0.02", "-o", "m.png")
+        self.assertIn("It covers longitude 170 to -170 across the antimeridian and latitude -5 to "
+                      "10.", message)
 
     def test_assumed_systems_are_told(self):
         picture = self.folder / "picture.png"
@@ -531,6 +536,36 @@ class RasterTest(KxtileTestCase):
         self.mosaic(raster, [-80, -30, -10, 30], "EPSG:4326", 0.1, "m.png")
         self.assertEqual(png_size(self.folder / "m.png"), (700, 600))
 
+    def test_an_interrupted_mosaic_leaves_nothing(self):
+        (self.folder / "m.tif").write_text("old")
+        (self.folder / "m.png").write_text("old")
+        before = sorted(self.folder.iterdir())
+        for stop, name in ((signal.SIGTERM, "m.png"), (signal.SIGINT, "m.tif")):
+            # 10000 x 10000 pixels, more than anyone writes at a blow.
+            process = subprocess.Popen(
+                [sys.argv[1], "mosaic", self.made, "--bounds", "450000,5480000,550000,5580000",
+                 "--crs", "EPSG:32633", "--resolution", "10", "-o", name], cwd=self.folder,
+                env=self.environment, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+            while not list(self.folder.glob(".kxtile-*")):
+                self.assertIsNone(process.poll(), "it ended before it wrote anything")
+            process.send_signal(stop)
+            _, errors = process.communicate(timeout=60)
+            self.assertEqual(process.returncode, 130, errors)
+            self.assertIn("was not written", errors.decode())
+            self.assertEqual(sorted(self.folder.iterdir()), before)
+            self.assertEqual((self.folder / name).read_text(), "old")
+
+    def test_a_mosaic_removes_what_killed_ones_left(self):
+        gone = subprocess.Popen(["true"])
+        gone.wait()
+        orphan = self.folder / f".kxtile-{gone.pid}-mosaic.tmp.tif"
+        orphan.write_text("half")
+        living = self.folder / f".kxtile-{os.getpid()}-mosaic.tmp.tif"
+        living.write_text("half")
+        self.mosaic(self.made, [501000, 5533000, 503000, 5534000], "EPSG:32633", 10.0, "m.png")
+        self.assertFalse(orphan.exists())
+        self.assertTrue(living.exists())
+
     def test_failures_get_words(self):
         def message(raster=self.made, bounds="501000,5533000,503000,5534000", crs="EPSG:32633",
                     resolution="10", output="m.png", status=1):
@@ -553,6 +588,10 @@ class RasterTest(KxtileTestCase):
         self.assertIn("narrower than one pixel", message(resolution="5000", status=2))
         self.assertIn("200000 x 100000 pixels are more than the 2 GiB",
                       message(resolution="0.01", status=2))
+        # Three bytes of each would do, but a row is sampled with alpha.
+        self.assertIn("571428571 x 1 pixels are more than the 2 GiB",
+                      message(bounds="501000,5533000,503000,5533000.000004",
+                              resolution="0.0000035", status=2))
         strip = "501000,5533000,503000,5533010"
         self.assertIn("at most 65500 a side",
                       message(bounds=strip, resolution="0.03", output="m.jpg", status=2))

@@ -58,13 +58,14 @@ class TemporaryFile
 {
 public:
     /// @param neighbour  path in whose folder the file is made, so that a rename stays one step
-    explicit TemporaryFile(const KxString& neighbour)
+    /// @param mode       that it is made with, less what the process masks
+    TemporaryFile(const KxString& neighbour, mode_t mode)
     {
         constexpr int kTries = 100;
         const KxString folder = FolderPrefix(neighbour);
         for (int i = 0; i < kTries && m_file < 0; ++i) {
             m_name = folder + UniqueName();
-            m_file = ::open(m_name.Cstr(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+            m_file = ::open(m_name.Cstr(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
             // A killed process with our number may have left one.
             if (m_file < 0 && errno != EEXIST)
                 return;
@@ -131,7 +132,8 @@ public:
             // A pipe or a device, which must not be replaced by a file.
             m_direct = ::open(m_name.Cstr(), O_WRONLY | O_CLOEXEC);
         else
-            m_temporary.emplace(m_name);
+            // What replaces a file is nobody else's to read before it has that file's mode.
+            m_temporary.emplace(m_name, m_exists ? 0600 : 0666);
         m_openError = errno;
     }
     ~Implementation()
@@ -142,6 +144,7 @@ public:
     Implementation(const Implementation&) = delete;
     Implementation& operator=(const Implementation&) = delete;
 
+    bool IsOpen() const { return m_direct >= 0 || IsSeekable(); }
     bool IsSeekable() const { return m_temporary && m_temporary->Handle() >= 0; }
     bool Write(ByteSpan bytes)
     {
@@ -195,6 +198,11 @@ KxWholeFile::KxWholeFile(const KxString& path)
 }
 
 KxWholeFile::~KxWholeFile() = default;
+
+unsigned char KxWholeFile::IsOpen() const
+{
+    return m_pImplementation->IsOpen() ? 1 : 0;
+}
 
 unsigned char KxWholeFile::IsSeekable() const
 {

@@ -129,7 +129,7 @@ KxImageData::KxImageData(int width, int height, int formatCode, int rowBytes)
     const int pixelSize = PixelSizeOf(formatCode);
     const long long leastRowBytes = static_cast<long long>(width) * pixelSize;
     const long long wantedRowBytes = rowBytes == 0 ? leastRowBytes : rowBytes;
-    if (pixelSize == 0 || wantedRowBytes < leastRowBytes ||
+    if (pixelSize == 0 || width < 1 || wantedRowBytes < leastRowBytes ||
         !AreBytesAllowed(wantedRowBytes, height))
         return;
     m_pData = static_cast<unsigned char*>(

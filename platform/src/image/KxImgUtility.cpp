@@ -267,7 +267,7 @@ try {
     if (!IsWritten(format))
         return 0;
     KxWholeFile file(path);
-    return WritePicture(format, rows, file) && file.Finish() != 0 ? 1 : 0;
+    return file.IsOpen() != 0 && WritePicture(format, rows, file) && file.Finish() != 0 ? 1 : 0;
 } catch (const std::exception&) {
     return 0;
 }

@@ -57,6 +57,7 @@ TEST_F(UnfinishedFiles, OfGoneProcessesAreRemoved)
     const std::string own = TemporaryName(::getpid());
     Write(own);
     Write(TemporaryName(GoneProcess()));
+    Write(TemporaryName(GoneProcess()) + ".tif");
     for (const char* other :
          {".kxtile-7", ".kxtile--7-1.tmp", ".kxtile-x-1.tmp", "7-1.tmp", "5.png"})
         Write(other);
@@ -90,6 +91,7 @@ TEST_F(UnfinishedFilesDeathTest, OfThisProcessAreRemovedAndNoOthersBegun)
 {
     const auto end = [this] {
         Write(TemporaryName(::getpid()));
+        Write(TemporaryName(::getpid()) + ".png");
         RemoveUnfinishedForGood({m_folder.Path().string(), m_folder.File("new/folder")});
         const bool saved = KxC::KxFile::SaveWhole(m_folder.File("late").c_str(),
                                                   reinterpret_cast<const unsigned char*>("x"),

@@ -97,6 +97,7 @@ TEST(KxWholeFile, TakesPiecesInAnyOrderAndThenItsName)
     WriteFile(folder.File("a"), "old");
     {
         KxWholeFile file(folder.File("a").c_str());
+        ASSERT_EQ(file.IsOpen(), 1);
         ASSERT_EQ(file.IsSeekable(), 1);
         EXPECT_EQ(file.Write(Bytes("____ef"), 6), 1);
         EXPECT_EQ(file.WriteAt(0, Bytes("ab"), 2), 1);
@@ -124,10 +125,32 @@ TEST(KxWholeFile, IsGoneWhereItWasNotFinished)
     EXPECT_EQ(FilesIn(folder), 1U);
 }
 
+TEST(KxWholeFile, IsItsOwnersAloneUntilItReplacesAFile)
+{
+    const TempFolder folder;
+    WriteFile(folder.File("a"), "old");
+    ASSERT_EQ(::chmod(folder.File("a").c_str(), 0604), 0);
+    const auto modeOf = [](const std::filesystem::path& path) {
+        struct stat found = {};
+        EXPECT_EQ(::stat(path.c_str(), &found), 0);
+        return found.st_mode & 07777;
+    };
+    KxWholeFile file(folder.File("a").c_str());
+    ASSERT_EQ(file.Write(Bytes("new"), 3), 1);
+    for (const auto& entry : std::filesystem::directory_iterator(folder.Path()))
+        if (entry.path() != folder.File("a")) {
+            EXPECT_EQ(modeOf(entry.path()), 0600U);
+        }
+    ASSERT_EQ(FilesIn(folder), 2U);
+    ASSERT_EQ(file.Finish(), 1);
+    EXPECT_EQ(modeOf(folder.File("a")), 0604U);
+}
+
 TEST(KxWholeFile, SaysLaterWhyItDidNotOpen)
 {
     const TempFolder folder;
     KxWholeFile file(folder.File("no-such-folder/a").c_str());
+    EXPECT_EQ(file.IsOpen(), 0);
     EXPECT_EQ(file.IsSeekable(), 0);
     errno = 0;
     EXPECT_EQ(file.Write(Bytes("a"), 1), 0);

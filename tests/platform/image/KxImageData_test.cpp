@@ -84,6 +84,8 @@ TEST(KxImageData, RefusesSizesOutsideItsLimits)
     for (const Case& c : {Case{0, 1, 20, 0},
                           Case{1, 0, 20, 0},
                           Case{-1, 1, 20, 0},
+                          Case{0, 10, 20, 4},
+                          Case{-5, 10, 20, 100},
                           Case{21846, 32768, 20, 0}, // 64 KiB above 2 GiB
                           Case{32768, 16384, 21, 0}, // 2 GiB
                           Case{65536, 65536, 20, 0}, // counted in 32 bits, nothing

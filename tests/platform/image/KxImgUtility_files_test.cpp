@@ -141,5 +141,24 @@ TEST(KxImgUtilityFiles, NeedMemoryForAFewRowsBesideThePicture)
     }
 }
 
+TEST(KxImgUtilityFiles, AreNotEncodedWhereTheyCannotBeWritten)
+{
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "the address sanitizer keeps memory that was given back";
+#endif
+    const TempFolder folder;
+    NorthUp noise = Graded(4000, 3000, 3);
+    MakeNoise(noise);
+    const auto picture = ToImage(noise);
+    noise = {};
+    for (const char* name : {"missing/a.png", "missing/a.tif", "missing/a.jpg"}) {
+        if (!ForgetMostMemory())
+            GTEST_SKIP() << "this system does not let a process reset its peak of memory";
+        const long before = StatusKiB("VmRSS");
+        ASSERT_EQ(0, KxImgUtility::SaveImageFile(picture.get(), folder.File(name).c_str(), 0));
+        EXPECT_LT(StatusKiB("VmHWM") - before, 2048) << name << " of 34 MiB";
+    }
+}
+
 } // namespace
 } // namespace KxC

@@ -8,6 +8,9 @@
 #include "TransformGrid.h"
 #include "unit/output/FetchImageTest.h"
 
+#include <malloc.h>
+
+#include <algorithm>
 #include <cmath>
 
 namespace KxC {
@@ -40,16 +43,29 @@ TEST_F(FetchImageSizes, AreRefusedWhereTheirPixelsCannotBeCounted)
     m_rasters.m_maxLevel = 28;
     EXPECT_EQ(Fetch({0, 90 * kDegree, 180 * kDegree, 0}, 0.001), 0) << "2e10 x 1e10";
     EXPECT_TRUE(LogSaysTooLarge());
-    EXPECT_EQ(TilesRead(), 0U);
+    EXPECT_EQ(TilesRead(), 1U);
 }
 
 TEST_F(FetchImageSizes, DoNotMatterWhereNoTileHasAPicture)
 {
     HaveNoPictures();
+    m_rasters.m_bounds = {10, 40, 50, 10};
     EXPECT_EQ(Fetch({0, 90 * kDegree, 180 * kDegree, 0}, 500), 1);
-    // Level 9 has 256 x 128 tiles there, and one row and column behind the edge's samples.
-    EXPECT_GE(TilesRead(), 256U * 128U);
+    // Level 9's tiles are 0.703 degrees: 57.9 x 43.7, of which those at the edges are asked, too.
+    EXPECT_GE(TilesRead(), 57U * 43U);
+    EXPECT_LE(TilesRead(), 59U * 45U);
     EXPECT_EQ(Log(), "");
+    EXPECT_FALSE(WroteFile());
+}
+
+TEST_F(FetchImageSizes, AreRefusedWhereThousandsOfTilesHaveNoPicture)
+{
+    HaveNoPictures();
+    // 256 x 128 tiles of level 9.
+    EXPECT_EQ(Fetch({0, 90 * kDegree, 180 * kDegree, 0}, 500), 0);
+    EXPECT_GE(TilesRead(), 1000U);
+    EXPECT_LE(TilesRead(), 10000U);
+    EXPECT_TRUE(LogSaysTooLarge());
     EXPECT_FALSE(WroteFile());
 }
 
@@ -67,6 +83,49 @@ TEST_F(FetchImageSizes, DoNotMatterWhereTheRasterIsSmallAndHasNoPicture)
         EXPECT_LE(TilesRead(), 77U * 77U) << "tiles of level 28 are 1.34e-6 degrees";
     }
     EXPECT_EQ(Log(), "");
+}
+
+TEST_F(FetchImageSizes, DoNotMakeThemHoldMoreTilesThanTheirBudget)
+{
+    // One row of pixels under which 2000 tiles of 192 KiB lie, 375 MiB in all.
+    std::size_t most = 0;
+    m_rasters.m_image = [&most](int level, int row, int col) {
+        const struct mallinfo2 heap = mallinfo2();
+        most = std::max(most, heap.uordblks + heap.hblkhd);
+        return Testing::AddressImage({level, row, col}, 256, 3);
+    };
+    m_gWMTileDataCacheManager.SetBudget(0);
+    const struct mallinfo2 before = mallinfo2();
+    const double pixel = 360 * kDegree / 256 / 4096; // of level 12
+    const double width = pixel * 256 * 2000;
+    ASSERT_EQ(
+        Fetch({100.5 * pixel, 10.7 * pixel, 100.5 * pixel + width, 9.2 * pixel}, pixel * 1.01), 1);
+    EXPECT_GE(TilesRead(), 2000U);
+    EXPECT_LE(TilesRead(), 2002U) << "none of which is read again";
+    EXPECT_LT(most, before.uordblks + before.hblkhd + (std::size_t{256 + 16} << 20));
+}
+
+TEST_F(FetchImageSizes, LetTilesGoThatWereNotNeededForLongest)
+{
+    const Operation operation;
+    const RasterSource raster(*m_gRasterAccessorManager.OpenDataAccessor(m_raster.c_str()),
+                              m_raster.c_str());
+    for (const std::size_t cache : {std::size_t{0}, std::size_t{1} << 30}) {
+        m_gWMTileDataCacheManager.SetBudget(cache);
+        MosaicTiles tiles(raster, {8, 0, 8, 99}, 7, std::size_t{10} * 256 * 256 * 3);
+        for (int round = 0; round < 2; ++round)
+            for (int col = 0; col < 100; ++col) {
+                const KxImageData* const image = tiles.ImageAt(8, col);
+                ASSERT_NE(image, nullptr);
+                EXPECT_EQ(Testing::PixelAt(*image, 3, 5), Testing::AddressPixel({7, 8, col}, 3, 5));
+                const KxImageData* const first = tiles.ImageAt(8, 0);
+                ASSERT_NE(first, nullptr);
+                EXPECT_EQ(Testing::PixelAt(*first, 3, 5), Testing::AddressPixel({7, 8, 0}, 3, 5));
+            }
+        // The first one was needed all the time; others of the second round are read again, unless
+        // the memory cache has them.
+        EXPECT_EQ(TilesRead(), cache == 0 ? 1U + 99U + 99U : 199U + 100U);
+    }
 }
 
 TEST(MosaicPicture, HoldsUpTo2GiBInWholeWords)
@@ -98,10 +157,7 @@ protected:
         const RasterSource raster(*m_gRasterAccessorManager.OpenDataAccessor(m_raster.c_str()),
                                   m_raster.c_str());
         MosaicTiles tiles(raster, {8, 0, 8, 1}, 4);
-        std::vector<double> xs(kSide);
-        for (std::size_t i = 0; i < xs.size(); ++i)
-            xs[i] = (-200 - static_cast<double>(i) / kSide) * kDegree;
-        MosaicRows rows(grid, xs);
+        MosaicRows rows(grid, PixelPositions::Centres(-201 * kDegree, -200 * kDegree, kSide));
         MosaicPicture picture(kSide, kSide); // whose memory is hardly touched
         picture.AddRow(rows, 5 * kDegree, tiles);
         tiles.EndRow();

@@ -421,6 +421,20 @@ TEST_F(FetchImagePixels, AreThoseOfAConicSystem)
     }
 }
 
+TEST_F(FetchImagePixels, AreThoseOfRowsOfSeveralBlocks)
+{
+    // Blocks are 4097 columns wide.
+    for (const double width : {8194.5, 8195.5, 9000.5}) {
+        const double west = 2e5;
+        const double south = 5.5e6;
+        const Compared compared = Compare(
+            Testing::TransverseMercator(15), {west, south + 350, west + width * 100, south}, 100);
+        EXPECT_EQ(compared.m_pixels, static_cast<long long>(width) * 3);
+        EXPECT_EQ(compared.m_different, 0) << width;
+        EXPECT_LT(compared.m_transformed, compared.m_pixels / 8) << width;
+    }
+}
+
 TEST_F(FetchImagePixels, AreThoseOfAPolarSystemWithoutThePole)
 {
     const Compared compared =
