@@ -42,6 +42,7 @@ public:
     void Start(int count);
     /// No further tile is begun.
     void Stop();
+    std::uint64_t Tiles() const { return m_tiles.Count(); }
     bool AreDone() const { return m_running.load(std::memory_order_acquire) == 0; }
     const WakeUp& Bell() const { return m_bell; }
     std::vector<HostTile> InWork() const;
@@ -224,7 +225,8 @@ TileJobEnd EndOf(JobTally& tally,
 {
     TileJobEnd end;
     end.m_isInterrupted = isInterrupted;
-    end.m_whyGivenUp = tally.WhyGivenUp();
+    if (tally.Counts().Done() < workers.Tiles()) // else nothing was left to give up
+        end.m_whyGivenUp = tally.WhyGivenUp();
     end.m_lastFailure = tally.LastFailure();
     end.m_isListWritten =
         end.EndedEarly() ? FinishListEarly(tally, workers, options) : tally.Finish();

@@ -114,6 +114,23 @@ TEST(TileJob, GivesUpAfterARowOfRefusals)
     EXPECT_LE(together.m_counts.m_failed, 64U + 3) << "each of the others may have one in work";
 }
 
+TEST(TileJob, DoesNotGiveUpWhenNothingIsLeft)
+{
+    for (const int last : {63, 64}) { // columns; the row is full with column 63
+        std::vector<HostTile> tiles;
+        for (int column = 0; column <= last; ++column)
+            tiles.push_back({column, 0, 30});
+        const TileJobEnd end = RunTileJob(
+            TileList(tiles),
+            [](const HostTile&) -> TileResult {
+                return {TileOutcome::Failed, 0, "HTTP status 403", Outlook::Refused};
+            },
+            Threads(1));
+        EXPECT_EQ(end.m_counts.m_failed, 64U);
+        EXPECT_EQ(end.EndedEarly(), last == 64);
+    }
+}
+
 // Of a service with several servers, one that is dead fails at once, the others take their time.
 TEST(TileJob, DoesNotGiveUpWhileASlowTileMayStillCome)
 {
