@@ -163,14 +163,17 @@ void AddExportCommand(CLI::App& app, const GlobalOptions& options)
         "--attribution", arguments->m_attribution, "Whom the tiles are owed to (the source's own)");
     CLI::Option* overwrite = command->add_flag(
         "--overwrite", arguments->m_overwrite, "Replace a file that is there already");
+    CLI::Option* const resume =
+        command
+            ->add_flag("--resume",
+                       arguments->m_resume,
+                       "Keep all tiles of the file that is there already, and fetch the others")
+            ->excludes(overwrite);
     command
-        ->add_flag("--resume",
-                   arguments->m_resume,
-                   "Keep all tiles of the file that is there already, and fetch the others")
-        ->excludes(overwrite);
-    command->add_flag("--other-source",
-                      arguments->m_otherSource,
-                      "With --resume: go on with the file though its tiles are of another source");
+        ->add_flag("--other-source",
+                   arguments->m_otherSource,
+                   "With --resume: go on with the file though its tiles are of another source")
+        ->needs(resume);
     command->footer(
         "Tiles are Web Mercator tiles. A GeoTIFF holds the deepest level alone (EPSG:3857, "
         "overviews of\nits own), its holes are transparent. The file appears under its name when "
@@ -180,7 +183,8 @@ void AddExportCommand(CLI::App& app, const GlobalOptions& options)
         "Exit codes: 0 complete; 1 failed, or given up; 2 wrong usage; 3 complete, but some tiles "
         "do not\nexist at the source; 4 some tiles failed (they are listed; --resume fetches "
         "them); 130 interrupted.\nInterrupted or given up, an archive holds what was there by "
-        "then, and --resume goes on with it;\na GeoTIFF is not written.\nExamples:\n"
+        "then, and --resume goes on with it;\na GeoTIFF is not written. --resume does not tell "
+        "rasters of equal file names apart.\nExamples:\n"
         "  kxtile export city.toml --bounds 116.2,39.8,116.6,40.0 --levels 8-14 -o city.mbtiles\n"
         "  kxtile export survey.tif --bounds 5.9,45.8,10.5,47.8 --levels 0-12 -o survey.pmtiles\n"
         "  kxtile export city.toml --bounds 116.2,39.8,116.6,40.0 --levels 14 -o city.tif\n"

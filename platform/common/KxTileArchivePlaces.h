@@ -38,6 +38,10 @@ public:
     /// @param error   on failure, what is wrong with the file, for people
     static bool
     ReadOrigin(const KxString& path, KxTileArchiveFormat format, KxString& origin, KxString& error);
+
+    /// Whether what ReadOrigin found is this; archives keep '?' for control characters and for
+    /// bytes that are no UTF-8.
+    static bool IsSameOrigin(const KxString& kept, const KxString& origin);
 };
 
 } // namespace KxC

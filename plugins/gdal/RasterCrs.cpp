@@ -146,10 +146,23 @@ std::string WktOf(const OGRSpatialReference& crs, const char* format)
     return wkt;
 }
 
+/// PROJ writes the word "unknown" where there is no name, which says less than is known.
+std::string NameOf(const OGRSpatialReference& crs)
+{
+    const char* const name = crs.GetName();
+    if (name != nullptr && *name != '\0' && !EQUAL(name, "unknown") && !EQUAL(name, "unnamed"))
+        return name;
+    const char* const method = crs.GetAttrValue("PROJECTION");
+    std::string kind = method != nullptr         ? method
+                       : crs.IsGeographic() != 0 ? "longitude and latitude"
+                                                 : "projection unknown";
+    std::replace(kind.begin(), kind.end(), '_', ' ');
+    return "has no name (" + kind + ")";
+}
+
 void Name(const OGRSpatialReference& crs, RasterCrs& result)
 {
-    const char* name = crs.GetName();
-    result.m_name = name != nullptr ? name : "";
+    result.m_name = NameOf(crs);
     result.m_epsg = CodeOf(crs);
     if (result.m_epsg == 0 && result.m_isWgs84)
         result.m_epsg = 4326;

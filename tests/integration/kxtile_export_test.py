@@ -276,7 +276,8 @@ class ExportTest(KxtileTestCase):
             end = json.loads(done.stdout.splitlines()[-1])
             self.assertEqual((end["made"], end["failed"]), (3, 64))
             self.assertIn("64 tiles in a row were refused", end["gave_up"])
-            self.assertIn(b"The same command with --resume goes on", done.stderr)
+            self.assertIn(b"Once that is mended, the same command with --resume goes on",
+                          done.stderr)
             self.assertIn(b"holds what was there by then", done.stderr)
             self.assertEqual(len(self.tiles_of(name)), 3)
             service.allowed = 10 ** 9
@@ -290,8 +291,21 @@ class ExportTest(KxtileTestCase):
         (self.folder / "out.tif").write_text("complete")
         done = self.kxtile(*arguments, "--overwrite", status=1)
         self.assertIn(b"'out.tif' was not written", done.stderr)
+        self.assertIn(b"Once that is mended, the same command begins anew;", done.stderr)
         self.assertEqual((self.folder / "out.tif").read_text(), "complete")
         self.assertEqual(self.files(), ["list", "out.tif"])
+        # --overwrite and --resume exclude each other.
+        arguments[-1] = "out.mbtiles"
+        for before, allowed, told in [(None, 3, b"with --resume instead of --overwrite goes on"),
+                                      ("complete", 3, b"command begins anew"),
+                                      (None, 0, b"command begins anew")]:
+            (self.folder / "out.mbtiles").unlink(missing_ok=True)
+            if before is not None:
+                (self.folder / "out.mbtiles").write_text(before)
+            service.paths.clear()
+            service.allowed = allowed
+            done = self.kxtile(*arguments, "--overwrite", status=1)
+            self.assertIn(told, done.stderr)
 
     def test_a_file_of_another_source_is_not_gone_on_with(self):
         other = self.url("/xyz/graticule/{$z}/{$x}/{$y}.png")
@@ -414,7 +428,9 @@ class ExportTest(KxtileTestCase):
                 (["--bounds", WORLD, "--levels", "8", "-o", "a.pmtiles"], b"--yes"),
                 (["--bounds", WORLD, "--levels", "24", "-o", "a.tif", "--yes"], b"pixels"),
                 (["--bounds", WORLD, "--levels", "1", "-o", "a.mbtiles", "--resume",
-                  "--overwrite"], b"--overwrite")]:
+                  "--overwrite"], b"--overwrite"),
+                (["--bounds", WORLD, "--levels", "1", "-o", "a.mbtiles", "--other-source"],
+                 b"--resume")]:
             done = self.kxtile("export", self.template, *arguments, status=2)
             self.assertIn(word, done.stderr, arguments)
         self.assertEqual(self.files(), [])

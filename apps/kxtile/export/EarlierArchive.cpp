@@ -75,7 +75,7 @@ void EarlierArchive::CheckOrigin(const std::string& origin) const
     KxC::KxString error;
     if (!KxC::KxTileArchivePlaces::ReadOrigin(m_path.c_str(), m_format, own, error))
         ThrowUnusable(m_path, error.Cstr());
-    if (own.IsEmpty() == 0 && origin != own.Cstr())
+    if (own.IsEmpty() == 0 && !KxC::KxTileArchivePlaces::IsSameOrigin(own, origin.c_str()))
         throw CommandError(
             kExitFailed,
             fmt::format("'{}' holds tiles of '{}', not of '{}'", m_path, own.Cstr(), origin),

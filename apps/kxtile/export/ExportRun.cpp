@@ -142,13 +142,22 @@ void ExportRun::Print(const TileJobEnd& end) const
     const std::string hint = HintAtCoverage(m_origin, m_tiles, end);
     if (!hint.empty() && end.m_counts.m_made + end.m_counts.m_kept > 0) // else told at the end
         fmt::print(stderr, "kxtile: {}\n", Printable(hint));
-    PrintJobEnd(m_options, end, m_arguments.m_output, m_job.m_failedList, m_again);
+    PrintJobEnd(m_options, end, m_arguments.m_output, m_job.m_failedList, m_again, WhatIsNext());
     if (m_isPartKept)
         fmt::print(stderr,
                    "kxtile: '{}' holds what was there by then; --resume goes on with it\n",
                    m_arguments.m_output);
     else if (end.EndedEarly())
         fmt::print(stderr, "kxtile: '{}' was not written\n", m_arguments.m_output);
+}
+
+/// What the command does when it is given again after it gave up.
+std::string ExportRun::WhatIsNext() const
+{
+    if (m_isPicture || (m_arguments.m_overwrite && !m_isPartKept))
+        return "the same command begins anew";
+    return fmt::format("the same command with --resume{} goes on where it ended",
+                       m_arguments.m_overwrite ? " instead of --overwrite" : "");
 }
 
 void ExportRun::ThrowEmpty(const TileJobEnd& end) const

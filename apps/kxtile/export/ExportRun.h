@@ -47,6 +47,7 @@ private:
     bool KeepPart(TileSink& sink, const StopSignals& signals, const TileJobEnd& end) noexcept;
     void Stop(TileSink& sink, TileJobEnd end) const;
     void Print(const TileJobEnd& end) const;
+    std::string WhatIsNext() const;
     [[noreturn]] void ThrowEmpty(const TileJobEnd& end) const;
 
     const GlobalOptions& m_options;

@@ -52,17 +52,16 @@ const char* HowItEnded(const TileJobEnd& end)
     return end.m_whyGivenUp.empty() ? "" : "given up; ";
 }
 
-/// @param again  the option with which the same command goes on; "--retry" for none
-void TellOfGivingUp(const TileJobEnd& end, const std::string& again)
+void TellOfGivingUp(const TileJobEnd& end, const std::string& next)
 {
     if (end.m_whyGivenUp.empty())
         return;
     fmt::print(stderr,
                "kxtile: given up: {}\n"
-               "        The same command{} goes on where it ended; with --keep-going it asks for "
-               "every tile whatever comes.\n",
+               "        Once that is mended, {}; with --keep-going it asks for every tile whatever "
+               "comes.\n",
                Printable(end.m_whyGivenUp),
-               again == "--retry" ? "" : " with " + again);
+               next);
 }
 
 void TellOfList(const TileJobEnd& end, const std::string& list, const char* again)
@@ -187,9 +186,10 @@ void PrintJobEnd(const GlobalOptions& options,
                  const TileJobEnd& end,
                  const std::string& where,
                  const std::string& list,
-                 const char* again)
+                 const char* again,
+                 const std::string& next)
 {
-    TellOfGivingUp(end, again);
+    TellOfGivingUp(end, next);
     TellOfList(end, list, again);
     if (options.m_json)
         return PrintEndAsJson(end, where, list);

@@ -51,11 +51,13 @@ void PrintDryRun(const GlobalOptions& options,
 /// @param where  the file or folder that holds them now
 /// @param list   path of the list of failed tiles
 /// @param again  the option that tries them again
+/// @param next   what the command does when it is given again after it gave up
 void PrintJobEnd(const GlobalOptions& options,
                  const TileJobEnd& end,
                  const std::string& where,
                  const std::string& list,
-                 const char* again = "--retry");
+                 const char* again = "--retry",
+                 const std::string& next = "the same command goes on where it ended");
 
 /// 0 where all tiles are there, else what kept them away.
 ExitCode ExitCodeOf(const TileJobEnd& end);

@@ -12,12 +12,41 @@ constexpr std::size_t kMaxNews = 200;
 
 } // namespace
 
-void JobTally::Add(const HostTile& tile, const TileResult& result)
+bool JobTally::IsInDoubt() const
+{
+    return m_givesUp && !m_isStopped && m_whyGivenUp.empty() && m_row.IsDoubtful();
+}
+
+std::optional<std::uint64_t> JobTally::Begin()
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_changed.wait(lock, [this] { return !IsInDoubt(); });
+    if (m_isStopped || !m_whyGivenUp.empty())
+        return std::nullopt;
+    return m_row.Begin();
+}
+
+void JobTally::Stop()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_isStopped = true;
+    m_changed.notify_all();
+}
+
+void JobTally::Add(const HostTile& tile, std::uint64_t number, const TileResult& result)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (m_isFinished)
         return;
-    m_row.Add(result);
+    m_row.Add(number, result);
+    Count(tile, result);
+    if (m_givesUp && m_whyGivenUp.empty() && m_row.IsHopeless())
+        m_whyGivenUp = m_row.Describe();
+    m_changed.notify_all();
+}
+
+void JobTally::Count(const HostTile& tile, const TileResult& result)
+{
     switch (result.m_outcome) {
     case TileOutcome::Made:
         ++m_counts.m_made;
@@ -33,8 +62,6 @@ void JobTally::Add(const HostTile& tile, const TileResult& result)
         ++m_counts.m_failed;
         m_lastFailure = result.m_why;
         m_list.Add(tile, result.m_why);
-        if (m_givesUp && m_whyGivenUp.empty() && m_row.IsHopeless())
-            m_whyGivenUp = m_row.Describe();
         if (m_news.size() < kMaxNews)
             m_news.push_back({tile, result.m_why});
     }

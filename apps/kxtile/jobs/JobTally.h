@@ -5,8 +5,10 @@
 #include "Outlook.h"
 #include "TileResult.h"
 
+#include <condition_variable>
 #include <cstdint>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -42,7 +44,13 @@ public:
     {
     }
 
-    void Add(const HostTile& tile, const TileResult& result);
+    /// To be called before the work on a tile. While a row of failures leaves it in doubt whether
+    /// asking is of use, this waits for the tiles in work.
+    /// @return the tile's number for Add; nothing where no tile is to be begun any more
+    std::optional<std::uint64_t> Begin();
+    /// No tile is begun from now on; whoever waits for that does not any more.
+    void Stop();
+    void Add(const HostTile& tile, std::uint64_t number, const TileResult& result);
     JobCounts Counts() const;
     /// Why no further tile is to be begun; empty as long as there is hope.
     std::string WhyGivenUp() const;
@@ -62,7 +70,12 @@ public:
     std::uint64_t Listed() const;
 
 private:
-    mutable std::mutex m_mutex;
+    /// Whether a worker must wait before it begins a tile.
+    bool IsInDoubt() const;
+    void Count(const HostTile& tile, const TileResult& result);
+
+    mutable std::mutex m_mutex; ///< guards all that changes
+    std::condition_variable m_changed;
     JobCounts m_counts;
     FailedTiles m_list;
     FailureRow m_row;
@@ -70,6 +83,7 @@ private:
     std::string m_lastFailure;
     std::vector<FailedTile> m_news;
     const bool m_givesUp;
+    bool m_isStopped = false;
     bool m_isFinished = false;
 };
 

@@ -5,6 +5,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 namespace KxTileHost {
 
 namespace {
@@ -39,18 +41,28 @@ Outlook OutlookOfLastRequest()
     return IsRefusal(request.m_nHttpStatus) ? Outlook::Refused : Outlook::Open;
 }
 
-void FailureRow::Add(const TileResult& result)
+std::uint64_t FailureRow::Begin()
 {
-    if (result.m_outcome == TileOutcome::Made || result.m_outcome == TileOutcome::Hole)
+    ++m_inWork;
+    return ++m_begun;
+}
+
+void FailureRow::Add(std::uint64_t number, const TileResult& result)
+{
+    --m_inWork;
+    if (result.m_outcome == TileOutcome::Made || result.m_outcome == TileOutcome::Hole) {
         m_length = 0;
-    if (result.m_outcome != TileOutcome::Failed || result.m_outlook == Outlook::Open)
+        m_lastAnswered = std::max(m_lastAnswered, number);
+    }
+    if (result.m_outcome != TileOutcome::Failed || result.m_outlook == Outlook::Open ||
+        number < m_lastAnswered)
         return;
     m_length = result.m_outlook == m_outlook ? m_length + 1 : 1;
     m_outlook = result.m_outlook;
     m_lastWhy = result.m_why;
 }
 
-bool FailureRow::IsHopeless() const
+bool FailureRow::IsDoubtful() const
 {
     return m_length >= (m_outlook == Outlook::Unreachable ? kUnreachable : kRefused);
 }

@@ -41,7 +41,8 @@ public:
 
     void Start(int count);
     /// No further tile is begun.
-    void Stop() { m_stop.store(true, std::memory_order_relaxed); }
+    void Stop();
+    std::uint64_t Tiles() const { return m_tiles.Count(); }
     bool AreDone() const { return m_running.load(std::memory_order_acquire) == 0; }
     const WakeUp& Bell() const { return m_bell; }
     std::vector<HostTile> InWork() const;
@@ -78,12 +79,19 @@ void Workers::Start(int count)
     }
 }
 
+void Workers::Stop()
+{
+    m_stop.store(true, std::memory_order_relaxed);
+    m_tally.Stop();
+}
+
 void Workers::Run(std::size_t place)
 {
     while (const std::optional<HostTile> tile = Next(place)) {
-        m_tally.Add(*tile, WorkOn(*tile));
-        if (!m_tally.WhyGivenUp().empty())
-            Stop();
+        const std::optional<std::uint64_t> number = m_tally.Begin();
+        if (!number)
+            break; // the tile stays among those that are not done
+        m_tally.Add(*tile, *number, WorkOn(*tile));
     }
     if (m_running.fetch_sub(1, std::memory_order_acq_rel) == 1)
         m_bell.Ring();
@@ -217,7 +225,8 @@ TileJobEnd EndOf(JobTally& tally,
 {
     TileJobEnd end;
     end.m_isInterrupted = isInterrupted;
-    end.m_whyGivenUp = tally.WhyGivenUp();
+    if (tally.Counts().Done() < workers.Tiles()) // else nothing was left to give up
+        end.m_whyGivenUp = tally.WhyGivenUp();
     end.m_lastFailure = tally.LastFailure();
     end.m_isListWritten =
         end.EndedEarly() ? FinishListEarly(tally, workers, options) : tally.Finish();

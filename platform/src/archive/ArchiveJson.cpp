@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstdio>
 #include <string_view>
 
@@ -69,6 +70,23 @@ std::string Member(const char* name, const KxString& value)
            "\":" + Quoted({value.Cstr(), static_cast<std::size_t>(value.GetLength())});
 }
 
+/// Of four hexadecimal digits; '?' for a control character and for what is none alone.
+std::string CharacterOf(std::string_view digits)
+{
+    unsigned int code = 0;
+    const auto read = std::from_chars(digits.data(), digits.data() + digits.size(), code, 16);
+    if (read.ptr != digits.data() + 4 || code < 0x20 || (code & 0xF800U) == 0xD800U)
+        return "?";
+    const auto continued = [code](unsigned int shift) {
+        return static_cast<char>(0x80U | ((code >> shift) & 0x3FU));
+    };
+    if (code < 0x80)
+        return {static_cast<char>(code)};
+    if (code < 0x800)
+        return {static_cast<char>(0xC0U | (code >> 6U)), continued(0)};
+    return {static_cast<char>(0xE0U | (code >> 12U)), continued(6), continued(0)};
+}
+
 } // namespace
 
 std::string MetadataJson(const KxTileArchiveMetadata& metadata)
@@ -83,6 +101,18 @@ std::string MetadataJson(const KxTileArchiveMetadata& metadata)
     return json + "}";
 }
 
+std::string OriginAsKept(std::string_view origin)
+{
+    std::string kept;
+    while (!origin.empty()) {
+        const std::size_t length = CharacterLength(origin);
+        const bool isControl = static_cast<unsigned char>(origin.front()) < 0x20;
+        kept += length == 0 || isControl ? std::string_view("?") : origin.substr(0, length);
+        origin.remove_prefix(std::max<std::size_t>(length, 1));
+    }
+    return kept;
+}
+
 /// What this writes is read again, not any JSON: in a text of somebody's the quotation marks that
 /// are looked for are escaped.
 std::string OriginIn(std::string_view json)
@@ -92,10 +122,19 @@ std::string OriginIn(std::string_view json)
     if (found == std::string_view::npos)
         return {};
     std::string origin;
-    for (std::size_t at = found + begin.size(); at < json.size() && json[at] != '"'; ++at) {
-        if (json[at] == '\\' && ++at == json.size())
+    std::string_view left = json.substr(found + begin.size());
+    while (!left.empty() && left.front() != '"') {
+        const bool isEscape = left.front() == '\\';
+        left.remove_prefix(isEscape ? 1 : 0);
+        if (left.empty())
             return {};
-        origin += json[at];
+        if (isEscape && left.front() == 'u') {
+            origin += CharacterOf(left.substr(1, 4));
+            left.remove_prefix(std::min<std::size_t>(left.size(), 5));
+        } else {
+            origin += left.front();
+            left.remove_prefix(1);
+        }
     }
     return origin;
 }

@@ -12,6 +12,9 @@ namespace KxC {
 /// become '?'.
 std::string MetadataJson(const KxTileArchiveMetadata& metadata);
 
+/// The text as archives can keep it: '?' for control characters and for bytes that are no UTF-8.
+std::string OriginAsKept(std::string_view origin);
+
 /// What such an object says in KxTileArchiveMetadata::m_strOrigin; empty where it says nothing.
 std::string OriginIn(std::string_view json);
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "KxTileArchivePlaces.h"
 
+#include "ArchiveJson.h"
 #include "ArchivePlaces.h"
 #include "KxFileSizeGuard.h"
 
@@ -67,7 +68,14 @@ bool KxTileArchivePlaces::ReadOrigin(const KxString& path,
                                      KxString& origin,
                                      KxString& error)
 {
-    return Try(error, [&] { origin = OriginOfEither(path, format).c_str(); });
+    return Try(error, [&] { origin = OriginAsKept(OriginOfEither(path, format)).c_str(); });
+}
+
+bool KxTileArchivePlaces::IsSameOrigin(const KxString& kept, const KxString& origin)
+{
+    KxString error;
+    bool isSame = false;
+    return Try(error, [&] { isSame = OriginAsKept(origin.Cstr()) == kept.Cstr(); }) && isSame;
 }
 
 } // namespace KxC

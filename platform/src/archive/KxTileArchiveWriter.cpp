@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "KxTileArchiveWriter.h"
 
+#include "ArchiveJson.h"
 #include "KxFileSizeGuard.h"
 #include "KxPmTiles.h"
 #include "MbTilesWriter.h"
@@ -75,6 +76,7 @@ bool KxTileArchiveWriter::Create(const KxString& path,
         m_report = {};
         auto archive = std::make_unique<Archive>();
         archive->m_metadata = metadata;
+        archive->m_metadata.m_strOrigin = OriginAsKept(metadata.m_strOrigin.Cstr()).c_str();
         archive->m_writer = NewArchive(path.Cstr(), format);
         m_archive = std::move(archive);
     });

@@ -38,6 +38,12 @@ int CountSteps(void* left)
     return --*static_cast<int*>(left) < 0 ? 1 : 0;
 }
 
+/// The database has no such tables or columns as the query names.
+struct NothingOfThatName : ArchiveError
+{
+    using ArchiveError::ArchiveError;
+};
+
 /// Runs one query on somebody's database.
 class MbTilesQuery
 {
@@ -56,6 +62,8 @@ public:
         sqlite3_stmt* statement = nullptr;
         const int prepared = sqlite3_prepare_v2(connection, query, -1, &statement, nullptr);
         m_rows.reset(statement);
+        if (prepared == SQLITE_ERROR)
+            throw NothingOfThatName(sqlite3_errmsg(connection));
         Check(prepared);
     }
 
@@ -146,14 +154,14 @@ void VisitMbTiles(const std::string& path, const PlaceVisitor& visitor)
     MbTilesQuery(path, "SELECT zoom_level, tile_row, tile_column FROM tiles").VisitPlaces(visitor);
 }
 
-/// An archive need not have the table of what it says of itself.
+/// An archive need not have the table of what it says of itself, nor one of that form.
 std::string OriginOfMbTiles(const std::string& path)
-{
-    const std::string hasTable =
-        MbTilesQuery(path, "SELECT name FROM sqlite_master WHERE name = 'metadata'").Text();
+try {
     const std::string query =
         std::string("SELECT value FROM metadata WHERE name = '") + kOriginKey + "' LIMIT 1";
-    return hasTable.empty() ? hasTable : MbTilesQuery(path, query.c_str()).Text();
+    return MbTilesQuery(path, query.c_str()).Text();
+} catch (const NothingOfThatName&) {
+    return {};
 }
 
 } // namespace KxC

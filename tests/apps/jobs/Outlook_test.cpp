@@ -5,6 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <vector>
+
 namespace KxTileHost {
 namespace {
 
@@ -13,11 +16,11 @@ TileResult Failed(Outlook outlook, const char* why = "why")
     return {TileOutcome::Failed, 0, why, outlook};
 }
 
-/// Adds the same result so many times.
+/// Adds the same result so many times, of one tile after the other.
 void Add(FailureRow& row, int count, const TileResult& result)
 {
     for (int i = 0; i < count; ++i)
-        row.Add(result);
+        row.Add(row.Begin(), result);
 }
 
 TEST(FailureRow, IsHopelessAfterSoManyOfOneReason)
@@ -25,13 +28,13 @@ TEST(FailureRow, IsHopelessAfterSoManyOfOneReason)
     FailureRow refused;
     Add(refused, FailureRow::kRefused - 1, Failed(Outlook::Refused));
     EXPECT_FALSE(refused.IsHopeless());
-    refused.Add(Failed(Outlook::Refused, "HTTP status 403"));
+    Add(refused, 1, Failed(Outlook::Refused, "HTTP status 403"));
     EXPECT_TRUE(refused.IsHopeless());
     EXPECT_EQ(refused.Describe(), "64 tiles in a row were refused; the last one: HTTP status 403");
     FailureRow unreachable;
     Add(unreachable, FailureRow::kUnreachable - 1, Failed(Outlook::Unreachable));
     EXPECT_FALSE(unreachable.IsHopeless());
-    unreachable.Add(Failed(Outlook::Unreachable, "nobody listens"));
+    Add(unreachable, 1, Failed(Outlook::Unreachable, "nobody listens"));
     EXPECT_TRUE(unreachable.IsHopeless());
     EXPECT_EQ(unreachable.Describe(),
               "16 tiles in a row failed for want of a connection; the last one: nobody listens");
@@ -42,10 +45,10 @@ TEST(FailureRow, EndsWithAnyAnswerOfTheService)
     for (const TileOutcome answer : {TileOutcome::Made, TileOutcome::Hole}) {
         FailureRow row;
         Add(row, FailureRow::kRefused - 1, Failed(Outlook::Refused));
-        row.Add({answer, 0, {}});
+        Add(row, 1, {answer, 0, {}});
         Add(row, FailureRow::kRefused - 1, Failed(Outlook::Refused));
         EXPECT_FALSE(row.IsHopeless());
-        row.Add(Failed(Outlook::Refused));
+        Add(row, 1, Failed(Outlook::Refused));
         EXPECT_TRUE(row.IsHopeless());
     }
 }
@@ -54,10 +57,10 @@ TEST(FailureRow, GoesOnPastWhatSaysNothingOfTheService)
 {
     FailureRow row;
     Add(row, FailureRow::kRefused - 1, Failed(Outlook::Refused));
-    row.Add({TileOutcome::Kept, 5, {}});
-    row.Add(Failed(Outlook::Open));
+    Add(row, 1, {TileOutcome::Kept, 5, {}});
+    Add(row, 1, Failed(Outlook::Open));
     EXPECT_FALSE(row.IsHopeless());
-    row.Add(Failed(Outlook::Refused));
+    Add(row, 1, Failed(Outlook::Refused));
     EXPECT_TRUE(row.IsHopeless());
     FailureRow open;
     Add(open, 1000, Failed(Outlook::Open));
@@ -68,9 +71,39 @@ TEST(FailureRow, BeginsAnewWithAnotherReason)
 {
     FailureRow row;
     Add(row, FailureRow::kUnreachable - 1, Failed(Outlook::Unreachable));
-    row.Add(Failed(Outlook::Refused));
-    row.Add(Failed(Outlook::Unreachable));
+    Add(row, 1, Failed(Outlook::Refused));
+    Add(row, 1, Failed(Outlook::Unreachable));
     EXPECT_FALSE(row.IsHopeless());
+}
+
+TEST(FailureRow, IsOnlyDoubtfulWhileATileBegunBeforeIsInWork)
+{
+    for (const TileOutcome late : {TileOutcome::Made, TileOutcome::Hole, TileOutcome::Failed}) {
+        FailureRow row;
+        const std::uint64_t slow = row.Begin();
+        Add(row, FailureRow::kUnreachable, Failed(Outlook::Unreachable));
+        EXPECT_TRUE(row.IsDoubtful());
+        EXPECT_FALSE(row.IsHopeless()) << "the slow one may come out well";
+        row.Add(slow, {late, 0, {}, Outlook::Open});
+        EXPECT_EQ(row.IsDoubtful(), late == TileOutcome::Failed);
+        EXPECT_EQ(row.IsHopeless(), late == TileOutcome::Failed);
+    }
+}
+
+TEST(FailureRow, LeavesOutFailuresOfTilesBegunBeforeOneThatWasAnswered)
+{
+    FailureRow row;
+    std::vector<std::uint64_t> slow;
+    for (int i = 0; i < FailureRow::kUnreachable; ++i)
+        slow.push_back(row.Begin());
+    Add(row, 1, {TileOutcome::Made, 0, {}});
+    for (const std::uint64_t number : slow)
+        row.Add(number, Failed(Outlook::Unreachable));
+    EXPECT_FALSE(row.IsDoubtful());
+    Add(row, FailureRow::kUnreachable - 1, Failed(Outlook::Unreachable));
+    EXPECT_FALSE(row.IsDoubtful());
+    Add(row, 1, Failed(Outlook::Unreachable));
+    EXPECT_TRUE(row.IsHopeless());
 }
 
 Outlook OutlookAfter(int status, bool unreached, KxC::NetError result = KxC::NetError_Failure)

@@ -109,6 +109,48 @@ TEST_P(KxTileArchivePlacesForms, SayWhatTheTilesWereMadeFrom)
     EXPECT_FALSE(error.IsEmpty() != 0);
 }
 
+TEST_P(KxTileArchivePlacesForms, KnowTheirOriginThoughItsBytesCannotBeKept)
+{
+    const std::pair<const char*, const char*> origins[] = {{"w\xE9"
+                                                            "a.tif",
+                                                            "w?a.tif"},
+                                                           {"w\tb.tif", "w?b.tif"},
+                                                           {"\xC3\xA9\x7F", "\xC3\xA9\x7F"}};
+    for (const auto& [origin, kept] : origins) {
+        KxTileArchiveWriter writer;
+        ASSERT_TRUE(writer.Create(m_path.c_str(), GetParam(), {"", "", "", origin}));
+        ASSERT_TRUE(AddTile(writer, 0, 0, 0, FakePng(1)));
+        ASSERT_TRUE(writer.Finish()) << writer.GetError().Cstr();
+        KxString read;
+        KxString error;
+        ASSERT_TRUE(KxTileArchivePlaces::ReadOrigin(m_path.c_str(), GetParam(), read, error));
+        EXPECT_STREQ(read.Cstr(), kept);
+        EXPECT_TRUE(KxTileArchivePlaces::IsSameOrigin(read, origin));
+        EXPECT_FALSE(KxTileArchivePlaces::IsSameOrigin(read, "w.tif"));
+    }
+}
+
+// Columns of other names, and a table that has no rows.
+TEST(KxTileArchivePlaces, SayNothingOfTheirOriginWithoutATableForIt)
+{
+    const TempFolder folder;
+    for (const char* const schema : {"CREATE TABLE metadata(key TEXT, text TEXT)",
+                                     "CREATE TABLE metadata(name TEXT)",
+                                     "CREATE TABLE metadata(name TEXT, value TEXT)",
+                                     "CREATE TABLE other(name TEXT)"}) {
+        const std::string path = folder.File(schema);
+        sqlite3* database = nullptr;
+        ASSERT_EQ(sqlite3_open(path.c_str(), &database), SQLITE_OK);
+        EXPECT_EQ(sqlite3_exec(database, schema, nullptr, nullptr, nullptr), SQLITE_OK);
+        sqlite3_close(database);
+        KxString origin = "before";
+        KxString error;
+        EXPECT_TRUE(KxTileArchivePlaces::ReadOrigin(path.c_str(), kMbTiles, origin, error))
+            << schema << ": " << error.Cstr();
+        EXPECT_STREQ(origin.Cstr(), "");
+    }
+}
+
 TEST_P(KxTileArchivePlacesForms, EndWhenTheVisitorHasEnough)
 {
     Write({{2, 0, 0}, {2, 0, 1}, {2, 1, 0}, {2, 1, 1}}, [](int) { return FakePng(1); });

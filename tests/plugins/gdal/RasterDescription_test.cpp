@@ -80,7 +80,10 @@ TEST(GdalRasterDescription, NamesTheCoordinateSystem)
     const auto own =
         DescriptionOf(In("+proj=laea +lat_0=12 +lon_0=34 +datum=WGS84", Upright(0, 0, 1000, 1000)));
     EXPECT_EQ(own.m_nEpsg, 0);
-    EXPECT_EQ(own.m_strCrsName.IsEmpty(), 0);
+    EXPECT_STREQ(own.m_strCrsName.Cstr(), "has no name (Lambert Azimuthal Equal Area)");
+    const auto utm =
+        DescriptionOf(In("+proj=utm +zone=33 +ellps=WGS84", Upright(500000, 5540000, 10, 10)));
+    EXPECT_STREQ(utm.m_strCrsName.Cstr(), "has no name (Transverse Mercator)");
 }
 
 TEST(GdalRasterDescription, FindsTheCodeOfAPrjFile)
