@@ -133,6 +133,18 @@ void SourceFinder::NoteRaster(Known& known, Source& loaded)
                      "before, until the gateway is started again";
 }
 
+/// One that says what it said before goes on as it was: what is kept of it stays good.
+/// @return whether there is nothing to tell of it
+bool SourceFinder::GoesOn(const Known& known, Source& loaded)
+{
+    const SourcePtr& before = known.m_source;
+    if (before == nullptr || loaded.m_outputName.empty() ||
+        before->m_outputName != loaded.m_outputName)
+        return false;
+    loaded.m_generation = before->m_generation;
+    return before->m_error == loaded.m_error;
+}
+
 SourcePtr SourceFinder::LoadOne(Known& known, const std::string& path, LoadReport& report)
 {
     const std::string stamp = StampOf(path);
@@ -146,11 +158,12 @@ SourcePtr SourceFinder::LoadOne(Known& known, const std::string& path, LoadRepor
                        !loaded->m_isUsable && !loaded->m_isForbidden;
     if (!keeps && (!loaded->m_isUsable || loaded->m_kind != Source::Kind::History))
         ForgetEarthServer(known.m_id);
+    const bool isAsBefore = GoesOn(known, *loaded);
     known.m_source = keeps ? KeepServing(*known.m_source, *loaded) : loaded;
     TellFaults(*loaded, ShownOf(path), report);
     if (keeps)
         report.m_changes.push_back(ShownOf(path) + ": its state of before is still served");
-    else if (loaded->m_error.empty())
+    else if (loaded->m_error.empty() && !isAsBefore)
         report.m_changes.push_back(fmt::format("{}: served as /{}/", ShownOf(path), known.m_id));
     return known.m_source;
 }

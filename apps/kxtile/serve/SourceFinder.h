@@ -62,6 +62,7 @@ private:
         SourcePtr m_source;
     };
     static bool IsStill(const Known& known, const std::string& stamp);
+    static bool GoesOn(const Known& known, Source& loaded);
     static void NoteRaster(Known& known, Source& loaded);
     std::vector<ListedSource> FindSources(LoadReport& report);
     void DropGone(const std::set<std::string>& present, LoadReport& report);
