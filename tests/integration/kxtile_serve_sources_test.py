@@ -277,7 +277,7 @@ class Lists(ServeTestCase):
         wait_until(lambda: set(self.served(gateway)) == {"lines", "more"}, "entries came and went")
         self.assertEqual(gateway.get("/lines/3/4/2.png").body, world)
         self.assertEqual(gateway.get("/world/3/4/2.png").status, 404)
-        self.assertIn(f"{path}#world: gone, no longer served", gateway.said())
+        wait_until(lambda: f"{path}#world: gone, no longer served" in gateway.said(), "it is told")
         self.list(("more", "graticule"))
         wait_until(lambda: set(self.served(gateway)) == {"more"}, "one is left, and has its name")
         self.list(("more", "graticule"), ("world", "marble"))
@@ -319,6 +319,18 @@ class Lists(ServeTestCase):
         gateway.stop()
         gateway = self.serve(path)
         self.assertEqual(gateway.get("/world/5/26/12.webp").cache, "output")
+
+    def test_of_one_entry_keep_its_address_when_another_comes(self):
+        self.list(("world", "marble"))
+        gateway = self.serve(self.folder / "sources", "--watch")
+        self.assertEqual(self.served(gateway), {"world": ("world", "list.xml#world")})
+        self.list(("world", "marble"), ("lines", "graticule"))
+        wait_until(lambda: set(self.served(gateway)) == {"world", "lines"}, "the other one came")
+
+    def test_named_beside_one_of_their_entries_serve_it_once(self):
+        path = self.list(("world", "marble"), ("lines", "graticule"))
+        gateway = self.serve(path, f"{path}#world", "--watch")
+        self.assertEqual(list(self.served(gateway)), ["world", "lines"])
 
     def test_without_end_are_served_as_far_as_is_good(self):
         gateway = self.serve(self.list(*((f"entry {i}", "marble") for i in range(520))))

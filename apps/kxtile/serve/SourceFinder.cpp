@@ -10,6 +10,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace KxTileHost::Serve {
 
@@ -86,9 +87,12 @@ void SourceFinder::Add(const std::shared_ptr<Source>& source)
 std::vector<ListedSource> SourceFinder::FindSources(LoadReport& report)
 {
     std::vector<ListedSource> sources;
+    std::set<std::string> seen; // an entry may be named beside its list
     for (const std::string& file : FindFiles(m_named)) {
         const SourceLists::List& list = m_lists.Read(file);
-        sources.insert(sources.end(), list.m_sources.begin(), list.m_sources.end());
+        for (const ListedSource& listed : list.m_sources)
+            if (seen.insert(listed.m_path).second)
+                sources.push_back(listed);
         if (list.m_isFresh && list.m_leftOut > 0)
             report.m_faults.push_back(
                 fmt::format("{}: {} of its sources are not served: those beyond {}, and those "
@@ -182,8 +186,9 @@ void SourceFinder::DropGone(const std::set<std::string>& present, LoadReport& re
 std::vector<SourcePtr> SourceFinder::Load(LoadReport& report)
 {
     std::vector<SourcePtr> sources = m_builtIn;
-    for (const SourcePtr& source : m_builtIn)
-        TellFaults(*source, source->m_id, report);
+    if (!std::exchange(m_builtInAreTold, true))
+        for (const SourcePtr& source : m_builtIn)
+            TellFaults(*source, source->m_id, report);
     std::set<std::string> present;
     for (const ListedSource& listed : FindSources(report)) {
         Known& known = m_known[listed.m_path];
@@ -199,7 +204,7 @@ std::vector<SourcePtr> SourceFinder::Load(LoadReport& report)
 
 bool SourceFinder::HasChanged() const
 {
-    std::size_t present = 0;
+    std::set<std::string> present;
     for (const std::string& file : FindFiles(m_named)) {
         const std::string stamp = StampOf(file);
         const SourceLists::List* const list = m_lists.Find(file);
@@ -209,13 +214,13 @@ bool SourceFinder::HasChanged() const
             const auto known = m_known.find(listed.m_path);
             if (known == m_known.end() || !IsStill(known->second, stamp))
                 return true;
-            ++present;
+            present.insert(listed.m_path);
         }
     }
-    return present != static_cast<std::size_t>(
-                          std::count_if(m_known.begin(), m_known.end(), [](const auto& entry) {
-                              return entry.second.m_source != nullptr;
-                          }));
+    return present.size() != static_cast<std::size_t>(std::count_if(
+                                 m_known.begin(), m_known.end(), [](const auto& entry) {
+                                     return entry.second.m_source != nullptr;
+                                 }));
 }
 
 } // namespace KxTileHost::Serve

@@ -74,6 +74,7 @@ private:
     SourceIds m_ids;
     SourceLists m_lists;
     std::vector<SourcePtr> m_builtIn;
+    bool m_builtInAreTold = false;
     std::map<std::string, Known> m_known; ///< by path
 };
 
