@@ -320,6 +320,13 @@ class Lists(ServeTestCase):
         gateway = self.serve(path)
         self.assertEqual(gateway.get("/world/5/26/12.webp").cache, "output")
 
+    def test_in_numbers_are_served_as_far_as_is_good(self):
+        for number in range(9):
+            self.list(*((f"{number} {i}", "marble") for i in range(500)), name=f"{number}.xml")
+        gateway = self.serve(self.folder / "sources")
+        self.assertEqual(gateway.start["sources"], 4096)
+        self.assertIn("404 sources are not served", gateway.said())
+
     def test_of_one_entry_keep_its_address_when_another_comes(self):
         self.list(("world", "marble"))
         gateway = self.serve(self.folder / "sources", "--watch")

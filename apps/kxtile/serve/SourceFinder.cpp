@@ -91,7 +91,7 @@ std::vector<ListedSource> SourceFinder::FindSources(LoadReport& report)
     for (const std::string& file : FindFiles(m_named)) {
         const SourceLists::List& list = m_lists.Read(file);
         for (const ListedSource& listed : list.m_sources)
-            if (seen.insert(listed.m_path).second)
+            if (seen.insert(listed.m_path).second && seen.size() <= kMostSources)
                 sources.push_back(listed);
         if (list.m_isFresh && list.m_leftOut > 0)
             report.m_faults.push_back(
@@ -101,6 +101,10 @@ std::vector<ListedSource> SourceFinder::FindSources(LoadReport& report)
                             list.m_leftOut,
                             SourceLists::kMostOfList));
     }
+    if (seen.size() > kMostSources)
+        report.m_faults.push_back(fmt::format("{} sources are not served: those beyond {}",
+                                              seen.size() - kMostSources,
+                                              kMostSources));
     return sources;
 }
 
@@ -211,6 +215,8 @@ bool SourceFinder::HasChanged() const
         if (list == nullptr || list->m_stamp != stamp)
             return true;
         for (const ListedSource& listed : list->m_sources) {
+            if (present.size() == kMostSources)
+                break;
             const auto known = m_known.find(listed.m_path);
             if (known == m_known.end() || !IsStill(known->second, stamp))
                 return true;

@@ -37,6 +37,9 @@ struct LoadReport
 class SourceFinder
 {
 public:
+    /// Folders of long lists must not keep the gateway from starting.
+    static constexpr std::size_t kMostSources = 4096;
+
     /// @param named  definitions, folders and rasters
     SourceFinder(std::vector<std::string> named, MissingRules missing);
 
