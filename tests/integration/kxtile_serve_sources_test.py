@@ -71,6 +71,29 @@ class Definitions(ServeTestCase):
         self.definition("south", text)
         wait_until(lambda: gateway.get("/south/5/26/12").body == right, "rows count from the south")
 
+    def test_have_the_same_state_in_later_runs(self):
+        self.environment["KXTILE_PLUGIN_PATH"] = READER
+        raster = self.folder / "half.testraster"
+        raster.write_text("-180 -80 -90 80 0 8 squares\n")
+        script = self.definition("script", 'url = "city.lua"\nscheme = 10\n')
+        code = script.parent / "city.lua"
+        code.write_text('function GetTileURL(z, y, x) return "http://127.0.0.1:9/a" end\n')
+        sources = [self.definition("plain"), script, raster]
+
+        def run():
+            gateway = self.serve(*sources)
+            reply = gateway.get("/sources.json")
+            gateway.stop()
+            return reply.headers["ETag"], [one["state"] for one in reply.json()["sources"]]
+        tag, states = run()
+        self.assertEqual(len(set(states)), 3)
+        script.touch()
+        self.assertEqual(run(), (tag, states))
+        code.write_text(code.read_text().replace("/a", "/b"))
+        changed = run()[1]
+        self.assertEqual([changed[0], changed[2]], [states[0], states[2]])
+        self.assertNotEqual(changed[1], states[1])
+
     def test_that_are_not_enabled_choose_no_earth_server(self):
         closed = self.definition("closed", 'url = "http://127.0.0.1:9/earth"\nscheme = 8\n'
                                            'format = "jpg"\nenabled = false\n')
@@ -254,7 +277,7 @@ class Lists(ServeTestCase):
         wait_until(lambda: set(self.served(gateway)) == {"lines", "more"}, "entries came and went")
         self.assertEqual(gateway.get("/lines/3/4/2.png").body, world)
         self.assertEqual(gateway.get("/world/3/4/2.png").status, 404)
-        self.assertIn(f"{path}#world: gone, no longer served", gateway.said())
+        wait_until(lambda: f"{path}#world: gone, no longer served" in gateway.said(), "it is told")
         self.list(("more", "graticule"))
         wait_until(lambda: set(self.served(gateway)) == {"more"}, "one is left, and has its name")
         self.list(("more", "graticule"), ("world", "marble"))
@@ -263,6 +286,58 @@ class Lists(ServeTestCase):
         wait_until(lambda: error_of(gateway, "more") is not None, "the fault is told")
         self.assertEqual(set(self.served(gateway)), {"more", "world"})
         self.assertEqual(gateway.get("/world/3/4/2.png").status, 200)
+
+    def state(self, gateway, name):
+        sources = gateway.get("/sources.json").json()["sources"]
+        return next(source["state"] for source in sources if source["id"] == name)
+
+    def test_that_are_long_are_not_read_over_and_over(self):
+        entries = 200
+        path = self.list(*((f"entry {i}", "marble") for i in range(entries)))
+        path.write_text(path.read_text().replace(".png", ".png?" + "long" * 480))
+        gateway = self.serve(path)
+        self.assertEqual(gateway.start["sources"], entries)
+        counts = pathlib.Path(f"/proc/{gateway.process.pid}/io").read_text().splitlines()
+        read = int(dict(line.split(": ") for line in counts)["rchar"])
+        # An entry's record and its variables, and what else a program reads at its start.
+        self.assertLess(read, path.stat().st_size * (2 * entries + 50))
+
+    def test_keep_the_tiles_of_entries_that_stay_the_same(self):
+        path = self.list(("world", "marble"), ("lines", "graticule"))
+        gateway = self.serve(path, "--watch")
+        states = [self.state(gateway, name) for name in ("world", "lines")]
+        for name in ("world", "lines"):
+            self.assertEqual(gateway.get(f"/{name}/5/26/12.webp").status, 200)
+        self.list(("more", "graticule"), ("world", "marble"), ("lines", "marble"))
+        wait_until(lambda: "served as /more/" in gateway.said(), "the change is taken")
+        wait_until(lambda: "more" in self.served(gateway), "it is served")
+        self.assertNotIn("served as /world/", gateway.said())
+        self.assertEqual(self.state(gateway, "world"), states[0])
+        self.assertNotEqual(self.state(gateway, "lines"), states[1])
+        self.assertEqual(gateway.get("/world/5/26/12.webp").cache, "output")
+        self.assertNotEqual(gateway.get("/lines/5/26/12.webp").cache, "output")
+        gateway.stop()
+        gateway = self.serve(path)
+        self.assertEqual(gateway.get("/world/5/26/12.webp").cache, "output")
+
+    def test_in_numbers_are_served_as_far_as_is_good(self):
+        for number in range(9):
+            self.list(*((f"{number} {i}", "marble") for i in range(500)), name=f"{number}.xml")
+        gateway = self.serve(self.folder / "sources")
+        self.assertEqual(gateway.start["sources"], 4096)
+        self.assertIn("404 sources are not served", gateway.said())
+
+    def test_of_one_entry_keep_its_address_when_another_comes(self):
+        self.list(("world", "marble"))
+        gateway = self.serve(self.folder / "sources", "--watch")
+        self.assertEqual(self.served(gateway), {"world": ("world", "list.xml#world")})
+        self.list(("world", "marble"), ("lines", "graticule"))
+        wait_until(lambda: set(self.served(gateway)) == {"world", "lines"}, "the other one came")
+
+    def test_named_beside_one_of_their_entries_serve_it_once(self):
+        path = self.list(("world", "marble"), ("lines", "graticule"))
+        gateway = self.serve(path, f"{path}#world", "--watch")
+        self.assertEqual(list(self.served(gateway)), ["world", "lines"])
 
     def test_without_end_are_served_as_far_as_is_good(self):
         gateway = self.serve(self.list(*((f"entry {i}", "marble") for i in range(520))))

@@ -4,6 +4,7 @@
 #include "serve/Documents.h"
 #include "serve/SourceAddress.h"
 #include "serve/SourceFiles.h"
+#include "serve/SourceState.h"
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -70,12 +71,14 @@ Json FileNameOf(const Source& source)
     return TextOrNull(WithoutFolders(source.m_path));
 }
 
-/// Another text for each state of the source, also in a later run of the program: who shows its
-/// tiles asks for them anew when it changes.
+/// Another text for each state of the source, and the same one in a later run of the program: who
+/// shows its tiles asks for them anew when it changes.
 std::string StateOf(const Source& source)
 {
     static const auto kStarted = std::chrono::system_clock::now().time_since_epoch().count();
-    return fmt::format("{:x}-{}", kStarted, source.m_generation);
+    // One that has no name for its state is told from all others, earlier runs' too.
+    return source.m_outputName.empty() ? fmt::format("{:x}-{}", kStarted, source.m_generation)
+                                       : HashOf("state " + source.m_outputName);
 }
 
 Json Describe(const Source& source)

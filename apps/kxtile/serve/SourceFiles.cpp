@@ -156,8 +156,10 @@ const SourceLists::List& SourceLists::Read(const std::string& file)
         return list;
     const std::vector<std::string> names = NamesIn(file);
     const bool wasList = !list.m_sources.empty() && list.m_sources.front().m_path != file;
-    // One that was a list keeps the addresses of its entries, were there one left only.
-    if (names.size() > 1 || (wasList && names.size() == 1)) {
+    // One entry has the address that it keeps when others come, or go.
+    const bool isNamed = std::any_of(
+        names.begin(), names.end(), [](const std::string& name) { return !name.empty(); });
+    if (names.size() > 1 || isNamed || (wasList && !names.empty())) {
         list.m_sources = EntriesOf(file, names);
         list.m_leftOut = names.size() - list.m_sources.size();
     } else if (!wasList || (!stamp.empty() && IsSingleDefinition(file))) {

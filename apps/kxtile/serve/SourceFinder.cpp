@@ -10,6 +10,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace KxTileHost::Serve {
 
@@ -86,9 +87,12 @@ void SourceFinder::Add(const std::shared_ptr<Source>& source)
 std::vector<ListedSource> SourceFinder::FindSources(LoadReport& report)
 {
     std::vector<ListedSource> sources;
+    std::set<std::string> seen; // an entry may be named beside its list
     for (const std::string& file : FindFiles(m_named)) {
         const SourceLists::List& list = m_lists.Read(file);
-        sources.insert(sources.end(), list.m_sources.begin(), list.m_sources.end());
+        for (const ListedSource& listed : list.m_sources)
+            if (seen.insert(listed.m_path).second && seen.size() <= kMostSources)
+                sources.push_back(listed);
         if (list.m_isFresh && list.m_leftOut > 0)
             report.m_faults.push_back(
                 fmt::format("{}: {} of its sources are not served: those beyond {}, and those "
@@ -97,6 +101,10 @@ std::vector<ListedSource> SourceFinder::FindSources(LoadReport& report)
                             list.m_leftOut,
                             SourceLists::kMostOfList));
     }
+    if (seen.size() > kMostSources)
+        report.m_faults.push_back(fmt::format("{} sources are not served: those beyond {}",
+                                              seen.size() - kMostSources,
+                                              kMostSources));
     return sources;
 }
 
@@ -133,6 +141,18 @@ void SourceFinder::NoteRaster(Known& known, Source& loaded)
                      "before, until the gateway is started again";
 }
 
+/// One that says what it said before goes on as it was: what is kept of it stays good.
+/// @return whether there is nothing to tell of it
+bool SourceFinder::GoesOn(const Known& known, Source& loaded)
+{
+    const SourcePtr& before = known.m_source;
+    if (before == nullptr || loaded.m_outputName.empty() ||
+        before->m_outputName != loaded.m_outputName)
+        return false;
+    loaded.m_generation = before->m_generation;
+    return before->m_error == loaded.m_error;
+}
+
 SourcePtr SourceFinder::LoadOne(Known& known, const std::string& path, LoadReport& report)
 {
     const std::string stamp = StampOf(path);
@@ -146,11 +166,12 @@ SourcePtr SourceFinder::LoadOne(Known& known, const std::string& path, LoadRepor
                        !loaded->m_isUsable && !loaded->m_isForbidden;
     if (!keeps && (!loaded->m_isUsable || loaded->m_kind != Source::Kind::History))
         ForgetEarthServer(known.m_id);
+    const bool isAsBefore = GoesOn(known, *loaded);
     known.m_source = keeps ? KeepServing(*known.m_source, *loaded) : loaded;
     TellFaults(*loaded, ShownOf(path), report);
     if (keeps)
         report.m_changes.push_back(ShownOf(path) + ": its state of before is still served");
-    else if (loaded->m_error.empty())
+    else if (loaded->m_error.empty() && !isAsBefore)
         report.m_changes.push_back(fmt::format("{}: served as /{}/", ShownOf(path), known.m_id));
     return known.m_source;
 }
@@ -169,8 +190,9 @@ void SourceFinder::DropGone(const std::set<std::string>& present, LoadReport& re
 std::vector<SourcePtr> SourceFinder::Load(LoadReport& report)
 {
     std::vector<SourcePtr> sources = m_builtIn;
-    for (const SourcePtr& source : m_builtIn)
-        TellFaults(*source, source->m_id, report);
+    if (!std::exchange(m_builtInAreTold, true))
+        for (const SourcePtr& source : m_builtIn)
+            TellFaults(*source, source->m_id, report);
     std::set<std::string> present;
     for (const ListedSource& listed : FindSources(report)) {
         Known& known = m_known[listed.m_path];
@@ -186,23 +208,25 @@ std::vector<SourcePtr> SourceFinder::Load(LoadReport& report)
 
 bool SourceFinder::HasChanged() const
 {
-    std::size_t present = 0;
+    std::set<std::string> present;
     for (const std::string& file : FindFiles(m_named)) {
         const std::string stamp = StampOf(file);
         const SourceLists::List* const list = m_lists.Find(file);
         if (list == nullptr || list->m_stamp != stamp)
             return true;
         for (const ListedSource& listed : list->m_sources) {
+            if (present.size() == kMostSources)
+                break;
             const auto known = m_known.find(listed.m_path);
             if (known == m_known.end() || !IsStill(known->second, stamp))
                 return true;
-            ++present;
+            present.insert(listed.m_path);
         }
     }
-    return present != static_cast<std::size_t>(
-                          std::count_if(m_known.begin(), m_known.end(), [](const auto& entry) {
-                              return entry.second.m_source != nullptr;
-                          }));
+    return present.size() != static_cast<std::size_t>(std::count_if(
+                                 m_known.begin(), m_known.end(), [](const auto& entry) {
+                                     return entry.second.m_source != nullptr;
+                                 }));
 }
 
 } // namespace KxTileHost::Serve

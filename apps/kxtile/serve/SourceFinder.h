@@ -37,6 +37,9 @@ struct LoadReport
 class SourceFinder
 {
 public:
+    /// Folders of long lists must not keep the gateway from starting.
+    static constexpr std::size_t kMostSources = 4096;
+
     /// @param named  definitions, folders and rasters
     SourceFinder(std::vector<std::string> named, MissingRules missing);
 
@@ -62,6 +65,7 @@ private:
         SourcePtr m_source;
     };
     static bool IsStill(const Known& known, const std::string& stamp);
+    static bool GoesOn(const Known& known, Source& loaded);
     static void NoteRaster(Known& known, Source& loaded);
     std::vector<ListedSource> FindSources(LoadReport& report);
     void DropGone(const std::set<std::string>& present, LoadReport& report);
@@ -73,6 +77,7 @@ private:
     SourceIds m_ids;
     SourceLists m_lists;
     std::vector<SourcePtr> m_builtIn;
+    bool m_builtInAreTold = false;
     std::map<std::string, Known> m_known; ///< by path
 };
 

@@ -112,17 +112,27 @@ void NoteFindings(Source& source, const std::string& path)
     source.m_isUsable = source.m_error.empty();
 }
 
+std::shared_ptr<KxC::KxTSDParamItem> LoadRecord(const std::string& path)
+{
+    auto item = std::make_shared<KxC::KxTSDParamItem>();
+    item->LoadFromTSDFile(path.c_str());
+    return item;
+}
+
 void LoadDefinition(Source& source, const SourceArgument& argument)
 {
     const std::string path = argument.GetPath();
-    const std::string name = NameOfDefinition(path);
     source.m_secrets = Secrets(path);
-    source.m_item = std::make_shared<KxC::KxTSDParamItem>();
-    source.m_item->LoadFromTSDFile(path.c_str());
+    source.m_item = LoadRecord(path);
+    source.m_outputName = NameOfDefinition(*source.m_item, path);
+    if (source.m_item->m_bLuaScripted != 0) {
+        // Scripts are read beside the record: of one that is written meanwhile, nobody knows which
+        // state was loaded.
+        source.m_item = LoadRecord(path);
+        if (NameOfDefinition(*source.m_item, path) != source.m_outputName)
+            source.m_outputName.clear();
+    }
     NoteFindings(source, path);
-    // Of a file that is written meanwhile, nobody knows which state was read.
-    if (NameOfDefinition(path) == name)
-        source.m_outputName = name;
     NameSourceTiles(*source.m_item, source.m_outputName);
 }
 

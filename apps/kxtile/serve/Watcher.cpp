@@ -59,14 +59,14 @@ void Watcher::Run()
 void Watcher::LoadAgain()
 {
     m_isUnfinished = true; // what was loaded before something is thrown counts as no change later
-    LoadReport report;
-    m_table.Set(m_finder.Load(report));
+    m_table.Set(m_finder.Load(m_report));
     m_isUnfinished = false;
     m_lastFault.clear();
-    for (const std::string& line : report.m_faults)
+    for (const std::string& line : m_report.m_faults)
         fmt::print(stderr, "kxtile: {}\n", Printable(line));
-    for (const std::string& line : report.m_changes)
+    for (const std::string& line : m_report.m_changes)
         fmt::print(stderr, "kxtile: {}\n", Printable(line));
+    m_report = {};
 }
 
 /// Once for each fault, not in each round.

@@ -34,6 +34,7 @@ private:
     std::condition_variable m_changed;
     bool m_ends = false;
     bool m_isUnfinished = false; ///< a load began, and what it found is not served yet
+    LoadReport m_report;         ///< what is not told yet
     std::string m_lastFault;
     std::thread m_thread;
 };

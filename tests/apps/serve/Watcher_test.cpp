@@ -77,7 +77,8 @@ TEST(Watcher, GoesOnAfterARoundThatThrew)
     std::filesystem::rename(folder.File("later.new"), folder.File("later.toml"));
     WaitUntil([&] { return table.Get()->Find("later") != nullptr; });
     EXPECT_NE(table.Get()->Find("first"), nullptr);
-    // The fault was told once, in however many rounds it was met.
+    // The fault was told once, in however many rounds it was met; what they found is not lost.
+    EXPECT_EQ(said.Line(), "kxtile: " + folder.File("first.toml") + ": served as /first/");
     EXPECT_EQ(said.Line(), "kxtile: " + folder.File("later.toml") + ": served as /later/");
 }
 
