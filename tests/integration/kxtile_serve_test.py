@@ -2,8 +2,8 @@
 # SPDX-License-Identifier: MIT
 """The gateway over real HTTP: every address that it answers, and how it behaves.
 
-Called with KXTILE KXORIGIN, the table of places on every datum and the folder of the reader of
-packs.
+Called with KXTILE KXORIGIN, the table of places on every datum and the folders of readers of
+rasters that tests make up and of packs.
 """
 import concurrent.futures
 import csv
@@ -28,7 +28,7 @@ import xml.etree.ElementTree as ET
 
 from kxtile_harness import KXORIGIN, KXTILE, KxtileTestCase
 
-VECTORS, PACK_READER = pathlib.Path(sys.argv[3]), sys.argv[4]
+VECTORS, READERS = pathlib.Path(sys.argv[3]), sys.argv[4]
 DEADLINE = 60  # seconds after which a condition that does not come about is a failure
 
 
@@ -376,7 +376,7 @@ class Tiles(ServeTestCase):
                          [("format", "png"), ("minzoom", "0"), ("maxzoom", "0")])
         pack.commit()
         pack.close()
-        gateway = self.serve("pack.mbtiles", KXTILE_PLUGIN_PATH=PACK_READER)
+        gateway = self.serve("pack.mbtiles", KXTILE_PLUGIN_PATH=READERS)
         reply = gateway.get("/pack/0/0/0.png")
         self.assertEqual((reply.body, reply.cache), (tile, "disk"))
         self.assertEqual(gateway.get("/pack/0/0/0.png").cache, "output")
@@ -1191,12 +1191,9 @@ class End(ServeTestCase):
                 one.result(DEADLINE)
 
     def hang(self, name):
-        """A definition that whoever reads it waits for."""
-        path = self.folder / "sources" / f"{name}.toml"
-        path.parent.mkdir(exist_ok=True)
-        fresh = path.with_suffix(".new")
-        os.mkfifo(fresh)
-        fresh.rename(path)
+        """A raster that whoever opens it waits for."""
+        path = self.folder / f"{name}.testraster"
+        os.mkfifo(path)
         return path
 
     def hold(self, path):
@@ -1208,13 +1205,14 @@ class End(ServeTestCase):
                 pass  # nobody reads
             return held
         held = []
-        wait_until(opened, "the definition is read")
+        wait_until(opened, "the raster is opened")
         self.addCleanup(os.close, held[0])
 
     def test_comes_while_the_sources_are_loaded(self):
         path = self.hang("endless")
         process = subprocess.Popen([KXTILE, "serve", str(path), "--port", "0"],
-                                   env=self.environment, stdout=subprocess.DEVNULL)
+                                   env={**self.environment, "KXTILE_PLUGIN_PATH": READERS},
+                                   stdout=subprocess.DEVNULL)
         self.hold(path)
         begin = time.monotonic()
         process.send_signal(signal.SIGTERM)
@@ -1237,8 +1235,9 @@ class End(ServeTestCase):
         self.assertLess(time.monotonic() - begin, 5)
 
     def test_comes_while_a_changed_source_is_loaded(self):
-        gateway = self.serve(self.definition("plain"), "--watch")
-        self.hold(self.hang("plain"))
+        gateway = self.serve(self.definition("plain"), "late.testraster", "--watch",
+                             KXTILE_PLUGIN_PATH=READERS)
+        self.hold(self.hang("late"))
         status, seconds = gateway.stop()
         self.assertEqual(status, 0)
         self.assertLess(seconds, 5)

@@ -42,7 +42,7 @@ describe('a gateway that watches its definitions', () => {
     assert.deepEqual(map.faults, []);
     await map.close();
     await watching.define('graticule', real.graticule);
-    await until(async () => ![state, changed].includes((await listed('graticule')).state));
+    await until(async () => (await listed('graticule')).state === state);
   });
 
   it('is seen to go on with a source whose definition broke, and why', async () => {
